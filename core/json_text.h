@@ -1,0 +1,37 @@
+// Text that strangers wrote, made fit for a JSON string.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace qo1905 {
+
+// What stands in a JSON string for the next character of a text.
+struct JsonPiece {
+    char text[7];         // not terminated
+    std::size_t length;   // bytes of `text`
+    std::size_t consumed; // bytes of the input that it stands for
+};
+
+// The first character of a non-empty text: itself, an escape for a double quote, a backslash or a control character,
+// or U+FFFD for a byte that begins no valid UTF-8 sequence.
+JsonPiece json_piece(std::string_view text);
+
+// True when the text can stand in a JSON string as it is.
+bool is_plain_json_text(std::string_view text);
+
+// Hands the text to `sink` (called with string_views) the way it stands inside a JSON string.
+template <class Sink>
+void escape_json(std::string_view text, Sink &&sink) {
+    if (is_plain_json_text(text)) {
+        sink(text);
+        return;
+    }
+    while (!text.empty()) {
+        const JsonPiece piece = json_piece(text);
+        sink(std::string_view(piece.text, piece.length));
+        text.remove_prefix(piece.consumed);
+    }
+}
+
+}  // namespace qo1905

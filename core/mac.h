@@ -1,0 +1,24 @@
+// MAC addresses: six raw bytes in every record, text everywhere else.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+// For printf: "%.2x:..." in files, plain "%hhx:..." in traces and messages.
+#define QO1905_MAC_FORMAT "%.2x:%.2x:%.2x:%.2x:%.2x:%.2x"
+#define QO1905_MAC_SHORT_FORMAT "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx"
+#define QO1905_MAC_ARGS(mac) (mac)[0], (mac)[1], (mac)[2], (mac)[3], (mac)[4], (mac)[5]
+
+namespace qo1905 {
+
+using Mac = std::uint8_t[6];
+
+// Reads what the C library's "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx" reads: bytes that do not parse stay as they were. A null
+// text changes nothing.
+void parse_mac(const char *text, Mac &mac);
+
+inline bool same_mac(const Mac &a, const Mac &b) { return std::memcmp(a, b, sizeof(Mac)) == 0; }
+
+inline void copy_mac(Mac &to, const Mac &from) { std::memcpy(to, from, sizeof(Mac)); }
+
+}  // namespace qo1905

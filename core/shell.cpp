@@ -1,0 +1,107 @@
+#include "core/shell.h"
+
+#include <cstdlib>
+
+#include "core/json_text.h"
+#include "core/paths.h"
+
+namespace qo1905 {
+namespace {
+
+constexpr std::string_view kProtocol = " 1 ";
+constexpr std::size_t kMaxLengthDigits = 4;
+
+bool is_blank(char c) { return c == ' ' || c == '\t'; }
+
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+bool is_word_character(char c) {
+    return is_digit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == ':' || c == '.' ||
+           c == '_' || c == '-';
+}
+
+bool is_special_in_double_quotes(char c) { return c == '"' || c == '\\' || c == '$' || c == '`'; }
+
+}  // namespace
+
+void run_command(const char *command) {
+    const int status = std::system(command);
+    (void)status;
+}
+
+bool is_bare_text(std::string_view text) {
+    bool word_begins = true;
+    for (const char c : text) {
+        if (!is_blank(c) && !is_word_character(c)) {
+            return false;
+        }
+        if (word_begins && c == '-') {
+            return false;
+        }
+        word_begins = is_blank(c);
+    }
+    return true;
+}
+
+bool is_process_id_line(std::string_view line) {
+    constexpr std::size_t kMaxDigits = 9;  // far above any process id, far below any overflow
+    std::size_t i = 0;
+    std::size_t digits = 0;
+    unsigned value = 0;
+    while (i < line.size() && is_blank(line[i])) {
+        ++i;
+    }
+    for (; i < line.size() && is_digit(line[i]) && digits <= kMaxDigits; ++i, ++digits) {
+        value = value * 10 + static_cast<unsigned>(line[i] - '0');
+    }
+    while (i < line.size() && (is_blank(line[i]) || line[i] == '\r' || line[i] == '\n')) {
+        ++i;
+    }
+    return i == line.size() && digits <= kMaxDigits && value > 1;
+}
+
+void escape_quoted_json(std::string_view value, void (*sink)(void *context, std::string_view piece),
+                        void *context) {
+    escape_json(value, [=](std::string_view piece) {
+        for (const char &c : piece) {
+            if (is_special_in_double_quotes(c)) {
+                sink(context, "\\");
+            }
+            sink(context, {&c, 1});
+        }
+    });
+}
+
+std::size_t send_payload_limit(std::string_view destination) {
+    constexpr std::size_t kQuotes = 4;
+    constexpr std::size_t kFixed = sizeof(kSendCommand) - 1 + kProtocol.size() + kMaxLengthDigits + 1 + kQuotes;
+    const std::size_t taken = kFixed + destination.size();
+    return taken < SendCommand::capacity() ? SendCommand::capacity() - taken : 0;
+}
+
+bool build_send_command(SendCommand &command, std::string_view destination,
+                        std::string_view payload) {
+    command.clear();
+    command.append(kSendCommand);
+    command.append("\"");
+    command.append(destination);
+    command.append("\"");
+    command.append(kProtocol);
+    command.append_number(static_cast<std::uint32_t>(payload.size()));
+    command.append(" \"");
+    command.append(payload);
+    command.append("\"");
+    return is_bare_text(destination) && !command.truncated();
+}
+
+bool build_block_command(BlockCommand &command, bool block, std::string_view station,
+                         std::string_view interface_text) {
+    command.clear();
+    command.append(block ? kBlockCommand : kUnblockCommand);
+    command.append(station);
+    command.append(" ");
+    command.append(interface_text);
+    return is_bare_text(station) && is_bare_text(interface_text);
+}
+
+}  // namespace qo1905

@@ -1,0 +1,55 @@
+// The one place that builds and runs shell commands. Nothing that a stranger wrote reaches the shell but through here:
+// inside double quotes it is escaped, where it stands bare it is looked at first, and a command that would not be exactly
+// one program with exactly its arguments is not run.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "core/text.h"
+
+namespace qo1905 {
+
+inline constexpr std::size_t kCommandSize = 4096;
+inline constexpr std::size_t kBlockCommandSize = 128;
+using SendCommand = BoundedText<kCommandSize>;
+using BlockCommand = BoundedText<kBlockCommandSize>;
+
+// Runs a command and waits for it. Its exit status is of no use to this module.
+void run_command(const char *command);
+
+// True when the text may stand bare in a command: letters, digits, ':', '.', '_', '-', blank and tab only, no word
+// beginning with '-'.
+bool is_bare_text(std::string_view text);
+
+// True for the line of a process id file that `kill` may be given: one number above 1.
+bool is_process_id_line(std::string_view line);
+
+// Hands a value to `sink` as it has to stand in a JSON string inside a double-quoted shell word: the JSON that the
+// program gets holds exactly the value.
+void escape_quoted_json(std::string_view value, void (*sink)(void *context, std::string_view piece),
+                        void *context);
+
+// The same, appended to a buffer.
+template <std::size_t N>
+void append_quoted_json(BoundedText<N> &out, std::string_view value) {
+    escape_quoted_json(
+        value,
+        [](void *context, std::string_view piece) {
+            static_cast<BoundedText<N> *>(context)->append(piece);
+        },
+        &out);
+}
+
+// Longest payload that still makes a whole send command to this destination.
+std::size_t send_payload_limit(std::string_view destination);
+
+// "tx_higher_layer_data" with an escaped payload. False when it must not be run: the destination is not plain, or the
+// whole does not fit.
+bool build_send_command(SendCommand &command, std::string_view destination, std::string_view payload);
+
+// "block_acl": puts a station into the block list, or takes it out. False when it must not be run.
+bool build_block_command(BlockCommand &command, bool block, std::string_view station,
+                         std::string_view interface_text);
+
+}  // namespace qo1905

@@ -1,0 +1,205 @@
+// What this device sends into the mesh in every cycle, through the multi-AP daemon's command-line client: an Agent its
+// report to the Controller, the Controller the state of each of its Wi-Fi interfaces to every device it knows. The JSON is
+// built the way it stands on the shell's command line, every double quote behind a backslash. Timer thread.
+
+#include "core/diag.h"
+#include "core/mac.h"
+#include "core/owned.h"
+#include "core/shell.h"
+#include "hld/rest_server.h"
+#include "hld/stations.h"
+#include "model/config_objects.h"
+#include "model/list.h"
+#include "model/qo1905.h"
+#include "platform/helpers.h"
+#include "platform/lanmon.h"
+
+namespace qo1905 {
+namespace {
+
+constexpr char kName[] = "highLayerDataSend";
+constexpr int kRoleRead = 1;
+constexpr int kFailure = -1;
+constexpr std::string_view kController = "1";
+constexpr std::string_view kAgent = "2";
+constexpr std::string_view kReportEnd = "]}";
+
+using Payload = BoundedText<4096>;
+using MacText = char[32];
+
+// Fills a text buffer from one of the platform's sources; 0 is their success.
+template <std::size_t N>
+bool get_text(int (*source)(char *, int), char (&text)[N]) {
+    std::memset(text, 0, N);
+    const bool success = source(text, static_cast<int>(N)) == 0;
+    text[N - 1] = '\0';
+    return success;
+}
+
+bool get_source_mac(MacText &mac) {
+    if (get_text(qoUtilIGetBaseMACwithColon, mac)) {
+        return true;
+    }
+    std::printf("%s: qoUtilIGetBaseMACwithColon fail !!, sourceAlMac = %s\n", kName, "");
+    return false;
+}
+
+// What an Agent tells of itself.
+struct AgentValues {
+    MacText controller_mac;
+    char firmware_version[128];
+    char host_name[128];
+    char address[128];
+    MacText source_mac;
+
+    template <std::size_t N>
+    static bool get(int (*source)(char *, int), char (&text)[N], const char *source_name) {
+        if (get_text(source, text)) {
+            return true;
+        }
+        std::printf("%s: %s fail !!\n", kName, source_name);
+        return false;
+    }
+
+    bool gather() {
+        return get(getControllerMac, controller_mac, "getControllerMac") &&
+               get(getFWVersion, firmware_version, "getFWVersion") && get(getHostName, host_name, "gethostName") &&
+               get(getDeviceIP, address, "getDeviceIP") && get_source_mac(source_mac);
+    }
+};
+
+// One member with a text value: its key as it stands in the format, then the value.
+void append_text_member(Payload &payload, std::string_view before, std::string_view value) {
+    payload.append(before);
+    append_quoted_json(payload, value);
+}
+
+void append_station(BoundedText<96> &element, const qo1905_client &station, bool first) {
+    char text[96];
+    (void)std::snprintf(text, sizeof(text),
+                        "%s{ \\\"STAMac\\\": \\\"" QO1905_MAC_SHORT_FORMAT "\\\", \\\"PhyRate\\\": %d}",
+                        first ? "" : ", ", QO1905_MAC_ARGS(station.Mac), station.phyRate);
+    element.append(text);
+}
+
+// Stations up to the count, as long as they fit whole and the end of the report behind them.
+void append_stations(Payload &payload, const qo1905_client *stations, int count, std::size_t limit) {
+    int listed = 0;
+    for (const qo1905_client &station : ListNodes(stations)) {
+        BoundedText<96> element;
+        append_station(element, station, listed == 0);
+        if (listed == count || payload.length() + element.length() + kReportEnd.size() > limit) {
+            return;
+        }
+        payload.append(element.view());
+        ++listed;
+    }
+}
+
+void build_report(Payload &payload, const AgentValues &values) {
+    append_text_member(payload, "{ \\\"SrcAlMac\\\": \\\"", values.source_mac);
+    append_text_member(payload, "\\\", \\\"FWVersion\\\": \\\"", values.firmware_version);
+    append_text_member(payload, "\\\", \\\"HostName\\\": \\\"", values.host_name);
+    append_text_member(payload, "\\\", \\\"DeviceIP\\\": \\\"", values.address);
+    payload.append("\\\", \\\"STAInfo\\\": [");
+    qo1905_client *stations = nullptr;
+    const int count = getStaPhyrateList(stations);
+    append_stations(payload, stations, count, send_payload_limit(values.controller_mac));
+    payload.append(kReportEnd);
+    freeWifiClientTable(stations);
+}
+
+// True when the command was run; one that must not be run is told instead.
+bool send(SendCommand &command, std::string_view destination, std::string_view source, const Payload &payload) {
+    const bool built = build_send_command(command, destination, payload.view());
+    if (!built || payload.truncated() || !is_bare_text(source)) {
+        std::printf("%s: message not sent, a MAC is not plain text or the message is too long\n", kName);
+        return false;
+    }
+    run_command(command.c_str());
+    return true;
+}
+
+int send_agent_report(int role_result) {
+    if (!stop_rest_server()) {
+        return role_result;
+    }
+    AgentValues values;
+    if (!values.gather()) {
+        return kFailure;
+    }
+    Payload payload;
+    build_report(payload, values);
+    SendCommand command;
+    if (send(command, values.controller_mac, values.source_mac, payload)) {
+        trace("%s: send cmd = %s\n", kName, command.c_str());
+    }
+    return role_result;
+}
+
+// Known devices of the host, freed entry by entry at the end.
+class KnownDevices {
+public:
+    KnownDevices() : head_(lanmon_db_L2Device_get()) {}
+    ~KnownDevices() { free_list(head_); }
+    KnownDevices(const KnownDevices &) = delete;
+    KnownDevices &operator=(const KnownDevices &) = delete;
+    bool empty() const { return head_ == nullptr; }
+    ListNodes<const lanmon_l2_device> nodes() const { return ListNodes<const lanmon_l2_device>(head_); }
+
+private:
+    lanmon_l2_device *head_;
+};
+
+void build_enable_message(Payload &payload, std::string_view source, const mcfg_wifi_ssid &ssid) {
+    payload.clear();
+    append_text_member(payload, "{ \\\"SrcAlMac\\\": \\\"", source);
+    append_text_member(payload, "\\\", \\\"Interface\\\": \\\"", field_text(ssid.Name));
+    append_text_member(payload, "\\\", \\\"Enable\\\": \\\"", ssid.Enable == 1 ? "true" : "false");
+    payload.append("\\\"}");
+}
+
+int send_enable_messages(int role_result) {
+    if (!start_rest_server()) {
+        return role_result;
+    }
+    MacText source;
+    if (!get_source_mac(source)) {
+        return kFailure;
+    }
+    const KnownDevices devices;
+    if (devices.empty()) {
+        return role_result;
+    }
+    Payload payload;
+    SendCommand command;
+    ConfigWalk<mcfg_wifi_ssid> walk(MCFG_WIFI_SSID);
+    while (const auto ssid = walk.next()) {
+        build_enable_message(payload, source, *ssid);
+        for (const lanmon_l2_device &device : devices.nodes()) {
+            send(command, field_text(device.AlMac), source, payload);
+        }
+    }
+    return role_result;
+}
+
+}  // namespace
+}  // namespace qo1905
+
+using namespace qo1905;
+
+int32_t highLayerDataSend() {
+    char role[8] = {};
+    const int role_result = EasyMeshGetDeviceRole(role, sizeof(role));
+    trace("%s: EasyMeshGetDeviceRole ret = %d, device_role = %.*s\n", kName, role_result, QO1905_FIELD_ARGS(role));
+    if (role_result != kRoleRead) {
+        return role_result;
+    }
+    if (field_text(role) == kAgent) {
+        return send_agent_report(role_result);
+    }
+    if (field_text(role) == kController) {
+        return send_enable_messages(role_result);
+    }
+    return role_result;
+}

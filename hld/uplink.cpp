@@ -1,0 +1,27 @@
+// Is this Agent's uplink station interface connected? For the host; nothing inside the module asks.
+
+#include "core/diag.h"
+#include "core/owned.h"
+#include "core/paths.h"
+#include "core/text.h"
+#include "model/qo1905.h"
+
+using namespace qo1905;
+
+int32_t RPUpLinkStatusCheck() {
+    constexpr std::string_view kNoEssid = "  ";
+    const Pipe pipe(popen(kUplinkEssidCommand, "r"));
+    char line[256] = {};
+    if (pipe == nullptr || std::fgets(line, sizeof(line), pipe.get()) == nullptr) {
+        return 0;
+    }
+    std::string_view essid = field_text(line);
+    if (!essid.empty()) {
+        essid.remove_suffix(1);  // the line end
+    }
+    if (essid != kNoEssid) {
+        return 0;
+    }
+    std::printf("Agent device haven't connect with Controller\n");
+    return -1;
+}

@@ -1,0 +1,124 @@
+#include "model/high_layer_table.h"
+
+#include <atomic>
+#include <cstdio>
+
+#include "core/owned.h"
+#include "model/list.h"
+
+namespace qo1905 {
+namespace {
+
+constexpr int kMoveLockLimit = 20;
+
+qo1905_report *high_layer_table QO1905_GUARDED_BY(update_lock) = nullptr;
+// Changed under the lock; the timer thread looks at it without, to leave an empty table alone.
+std::atomic<unsigned> high_layer_count{0};
+qo1905_report *high_layer_copy = nullptr;
+
+// These fail when a record grows, so that the copies below are looked at again.
+static_assert(sizeof(qo1905_client) == sizeof(void *) * 2);
+static_assert(sizeof(qo1905_report) == (sizeof(void *) == 8 ? 704 : 696));
+
+void clear_report(qo1905_report &report) { free_list(report.clientList); }
+
+qo1905_client *copyList_ecntWifiInfo(const qo1905_client *clients) {
+    qo1905_client *copy = nullptr;
+    ListTail<qo1905_client> tail(copy);
+    for (const qo1905_client &client : ListNodes(clients)) {
+        auto *node = record_new<qo1905_client>();
+        if (node == nullptr) {
+            continue;
+        }
+        *node = client;
+        node->next = nullptr;
+        tail.append(node);
+    }
+    return copy;
+}
+
+void drop_oldest_report() QO1905_REQUIRES(update_lock) {
+    qo1905_report *oldest = high_layer_table;
+    unlink_report(oldest);
+    report_free(oldest);
+}
+
+int destroy_reports(qo1905_report *&head, const char *name) {
+    if (head == nullptr) {
+        std::printf("%s: already NULL!\n", name);
+        return QO1905_SUCCESS;
+    }
+    free_list(head, clear_report);
+    return QO1905_SUCCESS;
+}
+
+}  // namespace
+
+void report_free(qo1905_report *report) { free_list(report, clear_report); }
+
+bool append_report(qo1905_report *report) {
+    if (high_layer_count == kMaxReports) {
+        drop_oldest_report();
+    }
+    const bool was_empty = high_layer_table == nullptr;
+    ListTail<qo1905_report>(high_layer_table).append(report);
+    ++high_layer_count;
+    return was_empty;
+}
+
+void unlink_report(qo1905_report *report) {
+    for (qo1905_report **link = &high_layer_table; *link != nullptr; link = &(*link)->next) {
+        if (*link == report) {
+            *link = report->next;
+            report->next = nullptr;
+            --high_layer_count;
+            return;
+        }
+    }
+}
+
+qo1905_report *copyList() {
+    qo1905_report *copy = nullptr;
+    ListTail<qo1905_report> tail(copy);
+    for (const qo1905_report &report : ListNodes(high_layer_table)) {
+        auto *node = record_new<qo1905_report>();
+        if (node == nullptr) {
+            continue;
+        }
+        *node = report;
+        node->next = nullptr;
+        node->clientList = copyList_ecntWifiInfo(report.clientList);
+        tail.append(node);
+    }
+    return copy;
+}
+
+int destroyEcnt1905Table() {
+    high_layer_count = 0;
+    return destroy_reports(high_layer_table, "destroyEcnt1905Table");
+}
+
+int destroyDupEcnt1905Table() { return destroy_reports(high_layer_copy, "destroyDupEcnt1905Table"); }
+
+void move_reports_to_copy() {
+    if (high_layer_count == 0) {
+        return;
+    }
+    int failures = 0;
+    if (update_lock.try_acquire(kMoveLockLimit, failures)) {
+        if (high_layer_copy != nullptr) {
+            destroyDupEcnt1905Table();
+        }
+        high_layer_copy = copyList();
+        destroyEcnt1905Table();
+        update_lock.release();
+    }
+    // Only the very last attempt is reported, won as it was; a lock that was lost for good stays silent.
+    if (failures == kMoveLockLimit) {
+        std::printf("%s: i=timeout, We lost lock.\n", "getIeee1905DevTable");
+    }
+}
+
+const qo1905_report *copied_reports() { return high_layer_copy; }
+
+}  // namespace qo1905

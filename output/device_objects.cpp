@@ -1,0 +1,221 @@
+#include "output/device_objects.h"
+
+#include <cstdio>
+
+#include "model/list.h"
+#include "output/code_names.h"
+
+namespace qo1905 {
+namespace {
+
+constexpr std::size_t kBridgingListSize = 2048;
+constexpr char kNonIeee1905Neighbor[] = "NonIEEE1905Neighbor.";
+constexpr char kIeee1905Neighbor[] = "IEEE1905Neighbor.";
+
+// The name of a group's local interface by its place in the device's interface list. A group whose interface the device
+// does not have keeps the name of the group before.
+class LocalInterfaceName {
+public:
+    explicit LocalInterfaceName(const qo1905_device &device) : device_(device) {}
+
+    // The group's own interface; null when the device has none with this MAC.
+    const qo1905_device_interface *enter_group(const Mac &local_mac) {
+        std::uint32_t position = 0;
+        for (const qo1905_device_interface &interface : ListNodes(device_.Interface)) {
+            ++position;
+            if (same_mac(interface.InterfaceId, local_mac)) {
+                name_.clear();
+                name_.append("Interface.");
+                name_.append_number(position);
+                return &interface;
+            }
+        }
+        return nullptr;
+    }
+
+    std::string_view view() const { return name_.view(); }
+
+private:
+    const qo1905_device &device_;
+    BoundedText<32> name_;
+};
+
+// What is known of the radio link of a neighbour.
+struct RadioValues {
+    std::uint32_t MediaType = 0;
+    std::uint16_t PhyRate = 0;
+    std::int16_t RSSI = 0;
+    std::uint16_t SignalLevel = 0;
+    char Tx[32] = {};
+    char Rx[32] = {};
+
+    void reset_numbers() {
+        MediaType = 0;
+        PhyRate = 0;
+        RSSI = 0;
+        SignalLevel = 0;
+    }
+};
+
+RadioValues radio_values(const qo1905_sta_info &station) {
+    RadioValues values;
+    values.MediaType = station.MediaType;
+    values.PhyRate = station.PhyRate;
+    values.RSSI = station.RSSI;
+    values.SignalLevel = station.SignalLevel;
+    std::memcpy(values.Tx, station.Tx, sizeof(values.Tx));
+    std::memcpy(values.Rx, station.Rx, sizeof(values.Rx));
+    return values;
+}
+
+// Copies the values of the first station with this MAC; leaves them as they were when there is none.
+void checkIntfMacMediaType(const qo1905_device &device, const Mac &mac, RadioValues &values) {
+    for (const qo1905_sta_info &station : ListNodes(device.STAInfo)) {
+        if (same_mac(station.STAMac, mac)) {
+            values = radio_values(station);
+            return;
+        }
+    }
+}
+
+void write_radio_values(JsonWriter &json, const RadioValues &values) {
+    json.name("MediaType", media_type_name(values.MediaType));
+    json.number("RATE", values.PhyRate);
+    json.number("RSSI", values.RSSI);
+    json.number("SignalLevel", values.SignalLevel);
+    json.field("Tx", values.Tx);
+    json.field("Rx", values.Rx);
+}
+
+void open_neighbor(JsonWriter &json, Key key, std::string_view local_interface, const char *mac_key, const Mac &mac) {
+    json.open(key);
+    json.name("LocalInterface", local_interface);
+    json.mac(mac_key, mac);
+}
+
+void write_non1905_neighbor(JsonWriter &json, Key key, std::string_view local_interface, const Mac &mac,
+                            const RadioValues &values) {
+    open_neighbor(json, key, local_interface, "NeighborInterfaceId", mac);
+    if (is_wifi_media_type(values.MediaType)) {
+        write_radio_values(json, values);
+    } else {
+        json.name("MediaType", media_type_name(values.MediaType));
+    }
+    json.close();
+}
+
+// A Wi-Fi neighbour is told only behind an interface of its own media type: a station that the daemon lists under the
+// other band's BSS is left out.
+bool is_told(const RadioValues &values, const qo1905_device_interface *local) {
+    return !is_wifi_media_type(values.MediaType) ||
+           (local != nullptr && local->MediaType == values.MediaType);
+}
+
+// One Wi-Fi form per station with the neighbour's MAC. Advances the counter; returns the number of objects written.
+unsigned checkIeee1905NbrIsWIFI(JsonWriter &json, const qo1905_device &device,
+                                const qo1905_1905_neighbor &neighbor, unsigned &counter,
+                                std::string_view local_interface) {
+    unsigned written = 0;
+    for (const qo1905_sta_info &station : ListNodes(device.STAInfo)) {
+        if (!same_mac(station.STAMac, neighbor.NeighborDeviceId)) {
+            continue;
+        }
+        open_neighbor(json, {kIeee1905Neighbor, counter++}, local_interface, "NeighborInterfaceId",
+                      neighbor.NeighborDeviceId);
+        write_radio_values(json, radio_values(station));
+        json.boolean("IEEE802dot1Bridge", neighbor.IEEE802dot1Bridge == 1);
+        json.close();
+        ++written;
+    }
+    return written;
+}
+
+// The form of a neighbour without a station: another key for its MAC, and always the same media type.
+void write_wired_1905_neighbor(JsonWriter &json, const qo1905_1905_neighbor &neighbor, unsigned number,
+                               std::string_view local_interface) {
+    open_neighbor(json, {kIeee1905Neighbor, number}, local_interface, "NeighborDeviceId",
+                  neighbor.NeighborDeviceId);
+    json.name("MediaType", media_type_name(QO1905_MEDIA_FAST_ETHERNET));
+    json.boolean("IEEE802dot1Bridge", neighbor.IEEE802dot1Bridge == 1);
+    json.close();
+}
+
+// A tuple without interfaces keeps the list of the one before.
+void list_macs(ItemList<kBridgingListSize> &list, const qo1905_bridging_tuple &tuple) {
+    list.begin();
+    for (unsigned i = 0; tuple.InterfaceList != nullptr && i < tuple.Count; ++i) {
+        const Mac &mac = tuple.InterfaceList[i];
+        char text[sizeof("00:00:00:00:00:00")];
+        (void)std::snprintf(text, sizeof(text), QO1905_MAC_FORMAT, QO1905_MAC_ARGS(mac));
+        list.add(text);
+    }
+}
+
+}  // namespace
+
+void write_device_interfaces(JsonWriter &json, const qo1905_device &device) {
+    if (device.InterfaceNumberOfEntries == 0) {
+        return;
+    }
+    unsigned j = 0;
+    for (const qo1905_device_interface &interface : ListNodes(device.Interface)) {
+        json.open({"Interface.", ++j});
+        json.mac("InterfaceId", interface.InterfaceId);
+        json.name("MediaType", media_type_name(interface.MediaType));
+        json.name("PowerState", power_state_name(interface.PowerState));
+        json.close();
+    }
+}
+
+void write_non1905_neighbors(JsonWriter &json, const qo1905_device &device) {
+    if (device.NonIEEE1905NeighborNumberOfEntries == 0) {
+        return;
+    }
+    LocalInterfaceName local_name(device);
+    RadioValues values;
+    unsigned j = 1;
+    for (const qo1905_non1905_group &group : ListNodes(device.NonIEEE1905Neighbor)) {
+        const qo1905_device_interface *local = local_name.enter_group(group.LocalInterface);
+        for (const qo1905_non1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
+            values.reset_numbers();
+            checkIntfMacMediaType(device, neighbor.NeighborInterfaceId, values);
+            if (is_told(values, local)) {
+                write_non1905_neighbor(json, {kNonIeee1905Neighbor, j}, local_name.view(),
+                                       neighbor.NeighborInterfaceId, values);
+            }
+            ++j;  // also past a neighbour that is left out: the numbers have gaps
+        }
+    }
+}
+
+void write_1905_neighbors(JsonWriter &json, const qo1905_device &device) {
+    if (device.IEEE1905NeighborNumberOfEntries == 0) {
+        return;
+    }
+    LocalInterfaceName local_name(device);
+    unsigned j = 1;
+    for (const qo1905_1905_group &group : ListNodes(device.IEEE1905Neighbor)) {
+        local_name.enter_group(group.LocalInterface);
+        for (const qo1905_1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
+            if (checkIeee1905NbrIsWIFI(json, device, neighbor, j, local_name.view()) == 0) {
+                write_wired_1905_neighbor(json, neighbor, j++, local_name.view());
+            }
+        }
+    }
+}
+
+void write_bridging_tuples(JsonWriter &json, const qo1905_device &device) {
+    if (device.BridgingTupleNumberOfEntries == 0) {
+        return;
+    }
+    ItemList<kBridgingListSize> list;
+    unsigned t = 0;
+    for (const qo1905_bridging_tuple &tuple : ListNodes(device.BridgingTuple)) {
+        list_macs(list, tuple);
+        json.open({"BridgingTuple.", ++t});
+        json.list("InterfaceList", list.view());
+        json.close();
+    }
+}
+
+}  // namespace qo1905

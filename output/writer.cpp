@@ -1,0 +1,176 @@
+#include "output/writer.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "core/json_text.h"
+#include "core/owned.h"
+
+namespace qo1905 {
+namespace {
+
+constexpr std::size_t kFirstCapacity = 16384;
+constexpr std::size_t kMacTextLength = 17;
+constexpr char kHexDigits[] = "0123456789abcdef";
+
+}  // namespace
+
+MemoryText::~MemoryText() { std::free(data_); }
+
+// Room for that many bytes at the end, which then count as written; null without memory.
+char *MemoryText::reserve(std::size_t more) {
+    if (failed_) {
+        return nullptr;
+    }
+    if (capacity_ - size_ < more) {
+        std::size_t wanted = capacity_ == 0 ? kFirstCapacity : capacity_ * 2;
+        while (wanted - size_ < more) {
+            wanted *= 2;
+        }
+        auto *grown = static_cast<char *>(std::realloc(data_, wanted));
+        if (grown == nullptr) {
+            failed_ = true;
+            return nullptr;
+        }
+        data_ = grown;
+        capacity_ = wanted;
+    }
+    char *room = data_ + size_;
+    size_ += more;
+    return room;
+}
+
+void MemoryText::put(std::string_view text) {
+    if (text.empty()) {
+        return;
+    }
+    if (char *room = reserve(text.size())) {
+        std::memcpy(room, text.data(), text.size());
+    }
+}
+
+void MemoryText::put_decimal(std::int64_t value) {
+    char digits[20];
+    std::size_t first = sizeof(digits);
+    // All numbers of the files fit in 33 bits; a 32-bit division does for those beyond the sign.
+    auto magnitude = static_cast<std::uint32_t>(value < 0 ? -value : value);
+    do {
+        digits[--first] = static_cast<char>('0' + magnitude % 10);
+        magnitude /= 10;
+    } while (magnitude != 0);
+    if (value < 0) {
+        digits[--first] = '-';
+    }
+    put({digits + first, sizeof(digits) - first});
+}
+
+void MemoryText::put_mac(const Mac &mac) {
+    char *room = reserve(kMacTextLength);
+    if (room == nullptr) {
+        return;
+    }
+    for (int i = 0; i < 6; ++i) {
+        if (i > 0) {
+            *room++ = ':';
+        }
+        *room++ = kHexDigits[mac[i] >> 4];
+        *room++ = kHexDigits[mac[i] & 15];
+    }
+}
+
+void MemoryText::put_escaped(std::string_view text) {
+    escape_json(text, [this](std::string_view piece) { put(piece); });
+}
+
+void write_text_file(const char *path, const MemoryText &text) {
+    if (text.failed()) {
+        std::printf("%s: no memory, %s stays as it was\n", "write_text_file", path);
+        return;
+    }
+    const File file(std::fopen(path, "w"));
+    if (file == nullptr) {
+        return;
+    }
+    if (text.view().empty()) {
+        return;
+    }
+    // Unbuffered: the whole text goes to the kernel in one call.
+    (void)std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    (void)std::fwrite(text.view().data(), 1, text.view().size(), file.get());
+}
+
+void JsonWriter::indent() {
+    constexpr char kTabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t";
+    out_.put({kTabs, depth_ < sizeof(kTabs) ? depth_ : sizeof(kTabs) - 1});
+}
+
+void JsonWriter::begin() {
+    out_.put("{\n");
+    depth_ = 1;
+    first_ = true;
+}
+
+void JsonWriter::end() {
+    close();
+    out_.put("\n");
+}
+
+void JsonWriter::start_member(Key key) {
+    if (!first_) {
+        out_.put(",\n");
+    }
+    first_ = false;
+    indent();
+    out_.put("\"");
+    out_.put(key.name);
+    if (key.number != 0) {
+        out_.put_decimal(key.number);
+    }
+    out_.put("\": ");
+}
+
+void JsonWriter::open(Key key) {
+    start_member(key);
+    out_.put("{\n");
+    ++depth_;
+    first_ = true;
+}
+
+void JsonWriter::close() {
+    out_.put("\n");
+    --depth_;
+    indent();
+    out_.put("}");
+    first_ = false;
+}
+
+void JsonWriter::number(Key key, std::int64_t value) {
+    start_member(key);
+    out_.put_decimal(value);
+}
+
+void JsonWriter::mac(Key key, const Mac &value) {
+    start_member(key);
+    out_.put("\"");
+    out_.put_mac(value);
+    out_.put("\"");
+}
+
+void JsonWriter::name(Key key, std::string_view value) { raw(key, "\"", value, "\""); }
+
+void JsonWriter::raw(Key key, std::string_view prefix, std::string_view value, std::string_view suffix) {
+    start_member(key);
+    out_.put(prefix);
+    out_.put(value);
+    out_.put(suffix);
+}
+
+void JsonWriter::text(Key key, std::string_view value) {
+    start_member(key);
+    out_.put("\"");
+    out_.put_escaped(value);
+    out_.put("\"");
+}
+
+}  // namespace qo1905

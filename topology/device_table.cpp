@@ -1,0 +1,82 @@
+// Builds the table's device list: one record per Agent counted in the dump, parsed by topology/dump_entry.cpp and
+// completed with what the Agents reported and with the addresses that dnsmasq leased. Timer thread.
+
+#include "core/owned.h"
+#include "core/text.h"
+#include "model/al_table.h"
+#include "model/high_layer_table.h"
+#include "model/list.h"
+#include "model/qo1905.h"
+#include "topology/leases.h"
+
+namespace qo1905 {
+namespace {
+
+// A device before its dump entry is read. All other fields are 0 or empty as allocated.
+void set_defaults(qo1905_device &device) {
+    device.Info.EnableReboot = 1;
+    device.Info.EnableInterfacePowerControl = 1;
+    device.Info.Ap_autoconfig = 1;
+    device.Info.DeviceType = 1;
+    fill_field(device.Info.DeviceMode, "Agent");
+}
+
+template <std::size_t N>
+void copy_field(char (&to)[N], const char (&from)[N]) {
+    std::memcpy(to, from, N);
+}
+
+// Every report of this Agent in turn: the latest wins, also with a text that it leaves empty.
+void merge_reports(qo1905_device &device, const qo1905_report *reports) {
+    if (reports == nullptr) {
+        fill_field(device.Info.FirmwareVersion, "");
+        fill_field(device.Info.Hostname, "Unknown");
+        fill_field(device.Info.DeviceIP, "");
+        return;
+    }
+    for (const qo1905_report &report : ListNodes(reports)) {
+        if (same_mac(report.agentAlMac, device.IEEE1905Id)) {
+            copy_field(device.Info.FirmwareVersion, report.firmwareversion);
+            copy_field(device.Info.Hostname, report.hostname);
+            copy_field(device.Info.DeviceIP, report.deviceIP);
+        }
+    }
+}
+
+// What dnsmasq leased is truer than what the device says of itself.
+void merge_lease(qo1905_device &device, const Leases &leases) {
+    const Lease *lease = leases.find(device.IEEE1905Id);
+    if (lease != nullptr) {
+        copy_field(device.Info.DeviceIP, lease->address);
+    }
+}
+
+}  // namespace
+}  // namespace qo1905
+
+using namespace qo1905;
+
+int32_t getIeee1905DevTable(json_object *topology) {
+    qo1905_network_topology *network = getNetTopolTable();
+    if (network == nullptr) {
+        return QO1905_FAILURE;
+    }
+    move_reports_to_copy();
+    const Leases leases;
+    destroyIeee1905DevTable(network->IEEE1905Device);
+    ListTail<qo1905_device> tail(network->IEEE1905Device);
+    int32_t result = QO1905_SUCCESS;
+    for (unsigned i = 0; i < network->IEEE1905DeviceNumberOfEntries; ++i) {
+        auto *device = record_new<qo1905_device>();
+        if (device == nullptr) {
+            return QO1905_FAILURE;
+        }
+        set_defaults(*device);
+        // Element 0 is the local device.
+        result = getNbrDevInfo(topology, device, static_cast<std::uint16_t>(i + 1));
+        merge_reports(*device, copied_reports());
+        merge_lease(*device, leases);
+        tail.append(device);
+    }
+    return result;
+}

@@ -1,0 +1,421 @@
+// Parses one device entry of the topology dump into the child lists and counters of its record: interfaces, neighbour
+// groups and stations. Everything read here was put together from what other devices sent. Timer thread.
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "core/diag.h"
+#include "core/json.h"
+#include "core/mac.h"
+#include "core/owned.h"
+#include "core/text.h"
+#include "model/high_layer_table.h"
+#include "model/list.h"
+#include "model/qo1905.h"
+
+namespace qo1905 {
+namespace {
+
+constexpr char kName[] = "getNbrDevInfo";
+constexpr int kFirst5GChannel = 36;
+
+bool is_text(const char *text, std::string_view expected) {
+    return text != nullptr && expected == text;
+}
+
+// Keeps the value where the text is no number.
+void parse_rssi(const char *text, std::int16_t &value) {
+    if (text != nullptr) {
+        (void)std::sscanf(text, "%hd", &value);
+    }
+}
+
+// Neighbour entries in the order they were found, until a group takes them. The first group takes the head of the list;
+// what is found later hangs behind it, and later groups get nothing: readers walk the list of the first group. What no
+// group takes is freed.
+template <class T>
+class EntryChain {
+public:
+    EntryChain() = default;
+    ~EntryChain() { free_list(untaken_); }
+    EntryChain(const EntryChain &) = delete;
+    EntryChain &operator=(const EntryChain &) = delete;
+
+    // The new entry, linked; null without memory.
+    T *add() {
+        T *entry = record_new<T>();
+        if (entry != nullptr) {
+            tail_.append(entry);
+            ++count_;
+        }
+        return entry;
+    }
+
+    T *take() {
+        T *head = untaken_;
+        untaken_ = nullptr;  // the tail stays at the last entry, if there is one
+        return head;
+    }
+
+    unsigned count() const { return count_; }
+
+private:
+    T *untaken_ = nullptr;
+    ListTail<T> tail_{untaken_};
+    unsigned count_ = 0;
+};
+
+struct Band {
+    bool is_5g;
+    std::uint32_t media_type;
+    char name_prefix[4];
+};
+constexpr Band kBand24G = {false, QO1905_MEDIA_80211N_24GHZ, "ra"};
+constexpr Band kBand5G = {true, QO1905_MEDIA_80211N_5GHZ, "rai"};
+
+const Band &band_of(const char *channel) {
+    return channel != nullptr && std::atoi(channel) >= kFirst5GChannel ? kBand5G : kBand24G;
+}
+
+struct MediumName {
+    char name[5];
+    std::uint32_t media_type;
+};
+constexpr MediumName kWifiMedia[] = {{"5G", QO1905_MEDIA_80211N_5GHZ},
+                                     {"2.4G", QO1905_MEDIA_80211N_24GHZ}};
+
+// The Wi-Fi media type of a "Medium"; null when it names none.
+const MediumName *wifi_medium(const char *name) {
+    for (const MediumName &medium : kWifiMedia) {
+        if (is_text(name, medium.name)) {
+            return &medium;
+        }
+    }
+    return nullptr;
+}
+
+// "neighbor_if_mac" of the first link to this neighbour that tells it; null when none does.
+const char *neighbor_interface(const JsonItems &links, const char *neighbor_al) {
+    for (json_object *link : links) {
+        if (neighbor_al == nullptr || !is_text(json_text(link, "neighbor_al"), neighbor_al)) {
+            continue;
+        }
+        const char *mac = json_text(json_items(link, "metrics")[0], "neighbor_if_mac");
+        if (mac != nullptr) {
+            return mac;
+        }
+    }
+    return nullptr;
+}
+
+// The rate that an Agent reported for a station: that of its last report with the station in it.
+std::uint16_t reported_rate(const Mac &agent, const Mac &station) {
+    std::uint16_t rate = 0;
+    for (const qo1905_report &report : ListNodes(copied_reports())) {
+        if (!same_mac(report.agentAlMac, agent)) {
+            continue;
+        }
+        for (const qo1905_client &client : ListNodes(report.clientList)) {
+            if (same_mac(client.Mac, station)) {
+                rate = client.phyRate;
+                break;
+            }
+        }
+    }
+    return rate;
+}
+
+// One call's work. The steps follow the order in which the record's lists are filled.
+class EntryParser {
+public:
+    EntryParser(json_object *entry, qo1905_device &device)
+        : entry_(entry),
+          device_(device),
+          interfaces_(device.Interface),
+          non1905_groups_(device.NonIEEE1905Neighbor),
+          groups_(device.IEEE1905Neighbor),
+          stations_(device.STAInfo) {}
+
+    int parse() {
+        if (!add_fixed_interfaces() || !add_radios()) {
+            return QO1905_FAILURE;
+        }
+        add_ethernet_clients();
+        add_backhauls();
+        device_.STAInfoNumberOfEntries =
+            static_cast<std::uint16_t>(wifi_backhauls_ + last_station_count_);
+        return QO1905_SUCCESS;
+    }
+
+private:
+    bool add_interface(const char *mac, std::uint32_t media_type) {
+        auto *interface = record_new<qo1905_device_interface>();
+        if (interface == nullptr) {
+            std::printf("%s: Alloc struct buf failed!!\n", kName);
+            return false;
+        }
+        if (mac != nullptr) {
+            parse_mac(mac, interface->InterfaceId);
+            interface->MediaType = media_type;
+        }
+        interfaces_.append(interface);
+        return true;
+    }
+
+    // The AL itself and the uplink station interface stand in every list, known or not.
+    bool add_fixed_interfaces() {
+        const char *al_mac = json_text(entry_, "AL MAC");
+        parse_mac(al_mac, device_.IEEE1905Id);
+        const char *uplink = json_text(json_items(entry_, "BH Interface(APCLI)")[0], "MAC address");
+        device_.InterfaceNumberOfEntries = 2;
+        return add_interface(al_mac, QO1905_MEDIA_FAST_ETHERNET) &&
+               add_interface(uplink, QO1905_MEDIA_80211N_5GHZ);
+    }
+
+    bool add_radios() {
+        const JsonItems radios = json_items(entry_, "Radio Info");
+        const int announced = json_number(entry_, "Number of radios");
+        for (int r = 0; r < announced && static_cast<std::size_t>(r) < radios.size(); ++r) {
+            json_object *radio = radios[static_cast<std::size_t>(r)];
+            const char *channel = json_text(radio, "channel");
+            std::uint32_t index = 0;
+            for (json_object *bss : json_items(radio, "BSSINFO")) {
+                if (!add_bss(bss, channel, index++)) {
+                    return false;
+                }
+            }
+        }
+        return true;
+    }
+
+    bool add_bss(json_object *bss, const char *channel, std::uint32_t index) {
+        ++device_.InterfaceNumberOfEntries;
+        const char *bssid = json_text(bss, "BSSID");
+        if (bssid == nullptr) {
+            std::printf("bssID have not value!\n");
+            return false;
+        }
+        const Band &band = band_of(channel);
+        EntryChain<qo1905_non1905_neighbor> clients;
+        EntryChain<qo1905_1905_neighbor> mesh_stations;
+        add_stations(json_member(bss, "connected sta info"), clients, mesh_stations);
+        if (clients.count() > 0) {
+            add_wifi_group(bssid, band, index, clients);
+        }
+        if (mesh_stations.count() > 0) {
+            add_1905_group(bssid, mesh_stations.count(), mesh_stations);
+        }
+        add_to(device_.NonIEEE1905NeighborNumberOfEntries, clients.count());
+        add_to(device_.IEEE1905NeighborNumberOfEntries, mesh_stations.count());
+        if (!add_interface(bssid, band.media_type)) {
+            return false;
+        }
+        if (channel != nullptr) {
+            fill_field(band.is_5g ? device_.Info.Channel5G : device_.Info.Channel24G, channel);
+        }
+        return true;
+    }
+
+    void add_stations(json_object *list, EntryChain<qo1905_non1905_neighbor> &clients,
+                      EntryChain<qo1905_1905_neighbor> &mesh_stations) {
+        if (!json_is_array(list)) {
+            return;
+        }
+        const JsonItems stations(list);
+        last_station_count_ = stations.size();
+        for (json_object *station : stations) {
+            const char *mac = json_text(station, "STA MAC address");
+            const char *backhaul = json_text(station, "BH STA");
+            if (is_text(backhaul, "No")) {
+                if (auto *entry = clients.add()) {
+                    parse_mac(mac, entry->NeighborInterfaceId);
+                }
+            } else if (is_text(backhaul, "Yes")) {
+                if (auto *entry = mesh_stations.add()) {
+                    parse_mac(mac, entry->NeighborDeviceId);
+                }
+            }
+            add_station(station, mac);
+        }
+    }
+
+    void add_station(json_object *station, const char *mac) {
+        parse_rssi(json_text(station, "uplink rssi"), rssi_);
+        auto *node = record_new<qo1905_sta_info>();
+        if (node == nullptr) {
+            return;
+        }
+        parse_mac(mac, node->STAMac);
+        if (const MediumName *medium = wifi_medium(json_text(station, "Medium"))) {
+            node->MediaType = medium->media_type;
+        }
+        node->RSSI = rssi_;
+        node->PhyRate = reported_rate(device_.IEEE1905Id, node->STAMac);
+        stations_.append(node);
+    }
+
+    // The name counts the BSSs of a radio, not the radios of a band: the first of each is "ra0" or "rai0".
+    void add_wifi_group(const char *bssid, const Band &band, std::uint32_t index,
+                        EntryChain<qo1905_non1905_neighbor> &clients) {
+        BoundedText<sizeof(qo1905_non1905_group::Name)> name;
+        name.append(band.name_prefix);
+        name.append_number(index);
+        add_non1905_group(bssid, name.c_str(), clients.count(), clients);
+    }
+
+    void add_non1905_group(const char *local_mac, const char *name, unsigned count,
+                           EntryChain<qo1905_non1905_neighbor> &entries) {
+        auto *group = record_new<qo1905_non1905_group>();
+        if (group == nullptr) {
+            return;
+        }
+        parse_mac(local_mac, group->LocalInterface);
+        fill_field(group->Name, name);
+        group->Count = static_cast<std::uint8_t>(count);
+        group->Neighbor = entries.take();
+        non1905_groups_.append(group);
+    }
+
+    void add_1905_group(const char *local_mac, unsigned count, EntryChain<qo1905_1905_neighbor> &entries) {
+        auto *group = record_new<qo1905_1905_group>();
+        if (group == nullptr) {
+            return;
+        }
+        parse_mac(local_mac, group->LocalInterface);
+        group->Count = static_cast<std::uint8_t>(count);
+        group->Neighbor = entries.take();
+        groups_.append(group);
+    }
+
+    // One group per client, even behind one interface; all clients hang on the first.
+    void add_ethernet_clients() {
+        EntryChain<qo1905_non1905_neighbor> entries;
+        for (json_object *client : json_items(entry_, "Other Clients Info")) {
+            if (auto *entry = entries.add()) {
+                parse_mac(json_text(client, "Client Address"), entry->NeighborInterfaceId);
+            }
+            add_non1905_group(json_text(client, "1905 Intf address"), "eth", 1, entries);
+            add_to(device_.NonIEEE1905NeighborNumberOfEntries, 1);
+        }
+    }
+
+    void add_backhauls() {
+        const JsonItems backhauls = json_items(entry_, "BH Info");
+        const JsonItems links = json_items(entry_, "backhaul link metrics");
+        EntryChain<qo1905_1905_neighbor> entries;
+        for (json_object *backhaul : backhauls) {
+            const char *neighbor_mac =
+                neighbor_interface(links, json_text(backhaul, "neighbor almac addr"));
+            if (auto *entry = entries.add()) {
+                parse_mac(neighbor_mac, entry->NeighborDeviceId);
+            }
+            add_1905_group(json_text(backhaul, "connected iface addr"), 1, entries);
+            add_backhaul_station(backhaul, neighbor_mac);
+        }
+        add_to(device_.IEEE1905NeighborNumberOfEntries, backhauls.size());
+    }
+
+    void add_backhaul_station(json_object *backhaul, const char *neighbor_mac) {
+        parse_rssi(json_text(backhaul, "RSSI"), rssi_);
+        const char *medium_name = json_text(backhaul, "Backhaul Medium Type");
+        const MediumName *medium = wifi_medium(medium_name);
+        const bool ethernet = is_text(medium_name, "Ethernet");
+        if (medium != nullptr) {
+            ++wifi_backhauls_;
+        }
+        if (ethernet) {
+            fill_field(device_.Info.DeviceMode, "AP");
+        }
+        auto *node = record_new<qo1905_sta_info>();
+        if (node == nullptr) {
+            return;
+        }
+        parse_mac(neighbor_mac, node->STAMac);
+        node->MediaType = medium != nullptr ? medium->media_type : 0;
+        node->RSSI = ethernet ? static_cast<std::int16_t>(0) : rssi_;
+        stations_.append(node);
+    }
+
+    // The record's counters are narrower than what a dump can hold; they wrap.
+    static void add_to(std::uint16_t &counter, std::size_t count) {
+        counter = static_cast<std::uint16_t>(counter + count);
+    }
+
+    json_object *entry_;
+    qo1905_device &device_;
+    ListTail<qo1905_device_interface> interfaces_;
+    ListTail<qo1905_non1905_group> non1905_groups_;
+    ListTail<qo1905_1905_group> groups_;
+    ListTail<qo1905_sta_info> stations_;
+    std::size_t wifi_backhauls_ = 0;
+    std::size_t last_station_count_ = 0;  // of the last BSS that lists stations, not the sum
+    std::int16_t rssi_ = 0;               // of the last text that was a number
+};
+
+void trace_local(int line, const Mac &mac) {
+    trace_at(kName, line, "local mac=" QO1905_MAC_SHORT_FORMAT "\n", QO1905_MAC_ARGS(mac));
+}
+
+void trace_under(int line, const Mac &mac) {
+    trace_at(kName, line, "under mac=" QO1905_MAC_SHORT_FORMAT "\n", QO1905_MAC_ARGS(mac));
+}
+
+void trace_interfaces(const qo1905_device &device, unsigned index) {
+    trace_at(kName, 1635, "========== ieee1905 Device[%u] Interface Num (%d) =========\n", index,
+             device.InterfaceNumberOfEntries);
+    for (const qo1905_device_interface &interface : ListNodes(device.Interface)) {
+        trace_at(kName, 1642, "mac=" QO1905_MAC_SHORT_FORMAT " mediaType=0x%x\n",
+                 QO1905_MAC_ARGS(interface.InterfaceId), interface.MediaType);
+    }
+}
+
+void trace_neighbors(const qo1905_device &device) {
+    trace_at(kName, 1646, "*************** non1905  Neighbor Num (%d) ***************\n",
+             device.NonIEEE1905NeighborNumberOfEntries);
+    for (const qo1905_non1905_group &group : ListNodes(device.NonIEEE1905Neighbor)) {
+        trace_local(1652, group.LocalInterface);
+        for (const qo1905_non1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
+            trace_under(1657, neighbor.NeighborInterfaceId);
+        }
+    }
+    trace_at(kName, 1663, "*************** ieee1905 Neighbor Num (%d) ***************\n",
+             device.IEEE1905NeighborNumberOfEntries);
+    for (const qo1905_1905_group &group : ListNodes(device.IEEE1905Neighbor)) {
+        trace_local(1669, group.LocalInterface);
+        for (const qo1905_1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
+            trace_under(1674, neighbor.NeighborDeviceId);
+        }
+    }
+}
+
+void trace_stations(const qo1905_device &device) {
+    trace_at(kName, 1680, "*************** wifi     Neighbor Num (%d) ***************\n",
+             device.STAInfoNumberOfEntries);
+    for (const qo1905_sta_info &station : ListNodes(device.STAInfo)) {
+        trace_at(kName, 1687, "mac=" QO1905_MAC_SHORT_FORMAT " mediaType=0x%x, rate = %d\n",
+                 QO1905_MAC_ARGS(station.STAMac), station.MediaType, station.PhyRate);
+    }
+}
+
+}  // namespace
+}  // namespace qo1905
+
+using namespace qo1905;
+
+int32_t getNbrDevInfo(json_object *topology, qo1905_device *device, uint16_t index) {
+    json_object *entry = JsonItems(topology)[index];
+    if (entry == nullptr) {
+        std::printf("%s: dev1905 == NULL !!!!!!!!!!!!!\n", kName);
+        return QO1905_FAILURE;
+    }
+    if (EntryParser(entry, *device).parse() != QO1905_SUCCESS) {
+        return QO1905_FAILURE;
+    }
+    if (tracing()) {
+        trace_interfaces(*device, index);
+        trace_neighbors(*device);
+        trace_stations(*device);
+    }
+    return QO1905_SUCCESS;
+}

@@ -1,0 +1,32 @@
+// The DHCP leases of the local dnsmasq server, read once per cycle. Timer thread.
+#pragma once
+
+#include "core/mac.h"
+
+namespace qo1905 {
+
+inline constexpr int kLeaseAddressSize = 128;
+
+// What a line of the lease file says, or what is left of the lines before where it does not parse.
+struct Lease {
+    Lease *next;
+    Mac mac;
+    char address[kLeaseAddressSize];  // may fill the field without a zero byte
+};
+
+class Leases {
+public:
+    // Reads the lease file; without one, or without memory, there are no (further) leases.
+    Leases();
+    ~Leases();
+    Leases(const Leases &) = delete;
+    Leases &operator=(const Leases &) = delete;
+
+    // The first line for this MAC; null when there is none.
+    const Lease *find(const Mac &mac) const;
+
+private:
+    Lease *first_ = nullptr;
+};
+
+}  // namespace qo1905
