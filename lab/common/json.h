@@ -1,0 +1,47 @@
+// Reading the lab's own JSON files strictly: every mistake is told with the file, the place in it and what is wrong.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+struct json_object;
+
+namespace lab {
+
+class JsonValue {
+public:
+    // Throws Error when the file cannot be read or is no JSON.
+    static JsonValue read_file(const std::string &path);
+
+    // The members that an object may have; throws at any other.
+    void allow_keys(const std::vector<std::string> &keys) const;
+
+    bool has(const std::string &key) const;
+    JsonValue at(const std::string &key) const;  // throws when it is not there
+    std::vector<JsonValue> items() const;        // throws when this is no array
+    std::vector<std::string> keys() const;       // throws when this is no object
+
+    std::string text() const;
+    bool boolean() const;
+    int integer(int least, int most) const;
+    std::string mac() const;  // a text of six bytes in hexadecimal with colons
+
+    std::string text_or(const std::string &key, const std::string &otherwise) const;
+    bool boolean_or(const std::string &key, bool otherwise) const;
+    std::string mac_or(const std::string &key, const std::string &otherwise) const;
+
+    // The value as JSON on one line.
+    std::string dump() const;
+
+    [[noreturn]] void fail(const std::string &what) const;
+
+private:
+    JsonValue(std::shared_ptr<json_object> root, json_object *value, std::string place);
+
+    std::shared_ptr<json_object> root_;  // keeps the tree alive
+    json_object *value_;
+    std::string place_;  // "FILE: wifi[1].name"
+};
+
+}  // namespace lab

@@ -1,0 +1,85 @@
+#include "lab/host/device.h"
+
+#include "lab/common/error.h"
+#include "lab/common/json.h"
+
+namespace lab {
+
+Device device;
+
+namespace {
+
+constexpr int kMaxRate = 65535;
+
+// As long as the platform's text fields hold.
+std::string short_text(const JsonValue &value, std::size_t most) {
+    std::string text = value.text();
+    if (text.size() > most) {
+        value.fail("must be at most " + std::to_string(most) + " bytes long");
+    }
+    return text;
+}
+
+std::string read_role(const JsonValue &value) {
+    const std::string role = value.text();
+    if (role != "controller" && role != "agent") {
+        value.fail("must be \"controller\" or \"agent\"");
+    }
+    return role == "controller" ? "1" : "2";
+}
+
+WifiInterface read_wifi(const JsonValue &value) {
+    value.allow_keys({"instance", "name", "enable", "status", "mac", "bssid"});
+    return {value.at("instance").integer(1, 255), short_text(value.at("name"), 31), value.boolean_or("enable", true),
+            value.text_or("status", "Up"),        value.at("mac").mac(),            value.text_or("bssid", "")};
+}
+
+EthernetLink read_link(const JsonValue &value) {
+    value.allow_keys({"status", "lower_layers", "mac"});
+    return {value.text_or("status", "Up"), value.at("lower_layers").text(), value.at("mac").mac()};
+}
+
+Station read_station(const JsonValue &value) {
+    value.allow_keys({"mac", "rate", "mesh_al_mac"});
+    return {value.at("mac").mac(), value.at("rate").integer(0, kMaxRate), value.mac_or("mesh_al_mac", "")};
+}
+
+}  // namespace
+
+void Device::read(const std::string &path) {
+    const JsonValue file = JsonValue::read_file(path);
+    file.allow_keys({"easymesh", "role", "base_mac", "controller_mac", "firmware_version", "host_name", "ip", "wifi",
+                     "ethernet_links", "stations", "known_devices"});
+    easymesh = file.boolean_or("easymesh", true);
+    role = read_role(file.at("role"));
+    base_mac = file.at("base_mac").mac();
+    controller_mac = file.mac_or("controller_mac", base_mac);
+    firmware_version = short_text(file.at("firmware_version"), 127);
+    host_name = short_text(file.at("host_name"), 127);
+    ip = short_text(file.at("ip"), 127);
+    if (file.has("wifi")) {
+        for (const JsonValue &item : file.at("wifi").items()) {
+            wifi.push_back(read_wifi(item));
+        }
+    }
+    if (file.has("ethernet_links")) {
+        for (const JsonValue &item : file.at("ethernet_links").items()) {
+            ethernet_links.push_back(read_link(item));
+        }
+    }
+    if (file.has("stations")) {
+        const JsonValue by_interface = file.at("stations");
+        for (const std::string &name : by_interface.keys()) {
+            for (const JsonValue &item : by_interface.at(name).items()) {
+                stations[name].push_back(read_station(item));
+            }
+        }
+    }
+    if (file.has("known_devices")) {
+        for (const JsonValue &item : file.at("known_devices").items()) {
+            known_devices.push_back(item.mac());
+        }
+    }
+}
+
+}  // namespace lab

@@ -1,0 +1,93 @@
+// The stand-alone host: loads the module as the gateway's monitoring daemon does, gives it the platform's functions from
+// a device description (lab/host/platform.cpp) and runs the timer service. The timer thread is this program's own; the
+// module's receiver thread runs beside it.
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <iostream>
+
+#include "lab/common/error.h"
+#include "lab/host/device.h"
+#include "lab/host/summary.h"
+#include "lab/host/timer.h"
+#include "platform/lanmon.h"
+
+namespace {
+
+struct Options {
+    std::string device;
+    std::string module;
+    std::string files_at = "/tmp";
+    double unit_seconds = 1.0;
+    unsigned cycles = 0;
+};
+
+std::string default_module() {
+    std::string path(4096, '\0');
+    const ssize_t size = readlink("/proc/self/exe", path.data(), path.size());
+    path.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return path.substr(0, path.rfind('/') + 1) + "qo1905.so";
+}
+
+// Never unloaded: its thread lives as long as the process.
+void load_module(const std::string &path) {
+    void *module = dlopen(path.c_str(), RTLD_NOW);
+    if (module == nullptr) {
+        throw lab::Error(std::string("the module does not load: ") + dlerror());
+    }
+    const auto init = reinterpret_cast<int32_t (*)()>(dlsym(module, "qo1905_init"));
+    if (init == nullptr) {
+        throw lab::Error(path + ": no module, it has no qo1905_init");
+    }
+    init();
+    if (lab::registered_event() == nullptr) {
+        throw lab::Error(path + ": registered no timer event");
+    }
+}
+
+// At once, whatever the threads are doing.
+void end_on_signal(int signal) { _exit(128 + signal); }
+
+void run(const Options &options) {
+    lab::device.read(options.device);
+    std::signal(SIGINT, end_on_signal);
+    std::signal(SIGTERM, end_on_signal);
+    load_module(options.module);
+    lab::CycleSummary summary(options.files_at);
+    lab::run_timer(std::chrono::duration<double>(options.unit_seconds), options.cycles,
+                   [&summary](unsigned cycle) { std::cout << summary.line(cycle) << std::endl; });
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    Options options;
+    options.module = default_module();
+    CLI::App app("Stand-alone host of the 1905 module: one device from a description file.", "qo1905-host");
+    app.add_option("DEVICE", options.device, "Device description, JSON")->required();
+    app.add_option("--module", options.module, "Module to load")->capture_default_str();
+    app.add_option("--unit", options.unit_seconds, "Seconds in one unit of the timer service; a cycle takes 20")
+        ->capture_default_str()
+        ->check(CLI::Range(0.001, 3600.0));
+    app.add_option("--cycles", options.cycles, "End after so many cycles, 0 for never")->capture_default_str();
+    app.add_option("--log-level", log_level, "The module traces at 7 and above")->capture_default_str()->check(CLI::Range(0, 9));
+    app.add_option("--files-at", options.files_at, "Where the files are, as the line of each cycle tells it")->capture_default_str();
+    app.set_version_flag("--version", QO1905_VERSION);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error) == 0 ? 0 : lab::kUserError;
+    }
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    try {
+        run(options);
+    } catch (const lab::Error &error) {
+        std::cerr << "qo1905-host: " << error.what() << std::endl;
+        std::_Exit(lab::kUserError);
+    }
+    std::fflush(stdout);
+    std::_Exit(0);  // the receiver thread never ends by itself
+}

@@ -1,0 +1,162 @@
+// The platform's functions, answered from the device description. The module finds them in this program by name.
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "lab/host/device.h"
+#include "platform/helpers.h"
+#include "platform/lanmon.h"
+#include "platform/mcfg.h"
+
+namespace {
+
+using lab::device;
+
+constexpr int kSuccess = 0;
+constexpr int kFailure = -1;
+
+int fill(char *buffer, int size, const std::string &text) {
+    if (size < 1 || text.size() >= static_cast<std::size_t>(size)) {
+        return kFailure;
+    }
+    std::memcpy(buffer, text.c_str(), text.size() + 1);
+    return kSuccess;
+}
+
+template <std::size_t N>
+void fill_field(char (&field)[N], const std::string &text) {
+    (void)std::snprintf(field, N, "%s", text.c_str());
+}
+
+int tell(char *buffer, int size, const std::string lab::Device::*member) {
+    const std::lock_guard guard(device.lock);
+    return fill(buffer, size, device.*member);
+}
+
+mcfg_wifi_ssid *wifi_object(const lab::WifiInterface &wifi) {
+    auto *object = static_cast<mcfg_wifi_ssid *>(std::calloc(1, sizeof(mcfg_wifi_ssid)));
+    if (object != nullptr) {
+        object->Enable = wifi.enable ? 1 : 0;
+        fill_field(object->Status, wifi.status);
+        fill_field(object->Name, wifi.name);
+        fill_field(object->MACAddress, wifi.mac);
+        fill_field(object->BSSID, wifi.bssid);
+    }
+    return object;
+}
+
+mcfg_ethernet_link *link_object(const lab::EthernetLink &link) {
+    auto *object = static_cast<mcfg_ethernet_link *>(std::calloc(1, sizeof(mcfg_ethernet_link)));
+    if (object != nullptr) {
+        fill_field(object->Status, link.status);
+        fill_field(object->LowerLayers, link.lower_layers);
+        fill_field(object->MACAddress, link.mac);
+    }
+    return object;
+}
+
+// index[0] is the instance last returned, index[1] counts how far the walk is.
+template <class Item, class Make>
+int next_object(const std::vector<Item> &items, mcfg_instance &place, void **object, Make make) {
+    if (place.index[1] >= items.size()) {
+        return kFailure;
+    }
+    const Item &item = items[place.index[1]];
+    void *copy = make(item);
+    if (copy == nullptr) {
+        return kFailure;
+    }
+    ++place.index[1];
+    *object = copy;
+    return MCFG_SUCCESS;
+}
+
+}  // namespace
+
+extern "C" {
+
+int getEasyMeshStatus() {
+    const std::lock_guard guard(device.lock);
+    return device.easymesh ? 1 : 0;
+}
+
+int EasyMeshGetDeviceRole(char *role, int size) { return tell(role, size, &lab::Device::role) == kSuccess ? 1 : 0; }
+
+int getControllerMac(char *mac, int size) { return tell(mac, size, &lab::Device::controller_mac); }
+int getFWVersion(char *version, int size) { return tell(version, size, &lab::Device::firmware_version); }
+int getHostName(char *name, int size) { return tell(name, size, &lab::Device::host_name); }
+int getDeviceIP(char *address, int size) { return tell(address, size, &lab::Device::ip); }
+int qoUtilIGetBaseMACwithColon(char *mac, int size) { return tell(mac, size, &lab::Device::base_mac); }
+
+int mcfgFeObjStructGetNext(uint32_t object_id, mcfg_instance *instance, void **object) {
+    const std::lock_guard guard(device.lock);
+    if (object_id == MCFG_WIFI_SSID) {
+        return next_object(device.wifi, *instance, object, [instance](const lab::WifiInterface &wifi) {
+            instance->index[0] = static_cast<uint8_t>(wifi.instance);
+            return wifi_object(wifi);
+        });
+    }
+    if (object_id == MCFG_ETHERNET_LINK) {
+        return next_object(device.ethernet_links, *instance, object, [instance](const lab::EthernetLink &link) {
+            ++instance->index[0];
+            return link_object(link);
+        });
+    }
+    return kFailure;
+}
+
+int StaInfo(const char *ifname, int station, sta_query_record *record) {
+    const std::lock_guard guard(device.lock);
+    const auto found = device.stations.find(ifname);
+    if (found == device.stations.end() || station < 1 || static_cast<std::size_t>(station) > found->second.size()) {
+        return 0;
+    }
+    const lab::Station &entry = found->second[static_cast<std::size_t>(station) - 1];
+    fill_field(record->MACAddress, entry.mac);
+    record->PhyRate = static_cast<uint32_t>(entry.rate);
+    return 1;
+}
+
+int lanmon_db_is_subIntf(const sta_query_record *station, char *mac, int size) {
+    const std::lock_guard guard(device.lock);
+    for (const auto &[name, stations] : device.stations) {
+        for (const lab::Station &entry : stations) {
+            if (!entry.mesh_al_mac.empty() && entry.mac == std::string_view(station->MACAddress)) {
+                return fill(mac, size, entry.mesh_al_mac) == kSuccess ? 1 : 0;
+            }
+        }
+    }
+    return 0;
+}
+
+lanmon_l2_device *lanmon_db_L2Device_get() {
+    const std::lock_guard guard(device.lock);
+    lanmon_l2_device *head = nullptr;
+    lanmon_l2_device **link = &head;
+    for (const std::string &mac : device.known_devices) {
+        *link = static_cast<lanmon_l2_device *>(std::calloc(1, sizeof(lanmon_l2_device)));
+        if (*link == nullptr) {
+            break;
+        }
+        fill_field((*link)->AlMac, mac);
+        link = &(*link)->next;
+    }
+    return head;
+}
+
+int configWlanEnable(int instance, int enable, const char *dat_path, const char *prefix) {
+    const std::lock_guard guard(device.lock);
+    for (lab::WifiInterface &wifi : device.wifi) {
+        if (wifi.instance == instance) {
+            wifi.enable = enable == 1;
+            wifi.status = wifi.enable ? "Up" : "Down";
+            std::printf("host: %s switched %s (%s, prefix %s)\n", wifi.name.c_str(), wifi.enable ? "on" : "off", dat_path,
+                        prefix);
+            return kSuccess;
+        }
+    }
+    return kFailure;
+}
+}

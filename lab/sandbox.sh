@@ -1,0 +1,143 @@
+#!/bin/bash
+# Runs a command the way a device would: with a /tmp, /run, /var/dnsmasq and /etc/rc.d of its own.
+#
+#     lab/sandbox.sh [--root DIR] [--programs DIR]... [--leases FILE] -- COMMAND [ARGUMENT...]
+#
+# --root DIR      where the device's folders are kept (DIR/tmp and so on) and can be read from outside; without it they are
+#                 thrown away at the end
+# --programs DIR  goes first in PATH; an S81ohttpd_rest in it also becomes /etc/rc.d/S81ohttpd_rest
+# --leases FILE   the DHCP leases of the device
+#
+# Where namespaces are denied, or with QO1905_NO_SANDBOX=1, the command runs on the machine's own paths: one at a time, only
+# if none of the module's files is there yet, and what appeared is removed at the end.
+set -euo pipefail
+
+project=$(cd "$(dirname "$0")/.." && pwd)
+root=
+programs=()
+leases=
+
+die() {
+    echo "sandbox.sh: $*" >&2
+    exit 2
+}
+
+while [ $# -gt 0 ]; do
+    case $1 in
+        --root) root=$2; shift 2 ;;
+        --programs) programs+=("$2"); shift 2 ;;
+        --leases) leases=$2; shift 2 ;;
+        --) shift; break ;;
+        *) die "unknown option $1" ;;
+    esac
+done
+[ $# -gt 0 ] || die "no command"
+
+path=$PATH
+rc_script=
+for folder in "${programs[@]}"; do
+    path=$folder:$path
+    [ ! -x "$folder/S81ohttpd_rest" ] || rc_script=$folder/S81ohttpd_rest
+done
+
+# --- in namespaces ---
+
+bwrap_arguments() {
+    local name
+    printf '%s\0' --die-with-parent --unshare-pid --unshare-ipc --dev /dev --proc /proc --tmpfs /var --tmpfs /etc
+    for name in usr bin sbin lib lib32 lib64 libx32 opt; do
+        printf '%s\0' --ro-bind-try "/$name" "/$name"
+    done
+    for name in alternatives group ld.so.cache ld.so.conf localtime nsswitch.conf passwd; do
+        printf '%s\0' --ro-bind-try "/etc/$name" "/etc/$name"
+    done
+}
+
+start_in_namespaces() {
+    local arguments
+    mapfile -d '' -t arguments < <(bwrap_arguments)
+    arguments+=(--bind "$root/tmp" /tmp --bind "$root/run" /run --symlink /run /var/run
+        --bind "$root/dnsmasq" /var/dnsmasq --bind "$root/rc.d" /etc/rc.d
+        --bind "$project" "$project" --chdir "$project" --setenv PATH "$path" --setenv HOME /tmp)
+    if [ -n "${QO1905_BUILD_DIR:-}" ]; then
+        arguments+=(--bind "$QO1905_BUILD_DIR" "$QO1905_BUILD_DIR")
+    fi
+    bwrap "${arguments[@]}" "$@"
+}
+
+namespaces_work() {
+    [ -z "${QO1905_NO_SANDBOX:-}" ] && command -v bwrap >/dev/null &&
+        start_in_namespaces true 2>/dev/null
+}
+
+# --- on the machine's own paths ---
+
+own_files=(/tmp/dump.txt /tmp/mapd_ctrl /tmp/mapd.log /tmp/qo1905.json /tmp/qo1905_log.json
+    /tmp/ecnt_agent_assoc_list.24g /tmp/ecnt_agent_assoc_list.5g /tmp/rest_server.log /var/run/rest_api_server.pid
+    /var/dnsmasq/dnsmasq.leases /etc/rc.d/S81ohttpd_rest)
+own_folders=(/var/dnsmasq /etc/rc.d)
+made_folders=()
+
+refuse_if_in_use() {
+    local file
+    for file in "${own_files[@]}"; do
+        [ ! -e "$file" ] || die "no sandbox possible, and $file exists on this machine: not touching it"
+    done
+}
+
+clean_machine() {
+    local folder
+    rm -rf -- "${own_files[@]}"
+    for folder in "${made_folders[@]}"; do
+        rmdir -- "$folder" 2>/dev/null || true
+    done
+}
+
+start_on_machine() {
+    local folder status=0
+    exec 9>>"/tmp/.qo1905-no-sandbox.$(id -u).lock"
+    flock 9
+    refuse_if_in_use
+    if [ -z "${QO1905_QUIET:-}" ]; then
+        echo "sandbox.sh: NO SANDBOX: running on this machine's own /tmp, /var/run, /var/dnsmasq and /etc/rc.d" >&2
+    fi
+    trap clean_machine EXIT
+    for folder in "${own_folders[@]}"; do
+        if [ ! -d "$folder" ] && mkdir -- "$folder" 2>/dev/null; then
+            made_folders+=("$folder")
+        fi
+    done
+    prepare /var/dnsmasq /etc/rc.d
+    PATH=$path "$@" 9>&- &
+    child=$!
+    trap 'kill -TERM "$child" 2>/dev/null || true' INT TERM HUP
+    # A trapped signal ends the first wait early; the second waits for the end.
+    wait "$child" || status=$?
+    if kill -0 "$child" 2>/dev/null; then
+        wait "$child" || status=$?
+    fi
+    return "$status"
+}
+
+# prepare LEASE_FOLDER RC_FOLDER
+prepare() {
+    if [ -n "$leases" ] && [ -w "$1" ]; then
+        cp -- "$leases" "$1/dnsmasq.leases"
+    fi
+    if [ -n "$rc_script" ] && [ -w "$2" ]; then
+        cp -- "$rc_script" "$2/S81ohttpd_rest"
+    fi
+}
+
+if [ -z "$root" ]; then
+    root=$(mktemp -d "${TMPDIR:-/tmp}/qo1905-sandbox.XXXXXX")
+    trap 'rm -rf -- "$root"' EXIT
+fi
+mkdir -p "$root/tmp" "$root/run" "$root/dnsmasq" "$root/rc.d"
+
+if namespaces_work; then
+    prepare "$root/dnsmasq" "$root/rc.d"
+    start_in_namespaces "$@"
+else
+    start_on_machine "$@"
+fi
