@@ -17,8 +17,7 @@ inline const char *shown(const char *text) { return text != nullptr ? text : "(n
 
 // One numbered trace line, "[qo1905] [function:line] ..." in one piece. The numbers are fixed: support scripts look
 // for them.
-void trace_at(const char *function, int line, const char *format, ...)
-    __attribute__((format(printf, 3, 4)));
+void trace_at(const char *function, int line, const char *format, ...) __attribute__((format(printf, 3, 4)));
 
 // The same without a heading.
 void trace(const char *format, ...) __attribute__((format(printf, 1, 2)));

@@ -27,8 +27,7 @@ JsonTree json_read_file(const char *path) {
 JsonTree json_parse(const char *text) { return JsonTree(json_tokener_parse(text)); }
 
 json_object *json_member(json_object *object, const char *key) {
-    return json_object_is_type(object, json_type_object) != 0 ? json_object_object_get(object, key)
-                                                              : nullptr;
+    return json_object_is_type(object, json_type_object) != 0 ? json_object_object_get(object, key) : nullptr;
 }
 
 const char *json_text(json_object *object, const char *key) {
@@ -36,9 +35,7 @@ const char *json_text(json_object *object, const char *key) {
     return member != nullptr ? json_object_get_string(member) : nullptr;
 }
 
-int json_number(json_object *object, const char *key) {
-    return json_object_get_int(json_member(object, key));
-}
+int json_number(json_object *object, const char *key) { return json_object_get_int(json_member(object, key)); }
 
 bool json_is_array(json_object *value) { return json_object_is_type(value, json_type_array) != 0; }
 
@@ -49,8 +46,6 @@ json_object *JsonItems::operator[](std::size_t index) const {
     return index < size_ ? json_object_array_get_idx(array_, index) : nullptr;
 }
 
-json_object *JsonItems::Iterator::operator*() const {
-    return json_object_array_get_idx(array_, index_);
-}
+json_object *JsonItems::Iterator::operator*() const { return json_object_array_get_idx(array_, index_); }
 
 }  // namespace qo1905

@@ -64,8 +64,6 @@ private:
 };
 
 // A member's elements.
-inline JsonItems json_items(json_object *object, const char *key) {
-    return JsonItems(json_member(object, key));
-}
+inline JsonItems json_items(json_object *object, const char *key) { return JsonItems(json_member(object, key)); }
 
 }  // namespace qo1905

@@ -16,14 +16,11 @@ struct Utf8Lead {
 
 // The well-formed sequences of the Unicode standard: no overlong forms, no surrogates, nothing above U+10FFFF.
 constexpr Utf8Lead kUtf8Leads[] = {
-    {0xC2, 0xDF, 2, 0x80, 0xBF}, {0xE0, 0xE0, 3, 0xA0, 0xBF}, {0xE1, 0xEC, 3, 0x80, 0xBF},
-    {0xED, 0xED, 3, 0x80, 0x9F}, {0xEE, 0xEF, 3, 0x80, 0xBF}, {0xF0, 0xF0, 4, 0x90, 0xBF},
-    {0xF1, 0xF3, 4, 0x80, 0xBF}, {0xF4, 0xF4, 4, 0x80, 0x8F},
+    {0xC2, 0xDF, 2, 0x80, 0xBF}, {0xE0, 0xE0, 3, 0xA0, 0xBF}, {0xE1, 0xEC, 3, 0x80, 0xBF}, {0xED, 0xED, 3, 0x80, 0x9F},
+    {0xEE, 0xEF, 3, 0x80, 0xBF}, {0xF0, 0xF0, 4, 0x90, 0xBF}, {0xF1, 0xF3, 4, 0x80, 0xBF}, {0xF4, 0xF4, 4, 0x80, 0x8F},
 };
 
-std::uint8_t byte_at(std::string_view text, std::size_t i) {
-    return static_cast<std::uint8_t>(text[i]);
-}
+std::uint8_t byte_at(std::string_view text, std::size_t i) { return static_cast<std::uint8_t>(text[i]); }
 
 // Bytes of the UTF-8 sequence at the start of the text, 0 when it is not one.
 std::size_t utf8_length(std::string_view text) {
@@ -35,8 +32,7 @@ std::size_t utf8_length(std::string_view text) {
         if (lead < row.first || lead > row.last) {
             continue;
         }
-        if (text.size() < row.length || byte_at(text, 1) < row.second_first ||
-            byte_at(text, 1) > row.second_last) {
+        if (text.size() < row.length || byte_at(text, 1) < row.second_first || byte_at(text, 1) > row.second_last) {
             return 0;
         }
         for (std::size_t i = 2; i < row.length; ++i) {

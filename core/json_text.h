@@ -8,9 +8,9 @@ namespace qo1905 {
 
 // What stands in a JSON string for the next character of a text.
 struct JsonPiece {
-    char text[7];         // not terminated
-    std::size_t length;   // bytes of `text`
-    std::size_t consumed; // bytes of the input that it stands for
+    char text[7];          // not terminated
+    std::size_t length;    // bytes of `text`
+    std::size_t consumed;  // bytes of the input that it stands for
 };
 
 // The first character of a non-empty text: itself, an escape for a double quote, a backslash or a control character,

@@ -41,8 +41,7 @@ void parse_mac(const char *text, Mac &mac) {
         return;
     }
     // The count does not matter: what did not parse keeps its value.
-    (void)std::sscanf(text, QO1905_MAC_SHORT_FORMAT, &mac[0], &mac[1], &mac[2], &mac[3], &mac[4],
-                      &mac[5]);
+    (void)std::sscanf(text, QO1905_MAC_SHORT_FORMAT, &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]);
 }
 
 }  // namespace qo1905

@@ -31,8 +31,7 @@ inline constexpr char kReadRestPidCommand[] = "cat " QO1905_REST_PID_FILE;
 inline constexpr char kRemoveRestPidCommand[] = "rm -rf " QO1905_REST_PID_FILE;
 inline constexpr char kFindRestServerCommand[] = "ps | grep ohttpd_rest | grep -v \"grep\"";
 inline constexpr char kStartRestServerCommand[] = "/etc/rc.d/S81ohttpd_rest";
-inline constexpr char kUplinkEssidCommand[] =
-    "iwconfig apclii0 | grep ESSID | cut -d : -f 2 | sed \"s/\\\"//g\"";
+inline constexpr char kUplinkEssidCommand[] = "iwconfig apclii0 | grep ESSID | cut -d : -f 2 | sed \"s/\\\"//g\"";
 
 // Beginnings of the commands that core/shell.h completes.
 inline constexpr char kKillCommand[] = "kill -9 ";

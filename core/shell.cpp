@@ -16,8 +16,8 @@ bool is_blank(char c) { return c == ' ' || c == '\t'; }
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 bool is_word_character(char c) {
-    return is_digit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == ':' || c == '.' ||
-           c == '_' || c == '-';
+    return is_digit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == ':' || c == '.' || c == '_' ||
+           c == '-';
 }
 
 bool is_special_in_double_quotes(char c) { return c == '"' || c == '\\' || c == '$' || c == '`'; }
@@ -60,8 +60,7 @@ bool is_process_id_line(std::string_view line) {
     return i == line.size() && digits <= kMaxDigits && value > 1;
 }
 
-void escape_quoted_json(std::string_view value, void (*sink)(void *context, std::string_view piece),
-                        void *context) {
+void escape_quoted_json(std::string_view value, void (*sink)(void *context, std::string_view piece), void *context) {
     escape_json(value, [=](std::string_view piece) {
         for (const char &c : piece) {
             if (is_special_in_double_quotes(c)) {
@@ -79,8 +78,7 @@ std::size_t send_payload_limit(std::string_view destination) {
     return taken < SendCommand::capacity() ? SendCommand::capacity() - taken : 0;
 }
 
-bool build_send_command(SendCommand &command, std::string_view destination,
-                        std::string_view payload) {
+bool build_send_command(SendCommand &command, std::string_view destination, std::string_view payload) {
     command.clear();
     command.append(kSendCommand);
     command.append("\"");
@@ -94,8 +92,7 @@ bool build_send_command(SendCommand &command, std::string_view destination,
     return is_bare_text(destination) && !command.truncated();
 }
 
-bool build_block_command(BlockCommand &command, bool block, std::string_view station,
-                         std::string_view interface_text) {
+bool build_block_command(BlockCommand &command, bool block, std::string_view station, std::string_view interface_text) {
     command.clear();
     command.append(block ? kBlockCommand : kUnblockCommand);
     command.append(station);

@@ -1,6 +1,6 @@
 // The one place that builds and runs shell commands. Nothing that a stranger wrote reaches the shell but through here:
-// inside double quotes it is escaped, where it stands bare it is looked at first, and a command that would not be exactly
-// one program with exactly its arguments is not run.
+// inside double quotes it is escaped, where it stands bare it is looked at first, and a command that would not be
+// exactly one program with exactly its arguments is not run.
 #pragma once
 
 #include <cstddef>
@@ -27,17 +27,13 @@ bool is_process_id_line(std::string_view line);
 
 // Hands a value to `sink` as it has to stand in a JSON string inside a double-quoted shell word: the JSON that the
 // program gets holds exactly the value.
-void escape_quoted_json(std::string_view value, void (*sink)(void *context, std::string_view piece),
-                        void *context);
+void escape_quoted_json(std::string_view value, void (*sink)(void *context, std::string_view piece), void *context);
 
 // The same, appended to a buffer.
 template <std::size_t N>
 void append_quoted_json(BoundedText<N> &out, std::string_view value) {
     escape_quoted_json(
-        value,
-        [](void *context, std::string_view piece) {
-            static_cast<BoundedText<N> *>(context)->append(piece);
-        },
+        value, [](void *context, std::string_view piece) { static_cast<BoundedText<N> *>(context)->append(piece); },
         &out);
 }
 
@@ -49,7 +45,6 @@ std::size_t send_payload_limit(std::string_view destination);
 bool build_send_command(SendCommand &command, std::string_view destination, std::string_view payload);
 
 // "block_acl": puts a station into the block list, or takes it out. False when it must not be run.
-bool build_block_command(BlockCommand &command, bool block, std::string_view station,
-                         std::string_view interface_text);
+bool build_block_command(BlockCommand &command, bool block, std::string_view station, std::string_view interface_text);
 
 }  // namespace qo1905

@@ -38,9 +38,7 @@ public:
     const char *payload() const { return buffer_ + kPayloadAt; }
 
     // What the length field announces; it counts the protocol byte too. A stranger wrote it: it may be anything.
-    std::int32_t payload_length() const {
-        return static_cast<std::int32_t>(static_cast<std::uint32_t>(length()) - 1U);
-    }
+    std::int32_t payload_length() const { return static_cast<std::int32_t>(static_cast<std::uint32_t>(length()) - 1U); }
     std::size_t payload_bytes_in_buffer() const {
         const std::int32_t announced = std::max<std::int32_t>(payload_length(), 0);
         return std::min(static_cast<std::size_t>(announced), kSize - kPayloadAt);
@@ -96,9 +94,7 @@ bool attach() {
     return true;
 }
 
-bool is_connection_lost(int error) {
-    return error == ECONNRESET || error == ECONNREFUSED || error == ENOTCONN;
-}
+bool is_connection_lost(int error) { return error == ECONNRESET || error == ECONNREFUSED || error == ENOTCONN; }
 
 // The daemon is gone and will come back; it may answer an open before it answers an attach.
 void reconnect() {

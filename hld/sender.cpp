@@ -1,6 +1,6 @@
 // What this device sends into the mesh in every cycle, through the multi-AP daemon's command-line client: an Agent its
-// report to the Controller, the Controller the state of each of its Wi-Fi interfaces to every device it knows. The JSON is
-// built the way it stands on the shell's command line, every double quote behind a backslash. Timer thread.
+// report to the Controller, the Controller the state of each of its Wi-Fi interfaces to every device it knows. The JSON
+// is built the way it stands on the shell's command line, every double quote behind a backslash. Timer thread.
 
 #include "core/diag.h"
 #include "core/mac.h"

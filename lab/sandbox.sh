@@ -58,7 +58,8 @@ start_in_namespaces() {
     mapfile -d '' -t arguments < <(bwrap_arguments)
     arguments+=(--bind "$root/tmp" /tmp --bind "$root/run" /run --symlink /run /var/run
         --bind "$root/dnsmasq" /var/dnsmasq --bind "$root/rc.d" /etc/rc.d
-        --bind "$project" "$project" --chdir "$project" --setenv PATH "$path" --setenv HOME /tmp)
+        --bind "$project" "$project" --chdir "$project"
+        --setenv PATH "$path" --setenv HOME /tmp --setenv QO1905_SANDBOX namespaces)
     if [ -n "${QO1905_BUILD_DIR:-}" ]; then
         arguments+=(--bind "$QO1905_BUILD_DIR" "$QO1905_BUILD_DIR")
     fi
@@ -108,7 +109,7 @@ start_on_machine() {
         fi
     done
     prepare /var/dnsmasq /etc/rc.d
-    PATH=$path "$@" 9>&- &
+    PATH=$path QO1905_SANDBOX=machine "$@" 9>&- &
     child=$!
     trap 'kill -TERM "$child" 2>/dev/null || true' INT TERM HUP
     # A trapped signal ends the first wait early; the second waits for the end.

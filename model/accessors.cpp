@@ -24,9 +24,7 @@ qo1905_security *getSecurityTable() {
     return &al_table->Security;
 }
 
-qo1905_network_topology *getNetTopolTable() {
-    return al_table != nullptr ? &al_table->NetworkTopology : nullptr;
-}
+qo1905_network_topology *getNetTopolTable() { return al_table != nullptr ? &al_table->NetworkTopology : nullptr; }
 
 #define QO1905_DEFINE_STUB(name, line) \
     int32_t name() { return notice_not_implemented(#name, line); }

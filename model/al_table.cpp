@@ -45,13 +45,10 @@ void clear_al_interface(qo1905_al_interface &interface) {
 }
 
 void clear_device(qo1905_device &device) {
-    free_list(device.Interface,
-              [](qo1905_device_interface &interface) { free_buffer(interface.ReservedBuffer); });
-    free_list(device.NonIEEE1905Neighbor,
-              [](qo1905_non1905_group &group) { free_list(group.Neighbor); });
+    free_list(device.Interface, [](qo1905_device_interface &interface) { free_buffer(interface.ReservedBuffer); });
+    free_list(device.NonIEEE1905Neighbor, [](qo1905_non1905_group &group) { free_list(group.Neighbor); });
     free_list(device.IEEE1905Neighbor, [](qo1905_1905_group &group) { free_list(group.Neighbor); });
-    free_list(device.BridgingTuple,
-              [](qo1905_bridging_tuple &tuple) { free_buffer(tuple.InterfaceList); });
+    free_list(device.BridgingTuple, [](qo1905_bridging_tuple &tuple) { free_buffer(tuple.InterfaceList); });
     free_list(device.STAInfo);
 }
 

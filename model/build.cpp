@@ -1,5 +1,5 @@
-// Builds the AL table from the topology dump and the platform's configuration objects: the local AL, its interfaces, and
-// through topology/ the Agent count and the device list. Timer thread, once per cycle.
+// Builds the AL table from the topology dump and the platform's configuration objects: the local AL, its interfaces,
+// and through topology/ the Agent count and the device list. Timer thread, once per cycle.
 
 #include <unistd.h>
 
@@ -30,8 +30,8 @@ constexpr char kNotAvailable[] = "NA";
 // The texts that no source fills stay empty, all numbers and switches 0, as allocated.
 void fill_local_info(qo1905_device_info &info) {
     fill_field(info.DeviceMode, "Router");
-    for (auto *field : {&info.Version, &info.L2DeviveCtrl, &info.WiFiAutoCfg, &info.WiFiOnOff,
-                        &info.FwUpgrade, &info.LEDOnOff}) {
+    for (auto *field :
+         {&info.Version, &info.L2DeviveCtrl, &info.WiFiAutoCfg, &info.WiFiOnOff, &info.FwUpgrade, &info.LEDOnOff}) {
         fill_field(*field, kNotAvailable);
     }
 }
@@ -92,7 +92,8 @@ void find_bridge(LocalInterfaces &found) {
     }
 }
 
-// Interface nodes by position, not by which objects were found: the first carries the bridge slot even without a bridge.
+// Interface nodes by position, not by which objects were found: the first carries the bridge slot even without a
+// bridge.
 int build_interfaces(qo1905_al_table &al, const LocalInterfaces &found) {
     ListTail<qo1905_al_interface> tail(al.Interface);
     for (unsigned i = 0; i < al.InterfaceNumberOfEntries; ++i) {
@@ -111,8 +112,7 @@ int build_interfaces(qo1905_al_table &al, const LocalInterfaces &found) {
 
 void trace_interfaces(const qo1905_al_table &al) {
     constexpr char kName[] = "retrieveIntfTable";
-    trace_at(kName, 2236, "================= Interface Num(%d) =================\n",
-             al.InterfaceNumberOfEntries);
+    trace_at(kName, 2236, "================= Interface Num(%d) =================\n", al.InterfaceNumberOfEntries);
     for (const qo1905_al_interface &interface : ListNodes(al.Interface)) {
         trace_at(kName, 2242, "mac=" QO1905_MAC_SHORT_FORMAT " mediaType=0x%x\n",
                  QO1905_MAC_ARGS(interface.InterfaceId), interface.MediaType);

@@ -1,6 +1,6 @@
 // The reports that Agents sent since the last cycle (the high-layer table), and the copy that the timer thread works
-// with. The receiver thread appends to the table; the timer thread moves it into the copy. update_lock guards the table;
-// the copy belongs to the timer thread alone.
+// with. The receiver thread appends to the table; the timer thread moves it into the copy. update_lock guards the
+// table; the copy belongs to the timer thread alone.
 #pragma once
 
 #include "core/lock.h"

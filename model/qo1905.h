@@ -94,21 +94,21 @@ struct qo1905_link {
 /* A local interface (TR-181 Device.IEEE1905.AL.Interface.{i}). */
 struct qo1905_al_interface {
     struct qo1905_al_interface *next;
-    uint8_t InterfaceId[6];         /* MAC */
-    uint32_t PowerState;            /* 0 On, 1 Power_Save, 2 Off, 3 unsupported */
-    uint32_t Status;                /* 0 Up, 1 Down, 3 Dormant, 4 NotPresent, 5 LowerLayerDown, 6 Error */
-    uint32_t LastChangeTime;        /* time of the last change of Status; 0 as built */
-    uint32_t MediaType;             /* IEEE 1905.1 media type */
-    uint8_t ReservedByte;           /* 0 */
-    void *ReservedBuffer;           /* owned, null as built */
-    uint8_t OUI[3];                 /* vendor properties: OUI */
-    uint32_t InformationLength;     /* bytes in Information */
-    uint8_t *Information;           /* owned vendor information, null as built */
-    uint16_t ReservedWords[3];      /* 0 */
-    struct qo1905_link *Reserved;   /* owned list, null as built */
-    void *ReservedPointer;          /* null as built, not owned */
-    uint16_t LinkNumberOfEntries;   /* links that the data model announces; 0 as built */
-    struct qo1905_link *Link;       /* owned list, null as built */
+    uint8_t InterfaceId[6];       /* MAC */
+    uint32_t PowerState;          /* 0 On, 1 Power_Save, 2 Off, 3 unsupported */
+    uint32_t Status;              /* 0 Up, 1 Down, 3 Dormant, 4 NotPresent, 5 LowerLayerDown, 6 Error */
+    uint32_t LastChangeTime;      /* time of the last change of Status; 0 as built */
+    uint32_t MediaType;           /* IEEE 1905.1 media type */
+    uint8_t ReservedByte;         /* 0 */
+    void *ReservedBuffer;         /* owned, null as built */
+    uint8_t OUI[3];               /* vendor properties: OUI */
+    uint32_t InformationLength;   /* bytes in Information */
+    uint8_t *Information;         /* owned vendor information, null as built */
+    uint16_t ReservedWords[3];    /* 0 */
+    struct qo1905_link *Reserved; /* owned list, null as built */
+    void *ReservedPointer;        /* null as built, not owned */
+    uint16_t LinkNumberOfEntries; /* links that the data model announces; 0 as built */
+    struct qo1905_link *Link;     /* owned list, null as built */
 };
 
 /* A node of a list that this version never fills: freed with its buffer. */
@@ -168,7 +168,7 @@ struct qo1905_1905_group {
 /* A bridging tuple (TR-181 ...IEEE1905Device.{i}.BridgingTuple.{i}); never built, put in by the host. */
 struct qo1905_bridging_tuple {
     struct qo1905_bridging_tuple *next;
-    uint16_t Count;             /* MACs in InterfaceList */
+    uint16_t Count;              /* MACs in InterfaceList */
     uint8_t (*InterfaceList)[6]; /* owned array of MACs; null when Count is 0 */
 };
 
@@ -188,20 +188,20 @@ struct qo1905_sta_info {
 /* One mesh device of the topology dump (TR-181 ...NetworkTopology.IEEE1905Device.{i}). */
 struct qo1905_device {
     struct qo1905_device *next;
-    uint8_t IEEE1905Id[6];                                /* AL MAC */
-    struct qo1905_device_info Info;                       /* management data */
-    uint8_t InterfaceNumberOfEntries;                     /* 2 plus the BSSs, modulo 256 */
-    struct qo1905_device_interface *Interface;            /* owned list */
-    uint16_t NonIEEE1905NeighborNumberOfEntries;          /* neighbours, not groups */
-    struct qo1905_non1905_group *NonIEEE1905Neighbor;     /* owned list of groups */
-    uint16_t IEEE1905NeighborNumberOfEntries;             /* neighbours, not groups */
-    struct qo1905_1905_group *IEEE1905Neighbor;           /* owned list of groups */
-    uint16_t BridgingTupleNumberOfEntries;                /* 0 as built */
-    struct qo1905_bridging_tuple *BridgingTuple;          /* owned list, empty as built */
-    uint8_t Ap_autoconfig_2_4G;                           /* number; 0 as built */
-    uint8_t Ap_autoconfig_5G;                             /* number; 0 as built */
-    uint16_t STAInfoNumberOfEntries;                      /* Wi-Fi backhauls plus stations of the last BSS */
-    struct qo1905_sta_info *STAInfo;                      /* owned list */
+    uint8_t IEEE1905Id[6];                            /* AL MAC */
+    struct qo1905_device_info Info;                   /* management data */
+    uint8_t InterfaceNumberOfEntries;                 /* 2 plus the BSSs, modulo 256 */
+    struct qo1905_device_interface *Interface;        /* owned list */
+    uint16_t NonIEEE1905NeighborNumberOfEntries;      /* neighbours, not groups */
+    struct qo1905_non1905_group *NonIEEE1905Neighbor; /* owned list of groups */
+    uint16_t IEEE1905NeighborNumberOfEntries;         /* neighbours, not groups */
+    struct qo1905_1905_group *IEEE1905Neighbor;       /* owned list of groups */
+    uint16_t BridgingTupleNumberOfEntries;            /* 0 as built */
+    struct qo1905_bridging_tuple *BridgingTuple;      /* owned list, empty as built */
+    uint8_t Ap_autoconfig_2_4G;                       /* number; 0 as built */
+    uint8_t Ap_autoconfig_5G;                         /* number; 0 as built */
+    uint16_t STAInfoNumberOfEntries;                  /* Wi-Fi backhauls plus stations of the last BSS */
+    struct qo1905_sta_info *STAInfo;                  /* owned list */
 };
 
 /* One logged change of the neighbourhood (TR-181 ...NetworkTopology.ChangeLog.{i}). */
@@ -231,19 +231,19 @@ struct qo1905_network_topology {
 
 /* The root: the local IEEE 1905 Abstraction Layer (TR-181 Device.IEEE1905.AL). */
 struct qo1905_al_table {
-    uint8_t IEEE1905Id[6];                     /* AL MAC */
-    uint8_t OUI[3];                            /* vendor properties: OUI, always zero */
-    uint32_t InformationLength;                /* bytes in Information; 0 */
-    uint8_t *Information;                      /* owned vendor information; null */
-    struct qo1905_device_info Info;            /* management data of the local device */
-    uint32_t Status;                           /* 0 UP, 1 Down, 3 Dormant, 4 NotPresent, 5 LowerLayerDown, 6 Error */
-    uint32_t LastChangeTime;                   /* when this table was built */
-    uint8_t InterfaceNumberOfEntries;          /* nodes in Interface */
-    struct qo1905_al_interface *Interface;     /* owned list */
-    uint32_t ReservedNumberOfEntries[2];       /* 0 */
-    struct qo1905_reserved_node *Reserved[2];  /* owned lists, never filled */
-    struct qo1905_security Security;           /* security settings */
-    struct qo1905_link *ReservedList;          /* owned list, never filled */
+    uint8_t IEEE1905Id[6];                    /* AL MAC */
+    uint8_t OUI[3];                           /* vendor properties: OUI, always zero */
+    uint32_t InformationLength;               /* bytes in Information; 0 */
+    uint8_t *Information;                     /* owned vendor information; null */
+    struct qo1905_device_info Info;           /* management data of the local device */
+    uint32_t Status;                          /* 0 UP, 1 Down, 3 Dormant, 4 NotPresent, 5 LowerLayerDown, 6 Error */
+    uint32_t LastChangeTime;                  /* when this table was built */
+    uint8_t InterfaceNumberOfEntries;         /* nodes in Interface */
+    struct qo1905_al_interface *Interface;    /* owned list */
+    uint32_t ReservedNumberOfEntries[2];      /* 0 */
+    struct qo1905_reserved_node *Reserved[2]; /* owned lists, never filled */
+    struct qo1905_security Security;          /* security settings */
+    struct qo1905_link *ReservedList;         /* owned list, never filled */
     struct qo1905_network_topology NetworkTopology;
 };
 
@@ -259,19 +259,19 @@ struct qo1905_client {
 /* One report received from an Agent: an entry of the high-layer table. */
 struct qo1905_report {
     struct qo1905_report *next;
-    uint8_t agentAlMac[6];             /* sender; zero when the report did not tell it */
-    uint8_t enableReboot;              /* 1 on receipt */
-    uint8_t enableIntfPwrCtrl;         /* 1 on receipt */
-    char firmwareversion[128];         /* "FWVersion" */
-    char Newfirmwareversion[128];      /* empty on receipt */
-    char Newfirmwaredate[128];         /* empty on receipt */
-    uint8_t Newfirmware;               /* 0 on receipt */
-    uint8_t NewfirmwareUpgradeState;   /* 0 on receipt */
-    uint8_t AP_autoconfig;             /* 1 on receipt */
-    char hostname[128];                /* "HostName" */
-    char deviceIP[128];                /* "DeviceIP" */
-    char DeviceMode[32];               /* empty on receipt */
-    struct qo1905_client *clientList;  /* owned list, in the order of the report */
+    uint8_t agentAlMac[6];            /* sender; zero when the report did not tell it */
+    uint8_t enableReboot;             /* 1 on receipt */
+    uint8_t enableIntfPwrCtrl;        /* 1 on receipt */
+    char firmwareversion[128];        /* "FWVersion" */
+    char Newfirmwareversion[128];     /* empty on receipt */
+    char Newfirmwaredate[128];        /* empty on receipt */
+    uint8_t Newfirmware;              /* 0 on receipt */
+    uint8_t NewfirmwareUpgradeState;  /* 0 on receipt */
+    uint8_t AP_autoconfig;            /* 1 on receipt */
+    char hostname[128];               /* "HostName" */
+    char deviceIP[128];               /* "DeviceIP" */
+    char DeviceMode[32];              /* empty on receipt */
+    struct qo1905_client *clientList; /* owned list, in the order of the report */
 };
 
 /* ---- Exported variables ---- */
@@ -282,12 +282,12 @@ struct qo1905_intf_table {
     const char *text; /* initially the empty text */
 };
 
-extern char DeviceMode[32];                 /* for the host; initially "unknow" */
-extern struct qo1905_intf_table intfTable;  /* for the host */
-extern char WIFI_WIFI_AP_IFNAME[16];        /* for the host: name of the 2.4 GHz access point interface */
-extern char WIFI_WIFI_AP_IFNAME_5G[16];     /* for the host: name of the 5 GHz access point interface */
-extern struct mapd_interface *ctrl_conn;    /* control connection to the multi-AP daemon; null until it is open */
-extern pthread_mutex_t update_info_lock;    /* guards the reports between receiver thread and timer thread */
+extern char DeviceMode[32];                /* for the host; initially "unknow" */
+extern struct qo1905_intf_table intfTable; /* for the host */
+extern char WIFI_WIFI_AP_IFNAME[16];       /* for the host: name of the 2.4 GHz access point interface */
+extern char WIFI_WIFI_AP_IFNAME_5G[16];    /* for the host: name of the 5 GHz access point interface */
+extern struct mapd_interface *ctrl_conn;   /* control connection to the multi-AP daemon; null until it is open */
+extern pthread_mutex_t update_info_lock;   /* guards the reports between receiver thread and timer thread */
 
 /* ---- Module entry and cycle ---- */
 

@@ -14,9 +14,7 @@ namespace {
 constexpr std::size_t kChannelSize = sizeof(qo1905_device_info::Channel24G);
 constexpr std::size_t kMediaTypes = 3;
 
-bool contains(std::string_view text, std::string_view part) {
-    return text.find(part) != std::string_view::npos;
-}
+bool contains(std::string_view text, std::string_view part) { return text.find(part) != std::string_view::npos; }
 
 bool is_24g_name(std::string_view name) { return !contains(name, "rai") && name != "eth"; }
 
@@ -66,8 +64,8 @@ const qo1905_sta_info *find_station(const qo1905_device &device, const Mac &mac,
 void write_line(MemoryText &out, const qo1905_sta_info &station, std::string_view interface_name,
                 std::string_view channel) {
     char numbers[64];
-    const int length = std::snprintf(numbers, sizeof(numbers), "  %10d  %4hd  %4d  %5d ", station.PhyRate,
-                                     station.RSSI, 0, station.SignalLevel);
+    const int length = std::snprintf(numbers, sizeof(numbers), "  %10d  %4hd  %4d  %5d ", station.PhyRate, station.RSSI,
+                                     0, station.SignalLevel);
     constexpr std::size_t kNameWidth = 8;
     constexpr char kBlanks[] = "        ";
     out.put_mac(station.STAMac);
@@ -115,9 +113,13 @@ void write_band(const Band &band) {
 using namespace qo1905;
 
 int32_t updateWifiAssocList() {
-    write_band({kAssocList24G, &qo1905_device_info::Channel24G, is_24g_name,
+    write_band({kAssocList24G,
+                &qo1905_device_info::Channel24G,
+                is_24g_name,
                 {QO1905_MEDIA_80211B_24GHZ, QO1905_MEDIA_80211G_24GHZ, QO1905_MEDIA_80211N_24GHZ}});
-    write_band({kAssocList5G, &qo1905_device_info::Channel5G, is_5g_name,
+    write_band({kAssocList5G,
+                &qo1905_device_info::Channel5G,
+                is_5g_name,
                 {QO1905_MEDIA_80211A_5GHZ, QO1905_MEDIA_80211N_5GHZ, QO1905_MEDIA_80211AC_5GHZ}});
     return 0;
 }

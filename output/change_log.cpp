@@ -22,8 +22,8 @@ void write_time_stamp(JsonWriter &json, std::uint32_t seconds) {
         return;
     }
     char text[96];
-    (void)std::snprintf(text, sizeof(text), "%.2d-%.2d-%.2dT%.2d:%.2d:%.2d", local->tm_year + 1900,
-                        local->tm_mon + 1, local->tm_mday, local->tm_hour, local->tm_min, local->tm_sec);
+    (void)std::snprintf(text, sizeof(text), "%.2d-%.2d-%.2dT%.2d:%.2d:%.2d", local->tm_year + 1900, local->tm_mon + 1,
+                        local->tm_mday, local->tm_hour, local->tm_min, local->tm_sec);
     json.name("TimeStamp", text);
 }
 
@@ -50,8 +50,7 @@ void write_change_log(JsonWriter &json, const qo1905_network_topology &network) 
     json.number("IEEE1905DeviceNumberOfEntries", network.IEEE1905DeviceNumberOfEntries);
     json.number("ChangeLogNumberOfEntries", network.ChangeLogNumberOfEntries);
     // A count beyond the array, which a host may have left, must not be read.
-    const unsigned valid =
-        std::min<unsigned>(network.ChangeLogNumberOfEntries, QO1905_CHANGE_LOG_CAPACITY);
+    const unsigned valid = std::min<unsigned>(network.ChangeLogNumberOfEntries, QO1905_CHANGE_LOG_CAPACITY);
     for (unsigned i = 0; i < valid; ++i) {
         write_entry(json, i + 1, network.ChangeLog[i]);
     }

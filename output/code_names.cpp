@@ -43,12 +43,17 @@ static_assert(is_sorted(kStatus));
 
 // "Unspported" is misspelt: readers compare with it.
 constexpr CodeName<11> kPowerState[] = {
-    {0, "On"}, {1, "Power_Save"}, {2, "Off"}, {3, "Unspported"},
+    {0, "On"},
+    {1, "Power_Save"},
+    {2, "Off"},
+    {3, "Unspported"},
 };
 static_assert(is_sorted(kPowerState));
 
 constexpr CodeName<20> kTopologyStatus[] = {
-    {0, "Incomplete"}, {1, "Available"}, {2, "Error_Misconfigured"},
+    {0, "Incomplete"},
+    {1, "Available"},
+    {2, "Error_Misconfigured"},
 };
 static_assert(is_sorted(kTopologyStatus));
 
@@ -95,21 +100,15 @@ std::string_view interface_status_name(std::uint32_t code) {
 
 std::string_view power_state_name(std::uint32_t code) { return look_up(kPowerState, code, kUnknown); }
 
-std::string_view topology_status_name(std::uint32_t code) {
-    return look_up(kTopologyStatus, code, kUnknown);
-}
+std::string_view topology_status_name(std::uint32_t code) { return look_up(kTopologyStatus, code, kUnknown); }
 
-std::string_view topology_enable_word(std::uint32_t code) {
-    return look_up(kTopologyEnable, code, "null");
-}
+std::string_view topology_enable_word(std::uint32_t code) { return look_up(kTopologyEnable, code, "null"); }
 
 std::string_view setup_method_name(std::uint32_t code) { return look_up(kSetupMethod, code, kUnknown); }
 
 std::string_view event_type_name(std::uint32_t code) { return look_up(kEventType, code, ""); }
 
-std::string_view neighbor_type_name(std::uint32_t code) {
-    return look_up(kNeighborType, code, kUnknown);
-}
+std::string_view neighbor_type_name(std::uint32_t code) { return look_up(kNeighborType, code, kUnknown); }
 
 std::string_view media_type_name(std::uint32_t code) { return look_up(kMediaType, code, kUnknown); }
 

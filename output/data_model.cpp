@@ -20,9 +20,7 @@ namespace {
 constexpr std::size_t kLowerLayersSize = 1024;
 
 // Seconds since then modulo 2^32, which is right also when the clock was set back.
-std::uint32_t seconds_since(std::uint32_t then, std::time_t now) {
-    return static_cast<std::uint32_t>(now) - then;
-}
+std::uint32_t seconds_since(std::uint32_t then, std::time_t now) { return static_cast<std::uint32_t>(now) - then; }
 
 void write_al_lower_layers(JsonWriter &json, unsigned interfaces) {
     ItemList<kLowerLayersSize> list;

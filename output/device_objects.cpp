@@ -107,14 +107,12 @@ void write_non1905_neighbor(JsonWriter &json, Key key, std::string_view local_in
 // A Wi-Fi neighbour is told only behind an interface of its own media type: a station that the daemon lists under the
 // other band's BSS is left out.
 bool is_told(const RadioValues &values, const qo1905_device_interface *local) {
-    return !is_wifi_media_type(values.MediaType) ||
-           (local != nullptr && local->MediaType == values.MediaType);
+    return !is_wifi_media_type(values.MediaType) || (local != nullptr && local->MediaType == values.MediaType);
 }
 
 // One Wi-Fi form per station with the neighbour's MAC. Advances the counter; returns the number of objects written.
-unsigned checkIeee1905NbrIsWIFI(JsonWriter &json, const qo1905_device &device,
-                                const qo1905_1905_neighbor &neighbor, unsigned &counter,
-                                std::string_view local_interface) {
+unsigned checkIeee1905NbrIsWIFI(JsonWriter &json, const qo1905_device &device, const qo1905_1905_neighbor &neighbor,
+                                unsigned &counter, std::string_view local_interface) {
     unsigned written = 0;
     for (const qo1905_sta_info &station : ListNodes(device.STAInfo)) {
         if (!same_mac(station.STAMac, neighbor.NeighborDeviceId)) {
@@ -133,8 +131,7 @@ unsigned checkIeee1905NbrIsWIFI(JsonWriter &json, const qo1905_device &device,
 // The form of a neighbour without a station: another key for its MAC, and always the same media type.
 void write_wired_1905_neighbor(JsonWriter &json, const qo1905_1905_neighbor &neighbor, unsigned number,
                                std::string_view local_interface) {
-    open_neighbor(json, {kIeee1905Neighbor, number}, local_interface, "NeighborDeviceId",
-                  neighbor.NeighborDeviceId);
+    open_neighbor(json, {kIeee1905Neighbor, number}, local_interface, "NeighborDeviceId", neighbor.NeighborDeviceId);
     json.name("MediaType", media_type_name(QO1905_MEDIA_FAST_ETHERNET));
     json.boolean("IEEE802dot1Bridge", neighbor.IEEE802dot1Bridge == 1);
     json.close();
@@ -180,8 +177,8 @@ void write_non1905_neighbors(JsonWriter &json, const qo1905_device &device) {
             values.reset_numbers();
             checkIntfMacMediaType(device, neighbor.NeighborInterfaceId, values);
             if (is_told(values, local)) {
-                write_non1905_neighbor(json, {kNonIeee1905Neighbor, j}, local_name.view(),
-                                       neighbor.NeighborInterfaceId, values);
+                write_non1905_neighbor(json, {kNonIeee1905Neighbor, j}, local_name.view(), neighbor.NeighborInterfaceId,
+                                       values);
             }
             ++j;  // also past a neighbour that is left out: the numbers have gaps
         }

@@ -1,6 +1,6 @@
-// The layout of the JSON files, in one place: tabs, commas, line ends and quotes. A member writes the comma and the line
-// end that separate it from the one before, so an object's last line stays open until something follows; that keeps
-// the document valid whatever lists are empty. The document grows in memory and reaches the disk in one write.
+// The layout of the JSON files, in one place: tabs, commas, line ends and quotes. A member writes the comma and the
+// line end that separate it from the one before, so an object's last line stays open until something follows; that
+// keeps the document valid whatever lists are empty. The document grows in memory and reaches the disk in one write.
 #pragma once
 
 #include <cstddef>
@@ -63,7 +63,7 @@ public:
     void number(Key key, std::int64_t value);
     void boolean(Key key, bool value) { word(key, value ? "true" : "false"); }
     void mac(Key key, const Mac &value);
-    void name(Key key, std::string_view value);     // one of our own texts, in quotes
+    void name(Key key, std::string_view value);  // one of our own texts, in quotes
     void raw(Key key, std::string_view prefix, std::string_view value, std::string_view suffix);
     void word(Key key, std::string_view value) { raw(key, "", value, ""); }  // without quotes
     void list(Key key, std::string_view items) { raw(key, "[ ", items, " ]"); }

@@ -17,10 +17,10 @@ int getEasyMeshStatus(void);
 int EasyMeshGetDeviceRole(char *role, int size);
 
 /* Each fills the buffer with a text and returns 0 on success. MACs are six bytes in hexadecimal with colons. */
-int getControllerMac(char *mac, int size);          /* AL MAC of the Controller */
-int getFWVersion(char *version, int size);          /* firmware version of this device */
-int getHostName(char *name, int size);              /* host name of this device */
-int getDeviceIP(char *address, int size);           /* IP address of this device */
+int getControllerMac(char *mac, int size);           /* AL MAC of the Controller */
+int getFWVersion(char *version, int size);           /* firmware version of this device */
+int getHostName(char *name, int size);               /* host name of this device */
+int getDeviceIP(char *address, int size);            /* IP address of this device */
 int qoUtilIGetBaseMACwithColon(char *mac, int size); /* base MAC of this device, its AL MAC */
 
 /* One associated station: 60 bytes. */

@@ -18,9 +18,7 @@ constexpr char kName[] = "get1905AgentDevNumber";
 Agent *agents = nullptr;
 
 // The daemon writes "02"; what it would be cut to counts as well, an empty text included.
-bool is_agent_role(const char *role) {
-    return role != nullptr && std::strncmp("02", role, std::strlen(role)) == 0;
-}
+bool is_agent_role(const char *role) { return role != nullptr && std::strncmp("02", role, std::strlen(role)) == 0; }
 
 bool remember_agent(json_object *device, ListTail<Agent> &tail) {
     const char *al_mac = json_text(device, "AL MAC");

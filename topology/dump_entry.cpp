@@ -20,9 +20,7 @@ namespace {
 constexpr char kName[] = "getNbrDevInfo";
 constexpr int kFirst5GChannel = 36;
 
-bool is_text(const char *text, std::string_view expected) {
-    return text != nullptr && expected == text;
-}
+bool is_text(const char *text, std::string_view expected) { return text != nullptr && expected == text; }
 
 // Keeps the value where the text is no number.
 void parse_rssi(const char *text, std::int16_t &value) {
@@ -82,8 +80,7 @@ struct MediumName {
     char name[5];
     std::uint32_t media_type;
 };
-constexpr MediumName kWifiMedia[] = {{"5G", QO1905_MEDIA_80211N_5GHZ},
-                                     {"2.4G", QO1905_MEDIA_80211N_24GHZ}};
+constexpr MediumName kWifiMedia[] = {{"5G", QO1905_MEDIA_80211N_5GHZ}, {"2.4G", QO1905_MEDIA_80211N_24GHZ}};
 
 // The Wi-Fi media type of a "Medium"; null when it names none.
 const MediumName *wifi_medium(const char *name) {
@@ -143,8 +140,7 @@ public:
         }
         add_ethernet_clients();
         add_backhauls();
-        device_.STAInfoNumberOfEntries =
-            static_cast<std::uint16_t>(wifi_backhauls_ + last_station_count_);
+        device_.STAInfoNumberOfEntries = static_cast<std::uint16_t>(wifi_backhauls_ + last_station_count_);
         return QO1905_SUCCESS;
     }
 
@@ -169,8 +165,7 @@ private:
         parse_mac(al_mac, device_.IEEE1905Id);
         const char *uplink = json_text(json_items(entry_, "BH Interface(APCLI)")[0], "MAC address");
         device_.InterfaceNumberOfEntries = 2;
-        return add_interface(al_mac, QO1905_MEDIA_FAST_ETHERNET) &&
-               add_interface(uplink, QO1905_MEDIA_80211N_5GHZ);
+        return add_interface(al_mac, QO1905_MEDIA_FAST_ETHERNET) && add_interface(uplink, QO1905_MEDIA_80211N_5GHZ);
     }
 
     bool add_radios() {
@@ -305,8 +300,7 @@ private:
         const JsonItems links = json_items(entry_, "backhaul link metrics");
         EntryChain<qo1905_1905_neighbor> entries;
         for (json_object *backhaul : backhauls) {
-            const char *neighbor_mac =
-                neighbor_interface(links, json_text(backhaul, "neighbor almac addr"));
+            const char *neighbor_mac = neighbor_interface(links, json_text(backhaul, "neighbor almac addr"));
             if (auto *entry = entries.add()) {
                 parse_mac(neighbor_mac, entry->NeighborDeviceId);
             }

@@ -19,8 +19,8 @@ struct LineValues {
 
     // Expiry time, MAC, address, then what nobody needs. The address takes a line end along when nothing follows it.
     void parse(const char *line) {
-        (void)std::sscanf(line, "%*u " QO1905_MAC_SHORT_FORMAT " %511[^ ] %*[^ ] %*[^ ] %*[^ ]\n", &mac[0],
-                          &mac[1], &mac[2], &mac[3], &mac[4], &mac[5], address);
+        (void)std::sscanf(line, "%*u " QO1905_MAC_SHORT_FORMAT " %511[^ ] %*[^ ] %*[^ ] %*[^ ]\n", &mac[0], &mac[1],
+                          &mac[2], &mac[3], &mac[4], &mac[5], address);
     }
 };
 

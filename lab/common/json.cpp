@@ -47,9 +47,7 @@ JsonValue JsonValue::read_file(const std::string &path) {
     return {root, tree, path};
 }
 
-void JsonValue::fail(const std::string &what) const {
-    throw Error(place_ + ": " + what);
-}
+void JsonValue::fail(const std::string &what) const { throw Error(place_ + ": " + what); }
 
 std::vector<std::string> JsonValue::keys() const {
     if (json_object_is_type(value_, json_type_object) == 0) {

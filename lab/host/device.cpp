@@ -30,8 +30,12 @@ std::string read_role(const JsonValue &value) {
 
 WifiInterface read_wifi(const JsonValue &value) {
     value.allow_keys({"instance", "name", "enable", "status", "mac", "bssid"});
-    return {value.at("instance").integer(1, 255), short_text(value.at("name"), 31), value.boolean_or("enable", true),
-            value.text_or("status", "Up"),        value.at("mac").mac(),            value.text_or("bssid", "")};
+    return {value.at("instance").integer(1, 255),
+            short_text(value.at("name"), 31),
+            value.boolean_or("enable", true),
+            value.text_or("status", "Up"),
+            value.at("mac").mac(),
+            value.text_or("bssid", "")};
 }
 
 EthernetLink read_link(const JsonValue &value) {

@@ -1,6 +1,6 @@
-// The stand-alone host: loads the module as the gateway's monitoring daemon does, gives it the platform's functions from
-// a device description (lab/host/platform.cpp) and runs the timer service. The timer thread is this program's own; the
-// module's receiver thread runs beside it.
+// The stand-alone host: loads the module as the gateway's monitoring daemon does, gives it the platform's functions
+// from a device description (lab/host/platform.cpp) and runs the timer service. The timer thread is this program's own;
+// the module's receiver thread runs beside it.
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -73,8 +73,11 @@ int main(int argc, char **argv) {
         ->capture_default_str()
         ->check(CLI::Range(0.001, 3600.0));
     app.add_option("--cycles", options.cycles, "End after so many cycles, 0 for never")->capture_default_str();
-    app.add_option("--log-level", log_level, "The module traces at 7 and above")->capture_default_str()->check(CLI::Range(0, 9));
-    app.add_option("--files-at", options.files_at, "Where the files are, as the line of each cycle tells it")->capture_default_str();
+    app.add_option("--log-level", log_level, "The module traces at 7 and above")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 9));
+    app.add_option("--files-at", options.files_at, "Where the files are, as the line of each cycle tells it")
+        ->capture_default_str();
     app.set_version_flag("--version", QO1905_VERSION);
     try {
         app.parse(argc, argv);

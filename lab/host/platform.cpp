@@ -152,8 +152,8 @@ int configWlanEnable(int instance, int enable, const char *dat_path, const char 
         if (wifi.instance == instance) {
             wifi.enable = enable == 1;
             wifi.status = wifi.enable ? "Up" : "Down";
-            std::printf("host: %s switched %s (%s, prefix %s)\n", wifi.name.c_str(), wifi.enable ? "on" : "off", dat_path,
-                        prefix);
+            std::printf("host: %s switched %s (%s, prefix %s)\n", wifi.name.c_str(), wifi.enable ? "on" : "off",
+                        dat_path, prefix);
             return kSuccess;
         }
     }

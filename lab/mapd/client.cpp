@@ -1,6 +1,6 @@
 // The multi-AP daemon's client library, as the host offers it to the module. A connection has a thread that pings the
-// daemon; when the daemon is gone, or is another than the one attached to, the connection's descriptor is replaced by one
-// that is not connected, so that whoever receives on it learns of the loss.
+// daemon; when the daemon is gone, or is another than the one attached to, the connection's descriptor is replaced by
+// one that is not connected, so that whoever receives on it learns of the loss.
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -37,8 +37,8 @@ void mark_lost(Connection &connection) {
 
 bool is_alive(const Connection &connection) {
     const int fd = lab::open_client_socket();
-    const bool alive = fd >= 0 && lab::connect_to(fd, connection.path) &&
-                       lab::ask(fd, {"PING"}, kAnswerMs) == connection.epoch;
+    const bool alive =
+        fd >= 0 && lab::connect_to(fd, connection.path) && lab::ask(fd, {"PING"}, kAnswerMs) == connection.epoch;
     if (fd >= 0) {
         close(fd);
     }

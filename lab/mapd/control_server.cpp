@@ -63,8 +63,8 @@ void ControlServer::serve_once(int timeout_ms) {
     std::string request(kMaxDatagram, '\0');
     std::string sender(sizeof(sockaddr_un), '\0');
     auto sender_size = static_cast<socklen_t>(sender.size());
-    const ssize_t size = recvfrom(fd_, request.data(), request.size(), 0,
-                                  reinterpret_cast<sockaddr *>(sender.data()), &sender_size);
+    const ssize_t size =
+        recvfrom(fd_, request.data(), request.size(), 0, reinterpret_cast<sockaddr *>(sender.data()), &sender_size);
     if (size < 0) {
         return;
     }

@@ -45,7 +45,8 @@ int main(int argc, char **argv) {
     app.add_option("--dump", options.dump, "Topology dump to replay, as it is")->required();
     app.add_option("--reports", options.reports, "JSON array of payloads that arrive after every dump");
     app.add_option("--dump-path", options.dump_path, "Where the dump is written")->capture_default_str();
-    app.add_option("--record", options.record, "File that what is sent and blocked is written down in")->capture_default_str();
+    app.add_option("--record", options.record, "File that what is sent and blocked is written down in")
+        ->capture_default_str();
     app.add_option("--socket", options.socket, "Control socket")->capture_default_str();
     app.set_version_flag("--version", QO1905_VERSION);
     try {

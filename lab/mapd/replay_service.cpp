@@ -41,7 +41,8 @@ bool ReplayService::dump_topology() {
 
 void ReplayService::send_higher_layer_data(const std::string &destination, std::uint8_t protocol,
                                            const std::string &payload) {
-    record_ << "tx_higher_layer_data " << destination << ' ' << static_cast<int>(protocol) << ' ' << payload << std::endl;
+    record_ << "tx_higher_layer_data " << destination << ' ' << static_cast<int>(protocol) << ' ' << payload
+            << std::endl;
 }
 
 void ReplayService::block_acl(const std::vector<std::string> &words) {

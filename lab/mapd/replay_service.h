@@ -12,9 +12,10 @@ namespace lab {
 
 class ReplayService : public ControlService {
 public:
-    // `dump` is the file that is replayed, as it is; `dump_path` where the module looks for it; `reports`, if not empty, a
-    // JSON array of payloads; `record` the file for what was asked. Throws Error.
-    ReplayService(const std::string &dump, std::string dump_path, const std::string &reports, const std::string &record);
+    // `dump` is the file that is replayed, as it is; `dump_path` where the module looks for it; `reports`, if not
+    // empty, a JSON array of payloads; `record` the file for what was asked. Throws Error.
+    ReplayService(const std::string &dump, std::string dump_path, const std::string &reports,
+                  const std::string &record);
 
     bool dump_topology() override;
     void send_higher_layer_data(const std::string &destination, std::uint8_t protocol,

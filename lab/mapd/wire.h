@@ -10,8 +10,8 @@
 //   tx_higher_layer_data MAC PROTOCOL LENGTH JSON
 //   block_acl WORDS...
 //
-// An event is a 32-bit id, a 32-bit length and that many bytes, in host byte order. Event 6 is higher-layer data: a byte
-// with the protocol number, then the payload.
+// An event is a 32-bit id, a 32-bit length and that many bytes, in host byte order. Event 6 is higher-layer data: a
+// byte with the protocol number, then the payload.
 #pragma once
 
 #include <cstdint>
