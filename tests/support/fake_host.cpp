@@ -59,6 +59,14 @@ void fill_field(char (&field)[N], const std::string &text) {
     std::memcpy(field, text.data(), std::min(N, text.size()));
 }
 
+// Not through calloc, which a test may have failing.
+template <class T>
+T *zeroed() {
+    auto *block = static_cast<T *>(std::malloc(sizeof(T)));
+    std::memset(block, 0, sizeof(T));
+    return block;
+}
+
 std::set<std::FILE *> &canned_pipes() {
     static std::set<std::FILE *> pipes;
     return pipes;
@@ -66,7 +74,7 @@ std::set<std::FILE *> &canned_pipes() {
 
 std::FILE *canned_pipe(const std::string &text) {
     std::FILE *file = std::tmpfile();
-    std::fwrite(text.data(), 1, text.size(), file);
+    std::fputs(text.c_str(), file);
     std::rewind(file);
     canned_pipes().insert(file);
     return file;
@@ -147,7 +155,7 @@ lanmon_l2_device *lanmon_db_L2Device_get() {
     record("lanmon_db_L2Device_get");
     lanmon_l2_device *head = nullptr;
     for (auto mac = host.known_devices.rbegin(); mac != host.known_devices.rend(); ++mac) {
-        auto *entry = static_cast<lanmon_l2_device *>(std::calloc(1, sizeof(lanmon_l2_device)));
+        auto *entry = fake::zeroed<lanmon_l2_device>();
         fake::fill_field(entry->AlMac, *mac);
         entry->next = head;
         head = entry;
@@ -190,7 +198,7 @@ int mcfgFeObjStructGetNext(uint32_t object_id, mcfg_instance *place, void **obje
     const std::size_t at = place->index[1]++;
     if (object_id == MCFG_WIFI_SSID && at < host.ssids.size()) {
         const fake::Ssid &ssid = host.ssids[at];
-        auto *copy = static_cast<mcfg_wifi_ssid *>(std::calloc(1, sizeof(mcfg_wifi_ssid)));
+        auto *copy = fake::zeroed<mcfg_wifi_ssid>();
         copy->Enable = ssid.enable;
         fake::fill_field(copy->Status, ssid.status);
         fake::fill_field(copy->Name, ssid.name);
@@ -201,7 +209,7 @@ int mcfgFeObjStructGetNext(uint32_t object_id, mcfg_instance *place, void **obje
         return MCFG_SUCCESS;
     }
     if (object_id == MCFG_ETHERNET_LINK && at < host.links.size()) {
-        auto *copy = static_cast<mcfg_ethernet_link *>(std::calloc(1, sizeof(mcfg_ethernet_link)));
+        auto *copy = fake::zeroed<mcfg_ethernet_link>();
         fake::fill_field(copy->Status, host.links[at].status);
         fake::fill_field(copy->LowerLayers, host.links[at].lower_layers);
         fake::fill_field(copy->MACAddress, host.links[at].mac);
@@ -239,6 +247,23 @@ int system(const char *command) {
     const int result = real_shell ? fake::real<int(const char *)>("system")(command) : 0;
     record(std::string("system ") + command);
     return result;
+}
+
+FILE *fopen(const char *path, const char *mode) {
+    if (*mode == 'w') {
+        record(std::string("fopen ") + path + " " + mode);
+    }
+    return fake::real<FILE *(const char *, const char *)>("fopen")(path, mode);
+}
+
+int setvbuf(FILE *file, char *buffer, int mode, size_t size) noexcept {
+    record(mode == _IONBF ? "setvbuf unbuffered" : "setvbuf");
+    return fake::real<int(FILE *, char *, int, size_t)>("setvbuf")(file, buffer, mode, size);
+}
+
+size_t fwrite(const void *data, size_t size, size_t count, FILE *file) {
+    record("fwrite " + std::to_string(size * count));
+    return fake::real<size_t(const void *, size_t, size_t, FILE *)>("fwrite")(data, size, count, file);
 }
 
 FILE *popen(const char *command, const char *mode) {

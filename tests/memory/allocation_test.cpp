@@ -1,0 +1,161 @@
+// Every allocation of the module fails once, alone and with all that follow: nothing crashes, nothing leaks (the leak
+// checker of the sanitizer build watches), and with memory the next cycle gives exactly the full files.
+#include <functional>
+
+#include "tests/output/meshes.h"
+#include "tests/support/failing_allocations.h"
+#include "tests/support/module_test.h"
+
+using testing::AnyOf;
+using testing::Eq;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr long kMany = 100000;
+
+class AllocationTest : public ModuleTest {
+protected:
+    ~AllocationTest() override { allocate_again(); }
+
+    // Runs `action` with allocation 1, 2, 3, ... failing until none fails any more, and `check` after each. Returns how
+    // many there are.
+    static long fail_each(const std::function<void()> &action, const std::function<void()> &check) {
+        for (const auto fail : {fail_allocation, fail_allocations_from}) {
+            for (long k = 1;; ++k) {
+                fail(k);
+                printed_ = printed_by(action);
+                const bool failed = allocation_failed();
+                allocate_again();
+                if (!failed) {
+                    if (fail == fail_allocations_from) {
+                        return k - 1;
+                    }
+                    break;
+                }
+                check();
+                EXPECT_FALSE(HasFatalFailure() || HasNonfatalFailure()) << "allocation " << k << " failed";
+                if (HasFailure() || k == kMany) {
+                    return k;
+                }
+            }
+        }
+        return 0;
+    }
+
+    static std::string printed_;
+};
+std::string AllocationTest::printed_;
+
+TEST_F(AllocationTest, DuringABuild) {
+    int32_t result = -1;
+    const long count = fail_each([&] { result = build_mesh("two_agents"); },
+                                 [&] {
+                                     EXPECT_THAT(result, AnyOf(Eq(0), Eq(16)));
+                                     // What there is of a table can be written and read.
+                                     module_.writeJsonDataModel();
+                                     module_.updateWifiAssocList();
+                                     fake::host.now = 1700000000;
+                                     EXPECT_EQ(build_mesh("two_agents"), 0);
+                                     fake::host.now = 1700000042;
+                                     module_.writeJsonDataModel();
+                                     EXPECT_EQ(read_file(kModel), fixture("meshes/two_agents/expected/qo1905.json"));
+                                 });
+    EXPECT_GT(count, 50);
+}
+
+TEST_F(AllocationTest, OfTheFixedInterfacesAndOfABssIsTold) {
+    bool told = false;
+    fail_each([&] { build_mesh("one_agent"); }, [&] { told = told || printed_.find("getNbrDevInfo: Alloc struct buf failed!!\n") != std::string::npos; });
+    EXPECT_TRUE(told);
+}
+
+TEST_F(AllocationTest, OfTheAgentListIsTold) {
+    build("");
+    const Json topology = parse_json(R"([{"AL MAC": "02:0a:00:00:00:01", "Device role": "02"}])");
+    fail_allocation(1);
+    int32_t count = -1;
+    EXPECT_EQ(printed_by([&] { count = module_.get1905AgentDevNumber(topology.get()); }),
+              "get1905AgentDevNumber: Allocate curLinkMetricInfo structure buf failed!!\n");
+    EXPECT_EQ(count, 0);
+}
+
+TEST_F(AllocationTest, OfADeviceRecordFailsTheTable) {
+    put_dump(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})");
+    // Root, one local interface, one agent; then the device.
+    fail_allocation(4);
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.initALTable(), 16); }), "Fail update Ieee1905DevTable!\n");
+    EXPECT_EQ(module_.getAlTable(), nullptr);
+}
+
+TEST_F(AllocationTest, OfTheRootLeavesNoTable) {
+    build("");
+    put_dump("");
+    fail_allocation(1);
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.initALTable(), 16); }), "");
+    EXPECT_EQ(module_.getAlTable(), nullptr);
+}
+
+TEST_F(AllocationTest, OfAReportIsToldAndTheLockIsFree) {
+    const char kReport[] = R"({"SrcAlMac": "2:a:0:0:0:1", "FWVersion": "1", "STAInfo": [{"STAMac": "2:57:0:0:0:1", "PhyRate": 5}]})";
+    fake::host.role = "1";
+    fail_allocation(1);
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(receive(kReport), 16); }), "tmpEcnt1905Table = NULL !!\n");
+    fail_allocation(2);
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(receive(kReport), 16); }), "tmpEcntWifiInfoTable = NULL !!\n");
+    // Neither is in the table, and the next one is stored without a message.
+    EXPECT_STREQ(build(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})")[0]->Info.Hostname, "Unknown");
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(receive(kReport), 0); }), "");
+    EXPECT_STREQ(build(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})")[0]->Info.FirmwareVersion, "1");
+}
+
+TEST_F(AllocationTest, AFailedReportIsTakenOutFromBetweenOthers) {
+    const auto report = [](const char *version) {
+        return std::string(R"({"SrcAlMac": "2:a:0:0:0:1", "STAInfo": [{"STAMac": "1", "PhyRate": 5}], "FWVersion": ")") + version + "\"}";
+    };
+    fake::host.role = "1";
+    receive(report("first"));
+    fail_allocation(2);
+    EXPECT_EQ(receive(report("second")), 16);
+    receive(report("third"));
+    log_level = 7;
+    EXPECT_STREQ(build(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})")[0]->Info.FirmwareVersion, "third");
+}
+
+TEST_F(AllocationTest, OfAWriterLeavesThePreviousFile) {
+    ASSERT_EQ(build_mesh("two_agents"), 0);
+    fake::host.now = 1700000042;
+    module_.writeJsonDataModel();
+    const std::string before = read_file(kModel);
+    const long count = fail_each([&] { module_.writeJsonDataModel(); },
+                                 [&] {
+                                     EXPECT_EQ(printed_, "write_text_file: no memory, /tmp/qo1905.json stays as it was\n");
+                                     EXPECT_EQ(read_file(kModel), before);
+                                 });
+    EXPECT_GE(count, 1);
+    fail_each([&] { module_.updateWifiAssocList(); }, [&] { EXPECT_THAT(printed_, HasSubstr("stays as it was\n")); });
+    fail_each([&] { module_.writeJsonqo1905log(); }, [&] { EXPECT_THAT(printed_, HasSubstr("qo1905_log.json stays as it was\n")); });
+}
+
+TEST_F(AllocationTest, OfAnAgentsReportCountsSixteenStations) {
+    fake::host.role = "2";
+    fake::host.stations["ra0"] = {{"02:57:00:00:00:01", 1, {}}, {"02:57:00:00:00:02", 2, {}}};
+    fail_allocation(1);
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.highLayerDataSend(), 1); }), "apAssocDevObj = NULL !!\n");
+    EXPECT_THAT(fake::commands().back(), HasSubstr("\\\"STAInfo\\\": []}"));
+    fail_allocation(3);
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.highLayerDataSend(), 1); }), "tmpEcntWifiInfoTable = NULL !!\n");
+    EXPECT_THAT(fake::commands().back(), HasSubstr("[{ \\\"STAMac\\\": \\\"2:57:0:0:0:1\\\", \\\"PhyRate\\\": 1}]}"));
+}
+
+TEST_F(AllocationTest, OfTheTimerEventIsTold) {
+    fake::host.thread_creation_fails = true;
+    fail_allocation(1);
+    int32_t result = 0;
+    const std::string printed = printed_by([&] { result = module_.qo1905_init(); });
+    EXPECT_EQ(printed, "qo1905_init : Can not create thread\nqo1905_init : no memory for the timer event\n");
+    EXPECT_EQ(result, 44);
+    EXPECT_EQ(fake::count("lanmon_timer_event_add 20 20 0"), 0);
+}
+
+}  // namespace
