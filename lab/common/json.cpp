@@ -1,29 +1,29 @@
 #include "lab/common/json.h"
 
-#include <fcntl.h>
 #include <json-c/json.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <regex>
-#include <sstream>
 
 #include "lab/common/error.h"
 
 namespace lab {
-namespace {
 
 std::string read_text(const std::string &path) {
-    std::ifstream file(path);
-    std::ostringstream text;
-    if (!file || !(text << file.rdbuf())) {
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (!file.is_open() || file.bad()) {
         throw Error(path + ": cannot be read: " + std::strerror(errno != 0 ? errno : EIO));
     }
-    return text.str();
+    return text;
 }
+
+namespace {
 
 std::string child_place(const std::string &place, const std::string &key) {
     return place + (place.find(": ") == std::string::npos ? ": " : ".") + key;

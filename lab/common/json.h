@@ -9,6 +9,9 @@ struct json_object;
 
 namespace lab {
 
+// A whole file; throws Error when it cannot be read.
+std::string read_text(const std::string &path);
+
 class JsonValue {
 public:
     // Throws Error when the file cannot be read or is no JSON.

@@ -1,29 +1,11 @@
 #include "lab/mapd/replay_service.h"
 
-#include <cerrno>
-#include <cstring>
-#include <iterator>
-
-#include "lab/common/error.h"
 #include "lab/common/json.h"
 
 namespace lab {
-namespace {
-
-std::string read_dump(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file.is_open() || file.bad()) {
-        throw Error(path + ": cannot be read: " + std::strerror(errno != 0 ? errno : EIO));
-    }
-    return text;
-}
-
-}  // namespace
-
 ReplayService::ReplayService(const std::string &dump, std::string dump_path, const std::string &reports,
                              const std::string &record)
-    : dump_(read_dump(dump)), dump_path_(std::move(dump_path)), record_(record, std::ios::app) {
+    : dump_(read_text(dump)), dump_path_(std::move(dump_path)), record_(record, std::ios::app) {
     if (!reports.empty()) {
         for (const JsonValue &report : JsonValue::read_file(reports).items()) {
             reports_.push_back(report.dump());

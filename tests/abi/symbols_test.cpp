@@ -1,0 +1,122 @@
+// What the built module exports, imports and needs: part of its contract with the host.
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "tests/support/module.h"
+
+using testing::AnyOf;
+using testing::StartsWith;
+using testing::UnorderedElementsAreArray;
+
+namespace {
+
+std::string output_of(const std::string &command) {
+    std::FILE *pipe = popen(command.c_str(), "r");
+    std::string text;
+    for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) {
+        text += static_cast<char>(c);
+    }
+    EXPECT_EQ(pclose(pipe), 0) << command;
+    return text;
+}
+
+struct Symbol {
+    std::string name;
+    char kind;
+    std::string version;
+};
+
+std::vector<Symbol> symbols(const std::string &which) {
+    std::istringstream lines(output_of("nm -D --without-symbol-versions " + which + " " QO1905_MODULE));
+    std::istringstream versioned(output_of("nm -D --with-symbol-versions " + which + " " QO1905_MODULE));
+    std::vector<Symbol> found;
+    std::string line;
+    for (std::string other; std::getline(lines, line) && std::getline(versioned, other);) {
+        const std::size_t space = line.rfind(' ');
+        const std::size_t at = other.find('@');
+        found.push_back({line.substr(space + 1), line[space - 1], at == std::string::npos ? "" : other.substr(at + 1)});
+    }
+    EXPECT_FALSE(found.empty());
+    return found;
+}
+
+TEST(Symbols, ExportsAreExactlyTheFunctionsAndVariablesOfTheInterface) {
+    const std::set<std::string> functions = {
+#define QO1905_NAME(name) #name,
+        QO1905_EXPORTED_FUNCTIONS(QO1905_NAME)};
+    const std::set<std::string> variables = {QO1905_EXPORTED_VARIABLES(QO1905_NAME)};
+#undef QO1905_NAME
+    std::set<std::string> exported_functions;
+    std::set<std::string> exported_variables;
+    for (const Symbol &symbol : symbols("--defined-only")) {
+        (symbol.kind == 'T' ? exported_functions : exported_variables).insert(symbol.name);
+        EXPECT_THAT(symbol.kind, AnyOf('T', 'D', 'B')) << symbol.name;
+    }
+    EXPECT_EQ(exported_functions, functions);
+    EXPECT_EQ(exported_variables, variables);
+}
+
+// Every platform function is used, and nothing else that is not the C library's or json-c's.
+TEST(Symbols, ImportsAreExactlyThePlatformTheCLibraryAndJsonC) {
+    const std::set<std::string> platform = {"lanmon_timer_event_add",
+                                            "log_level",
+                                            "lanmon_db_L2Device_get",
+                                            "lanmon_db_is_subIntf",
+                                            "mapd_interface_ctrl_open",
+                                            "mapd_interface_ctrl_attach",
+                                            "mcfgFeObjStructGetNext",
+                                            "getEasyMeshStatus",
+                                            "EasyMeshGetDeviceRole",
+                                            "getControllerMac",
+                                            "getFWVersion",
+                                            "getHostName",
+                                            "getDeviceIP",
+                                            "qoUtilIGetBaseMACwithColon",
+                                            "StaInfo",
+                                            "configWlanEnable"};
+    const std::set<std::string> json_c = {"json_object_array_get_idx", "json_object_array_length", "json_object_from_fd",
+                                          "json_object_get_int",       "json_object_get_string",   "json_object_is_type",
+                                          "json_object_object_get",    "json_object_put",          "json_tokener_parse"};
+    std::set<std::string> unversioned;
+    std::set<std::string> from_json_c;
+    for (const Symbol &symbol : symbols("--undefined-only")) {
+        if (symbol.kind == 'w') {
+            continue;  // hooks of the toolchain, absent on a router
+        }
+        if (symbol.version.rfind("JSONC_", 0) == 0) {
+            from_json_c.insert(symbol.name);
+        } else if (symbol.version.empty()) {
+            unversioned.insert(symbol.name);
+        } else {
+            EXPECT_THAT(symbol.version, StartsWith("GLIBC_2.")) << symbol.name;
+            EXPECT_LE(std::stoi(symbol.version.substr(8)), 34) << symbol.name;
+        }
+    }
+    EXPECT_EQ(unversioned, platform);
+    EXPECT_EQ(from_json_c, json_c);
+}
+
+TEST(Symbols, NeedsJsonCAndTheCLibraryAlone) {
+    std::istringstream lines(output_of("readelf -d " QO1905_MODULE));
+    std::vector<std::string> needed;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find("(NEEDED)") != std::string::npos) {
+            needed.push_back(line.substr(line.find('[')));
+        }
+    }
+    EXPECT_THAT(needed, UnorderedElementsAreArray({StartsWith("[libjson-c.so."), StartsWith("[libc.so.")}));
+}
+
+TEST(Symbols, AreBoundWhenTheModuleIsLoaded) {
+    const std::string dynamic = output_of("readelf -dl " QO1905_MODULE);
+    EXPECT_NE(dynamic.find("NOW"), std::string::npos);
+    EXPECT_NE(dynamic.find("GNU_RELRO"), std::string::npos);
+    EXPECT_EQ(dynamic.find("TEXTREL"), std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,31 @@
+#!/bin/bash
+# The rules of the house that a compiler does not check.
+set -euo pipefail
+cd "$1"
+wrong=0
+
+# forbid WHAT FOLDERS PATTERN
+forbid() {
+    local found
+    # shellcheck disable=SC2086 # a list of folders
+    if found=$(grep -rnE --include='*.h' --include='*.cpp' "$3" $2); then
+        echo "$1:" && echo "$found"
+        wrong=1
+    fi
+}
+
+rooms='core model topology hld output platform'
+forbid 'the module includes the lab or the tests' "$rooms" '#include "(lab|tests)/'
+forbid 'output/ includes what fills the model' output '#include "(topology|hld)/'
+forbid 'model/ includes a JSON library' model '#include .json-c'
+forbid 'nothing but core/json.cpp knows json-c' 'topology hld output platform' '#include .json-c'
+forbid 'a runtime library is not for the module' "$rooms" '#include <(string|vector|map|set|list|deque|iostream|sstream|fstream|functional|thread|mutex|unordered_.*)>'
+forbid 'a command is run past core/shell.cpp' 'model topology hld output' '\b(std::)?system\('
+
+for source in $(find core model topology hld output -name '*.cpp'); do
+    grep -q "$source" CMakeLists.txt || { echo "$source is not built"; wrong=1; }
+done
+for source in $(cd tests && find . -name '*_test.cpp' -printf '%P\n'); do
+    grep -q "$source" tests/CMakeLists.txt || { echo "tests/$source is not built"; wrong=1; }
+done
+exit "$wrong"
