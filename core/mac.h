@@ -1,6 +1,7 @@
 // MAC addresses: six raw bytes in every record, text everywhere else.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -16,6 +17,15 @@ using Mac = std::uint8_t[6];
 // Reads what the C library's "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx" reads: bytes that do not parse stay as they were. A null
 // text changes nothing.
 void parse_mac(const char *text, Mac &mac);
+
+// The same from a field that may be full to its end.
+template <std::size_t N>
+void parse_mac_field(const char (&field)[N], Mac &mac) {
+    char text[N + 1];
+    std::memcpy(text, field, N);
+    text[N] = '\0';
+    parse_mac(text, mac);
+}
 
 inline bool same_mac(const Mac &a, const Mac &b) { return std::memcmp(a, b, sizeof(Mac)) == 0; }
 

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
@@ -24,6 +25,9 @@ template <std::size_t N>
 std::string_view field_text(const char (&field)[N]) {
     return {field, strnlen(field, N)};
 }
+
+// What the C library's atoi gives, also beyond the range where that is undefined.
+inline int text_number(const char *text) { return static_cast<int>(std::strtol(text, nullptr, 10)); }
 
 // Precision and pointer for a "%.*s" that stays inside a field.
 #define QO1905_FIELD_ARGS(field) static_cast<int>(strnlen((field), sizeof(field))), (field)

@@ -1,6 +1,7 @@
 // The module's one thread of its own: waits for events of the multi-AP daemon and hands every higher-layer data payload
 // to higherLayerDataRcvHandle. Lives as long as the process. What arrives here was written by other devices.
 
+#include <fcntl.h>
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -22,6 +23,7 @@ namespace {
 constexpr char kName[] = "higherLayerDataRcv";
 constexpr unsigned kReconnectSeconds = 5;
 constexpr unsigned kErrorPauseSeconds = 1;
+constexpr useconds_t kEmptyPauseMicroseconds = 50000;
 constexpr int kSelectSeconds = 3;
 constexpr std::int32_t kHigherLayerData = 6;
 
@@ -58,24 +60,35 @@ private:
     char buffer_[kSize + 1];
 };
 
+// Has the connection of now brought anything yet? One that is lost before it did is opened again only after a pause.
+bool connection_delivered = false;
+
+// The connection's descriptor, read afresh each time as its record is the client library's; -1 for none, or for one
+// that select cannot hold.
+int connection_descriptor() {
+    const int fd = ctrl_conn != nullptr ? ctrl_conn->fd : -1;
+    return fd < FD_SETSIZE ? fd : -1;
+}
+
 // A connection is given up by closing its descriptor; its record stays with the client library.
 void give_up_connection() {
-    if (ctrl_conn->fd >= 0) {
+    if (ctrl_conn != nullptr && ctrl_conn->fd >= 0) {
         close(ctrl_conn->fd);
     }
     ctrl_conn = nullptr;
 }
 
-// 0, or -1 when there is no usable connection. A descriptor that select cannot hold is of no use.
+// 0, or -1 when there is no usable connection.
 int open_connection() {
     ctrl_conn = mapd_interface_ctrl_open(kMapdSocket);
-    if (ctrl_conn != nullptr && (ctrl_conn->fd < 0 || ctrl_conn->fd >= FD_SETSIZE)) {
+    const int fd = connection_descriptor();
+    if (fd < 0) {
         give_up_connection();
-    }
-    if (ctrl_conn == nullptr) {
         std::printf("mapd_interface_ctrl_open failed\n");
         return -1;
     }
+    (void)fcntl(fd, F_SETFD, FD_CLOEXEC);  // not for the daemons that our commands start
+    connection_delivered = false;
     return 0;
 }
 
@@ -98,6 +111,9 @@ bool is_connection_lost(int error) { return error == ECONNRESET || error == ECON
 
 // The daemon is gone and will come back; it may answer an open before it answers an attach.
 void reconnect() {
+    if (!connection_delivered) {
+        sleep(kReconnectSeconds);
+    }
     give_up_connection();
     connect_until_open();
     while (!attach()) {
@@ -141,11 +157,16 @@ void trace_higher_layer_data(const Event &event) {
 
 void receive_event(int fd) {
     Event event;
-    if (event.receive(fd) < 0) {
+    const ssize_t size = event.receive(fd);
+    if (size < 0) {
         handle_receive_error(errno);
         return;
     }
+    connection_delivered = true;
     trace("%s: event id = %d, strlen = %d\n", kName, event.id(), event.text_length());
+    if (size == 0) {
+        usleep(kEmptyPauseMicroseconds);  // nothing comes from a closed connection for ever
+    }
     if (event.id() != kHigherLayerData) {
         return;
     }
@@ -164,8 +185,10 @@ void *higherLayerDataRcv(void *) {
         return nullptr;
     }
     for (;;) {
-        const int fd = ctrl_conn->fd;
-        if (wait_readable(fd)) {
+        const int fd = connection_descriptor();
+        if (fd < 0) {
+            handle_receive_error(ENOTCONN);
+        } else if (wait_readable(fd)) {
             receive_event(fd);
         }
     }

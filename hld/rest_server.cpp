@@ -14,10 +14,11 @@ constexpr char kName[] = "highLayerDataSend";
 enum AppStatus { kAppUnknown = 0, kAppUp = 1, kAppDown = 2 };
 AppStatus APPStatus = kAppUnknown;
 
-// The first line that a command prints, in a pipe that is still open while the line is acted upon.
+// The first line that a command prints, in a pipe that is still open while the line is acted upon; the server that is
+// started meanwhile does not inherit it.
 class FirstLine {
 public:
-    FirstLine(const char *command, int trace_line) : pipe_(popen(command, "r")) {
+    FirstLine(const char *command, int trace_line) : pipe_(popen(command, "re")) {
         if (pipe_ == nullptr) {
             std::printf("%s [%d]: popen fail !!\n", kName, trace_line);
             return;

@@ -109,11 +109,22 @@ void build_report(Payload &payload, const AgentValues &values) {
     freeWifiClientTable(stations);
 }
 
-// True when the command was run; one that must not be run is told instead.
-bool send(SendCommand &command, std::string_view destination, std::string_view source, const Payload &payload) {
-    const bool built = build_send_command(command, destination, payload.view());
-    if (!built || payload.truncated() || !is_bare_text(source)) {
-        std::printf("%s: message not sent, a MAC is not plain text or the message is too long\n", kName);
+// A MAC that is no plain text is told, and nothing is sent with it.
+bool is_plain_mac(std::string_view mac) {
+    if (is_bare_text(mac)) {
+        return true;
+    }
+    std::printf("%s: message not sent, a MAC is not plain text\n", kName);
+    return false;
+}
+
+// True when the command was run.
+bool send(SendCommand &command, std::string_view destination, const Payload &payload) {
+    if (!is_plain_mac(destination)) {
+        return false;
+    }
+    if (!build_send_command(command, destination, payload.view()) || payload.truncated()) {
+        std::printf("%s: message not sent, it is too long\n", kName);
         return false;
     }
     run_command(command.c_str());
@@ -128,10 +139,13 @@ int send_agent_report(int role_result) {
     if (!values.gather()) {
         return kFailure;
     }
+    if (!is_plain_mac(values.source_mac)) {
+        return role_result;
+    }
     Payload payload;
     build_report(payload, values);
     SendCommand command;
-    if (send(command, values.controller_mac, values.source_mac, payload)) {
+    if (send(command, values.controller_mac, payload)) {
         trace("%s: send cmd = %s\n", kName, command.c_str());
     }
     return role_result;
@@ -168,7 +182,7 @@ int send_enable_messages(int role_result) {
         return kFailure;
     }
     const KnownDevices devices;
-    if (devices.empty()) {
+    if (devices.empty() || !is_plain_mac(source)) {
         return role_result;
     }
     Payload payload;
@@ -177,7 +191,7 @@ int send_enable_messages(int role_result) {
     while (const auto ssid = walk.next()) {
         build_enable_message(payload, source, *ssid);
         for (const lanmon_l2_device &device : devices.nodes()) {
-            send(command, field_text(device.AlMac), source, payload);
+            send(command, field_text(device.AlMac), payload);
         }
     }
     return role_result;

@@ -23,7 +23,7 @@ bool is_mesh_station(const sta_query_record &station) {
         return false;
     }
     Mac al_mac = {};
-    parse_mac(text, al_mac);
+    parse_mac_field(text, al_mac);
     return is_agent(al_mac);
 }
 
@@ -38,7 +38,7 @@ bool add_stations_of(const char *interface_name, sta_query_record &record, ListT
             std::printf("tmpEcntWifiInfoTable = NULL !!\n");
             return false;
         }
-        parse_mac(record.MACAddress, client->Mac);
+        parse_mac_field(record.MACAddress, client->Mac);
         client->phyRate = static_cast<std::uint16_t>(record.PhyRate);
         tail.append(client);
         ++count;

@@ -10,7 +10,7 @@ using namespace qo1905;
 
 int32_t RPUpLinkStatusCheck() {
     constexpr std::string_view kNoEssid = "  ";
-    const Pipe pipe(popen(kUplinkEssidCommand, "r"));
+    Pipe pipe(popen(kUplinkEssidCommand, "re"));
     char line[256] = {};
     if (pipe == nullptr || std::fgets(line, sizeof(line), pipe.get()) == nullptr) {
         return 0;
@@ -22,6 +22,7 @@ int32_t RPUpLinkStatusCheck() {
     if (essid != kNoEssid) {
         return 0;
     }
+    pipe.reset();
     std::printf("Agent device haven't connect with Controller\n");
     return -1;
 }

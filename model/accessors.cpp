@@ -14,17 +14,25 @@ char WIFI_WIFI_AP_IFNAME_5G[16] = {};
 
 qo1905_al_table *getAlTable() { return al_table; }
 
-qo1905_al_interface *getIntfTable() { return al_table != nullptr ? al_table->Interface : nullptr; }
+// Each looks at the global once: what it saw is what it answers from.
+qo1905_al_interface *getIntfTable() {
+    const qo1905_al_table *table = al_table;
+    return table != nullptr ? table->Interface : nullptr;
+}
 
 qo1905_security *getSecurityTable() {
-    if (al_table == nullptr) {
+    qo1905_al_table *table = al_table;
+    if (table == nullptr) {
         std::printf("%s: al_table is NULL\r\n", "getSecurityTable");
         return nullptr;
     }
-    return &al_table->Security;
+    return &table->Security;
 }
 
-qo1905_network_topology *getNetTopolTable() { return al_table != nullptr ? &al_table->NetworkTopology : nullptr; }
+qo1905_network_topology *getNetTopolTable() {
+    qo1905_al_table *table = al_table;
+    return table != nullptr ? &table->NetworkTopology : nullptr;
+}
 
 #define QO1905_DEFINE_STUB(name, line) \
     int32_t name() { return notice_not_implemented(#name, line); }

@@ -67,8 +67,8 @@ int destroy_al_table() {
         return QO1905_SUCCESS;
     }
     free_list(al_table->Interface, clear_al_interface);
-    for (qo1905_reserved_node *&list : al_table->Reserved) {
-        free_list(list, [](qo1905_reserved_node &node) { free_buffer(node.Buffer); });
+    for (qo1905_reserved_list &list : al_table->Reserved) {
+        free_list(list.Head, [](qo1905_reserved_node &node) { free_buffer(node.Buffer); });
     }
     free_list(al_table->ReservedList);
     destroyIeee1905DevTable(al_table->NetworkTopology.IEEE1905Device);

@@ -53,8 +53,9 @@ struct LocalInterfaces {
     Mac macs[kSlots] = {};
     unsigned count = 0;
 
-    void add(Slot slot, const char *mac) {
-        parse_mac(mac, macs[slot]);
+    template <std::size_t N>
+    void add(Slot slot, const char (&mac)[N]) {
+        parse_mac_field(mac, macs[slot]);
         ++count;
     }
 };

@@ -17,8 +17,8 @@ std::atomic<unsigned> high_layer_count{0};
 qo1905_report *high_layer_copy = nullptr;
 
 // These fail when a record grows, so that the copies below are looked at again.
-static_assert(sizeof(qo1905_client) == sizeof(void *) * 2);
-static_assert(sizeof(qo1905_report) == (sizeof(void *) == 8 ? 704 : 696));
+static_assert(sizeof(qo1905_client) == (sizeof(void *) == 8 ? 16 : 12));
+static_assert(sizeof(qo1905_report) == (sizeof(void *) == 8 ? 704 : 692));
 
 void clear_report(qo1905_report &report) { free_list(report.clientList); }
 
@@ -50,6 +50,18 @@ int destroy_reports(qo1905_report *&head, const char *name) {
     }
     free_list(head, clear_report);
     return QO1905_SUCCESS;
+}
+
+// The table may be empty again: the one report in it may have been taken back for want of memory.
+void replace_copy() QO1905_REQUIRES(update_lock) {
+    if (high_layer_table == nullptr) {
+        return;
+    }
+    if (high_layer_copy != nullptr) {
+        destroyDupEcnt1905Table();
+    }
+    high_layer_copy = copyList();
+    destroyEcnt1905Table();
 }
 
 }  // namespace
@@ -106,11 +118,7 @@ void move_reports_to_copy() {
     }
     int failures = 0;
     if (update_lock.try_acquire(kMoveLockLimit, failures)) {
-        if (high_layer_copy != nullptr) {
-            destroyDupEcnt1905Table();
-        }
-        high_layer_copy = copyList();
-        destroyEcnt1905Table();
+        replace_copy();
         update_lock.release();
     }
     // Only the very last attempt is reported, won as it was; a lock that was lost for good stays silent.

@@ -111,10 +111,14 @@ struct qo1905_al_interface {
     struct qo1905_link *Link;     /* owned list, null as built */
 };
 
-/* A node of a list that this version never fills: freed with its buffer. */
+/* A counted list that this version never fills; each node is freed with its buffer. */
 struct qo1905_reserved_node {
     struct qo1905_reserved_node *next;
     void *Buffer; /* owned */
+};
+struct qo1905_reserved_list {
+    uint32_t NumberOfEntries;          /* 0 */
+    struct qo1905_reserved_node *Head; /* owned list, null as built */
 };
 
 /* Security settings of the AL (TR-181 Device.IEEE1905.AL.Security). */
@@ -200,7 +204,7 @@ struct qo1905_device {
     struct qo1905_bridging_tuple *BridgingTuple;      /* owned list, empty as built */
     uint8_t Ap_autoconfig_2_4G;                       /* number; 0 as built */
     uint8_t Ap_autoconfig_5G;                         /* number; 0 as built */
-    uint16_t STAInfoNumberOfEntries;                  /* Wi-Fi backhauls plus stations of the last BSS */
+    uint16_t STAInfoNumberOfEntries;                  /* Wi-Fi backhauls plus the last station list */
     struct qo1905_sta_info *STAInfo;                  /* owned list */
 };
 
@@ -231,19 +235,18 @@ struct qo1905_network_topology {
 
 /* The root: the local IEEE 1905 Abstraction Layer (TR-181 Device.IEEE1905.AL). */
 struct qo1905_al_table {
-    uint8_t IEEE1905Id[6];                    /* AL MAC */
-    uint8_t OUI[3];                           /* vendor properties: OUI, always zero */
-    uint32_t InformationLength;               /* bytes in Information; 0 */
-    uint8_t *Information;                     /* owned vendor information; null */
-    struct qo1905_device_info Info;           /* management data of the local device */
-    uint32_t Status;                          /* 0 UP, 1 Down, 3 Dormant, 4 NotPresent, 5 LowerLayerDown, 6 Error */
-    uint32_t LastChangeTime;                  /* when this table was built */
-    uint8_t InterfaceNumberOfEntries;         /* nodes in Interface */
-    struct qo1905_al_interface *Interface;    /* owned list */
-    uint32_t ReservedNumberOfEntries[2];      /* 0 */
-    struct qo1905_reserved_node *Reserved[2]; /* owned lists, never filled */
-    struct qo1905_security Security;          /* security settings */
-    struct qo1905_link *ReservedList;         /* owned list, never filled */
+    uint8_t IEEE1905Id[6];                   /* AL MAC */
+    uint8_t OUI[3];                          /* vendor properties: OUI, always zero */
+    uint32_t InformationLength;              /* bytes in Information; 0 */
+    uint8_t *Information;                    /* owned vendor information; null */
+    struct qo1905_device_info Info;          /* management data of the local device */
+    uint32_t Status;                         /* 0 UP, 1 Down, 3 Dormant, 4 NotPresent, 5 LowerLayerDown, 6 Error */
+    uint32_t LastChangeTime;                 /* when this table was built */
+    uint8_t InterfaceNumberOfEntries;        /* nodes in Interface */
+    struct qo1905_al_interface *Interface;   /* owned list */
+    struct qo1905_reserved_list Reserved[2]; /* never filled */
+    struct qo1905_security Security;         /* security settings */
+    struct qo1905_link *ReservedList;        /* owned list, never filled */
     struct qo1905_network_topology NetworkTopology;
 };
 
@@ -286,7 +289,8 @@ extern char DeviceMode[32];                /* for the host; initially "unknow" *
 extern struct qo1905_intf_table intfTable; /* for the host */
 extern char WIFI_WIFI_AP_IFNAME[16];       /* for the host: name of the 2.4 GHz access point interface */
 extern char WIFI_WIFI_AP_IFNAME_5G[16];    /* for the host: name of the 5 GHz access point interface */
-extern struct mapd_interface *ctrl_conn;   /* control connection to the multi-AP daemon; null until it is open */
+extern struct mapd_interface *ctrl_conn;   /* control connection to the multi-AP daemon; null while it is not open,
+                                                 at the start and after a loss */
 extern pthread_mutex_t update_info_lock;   /* guards the reports between receiver thread and timer thread */
 
 /* ---- Module entry and cycle ---- */

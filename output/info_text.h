@@ -1,8 +1,6 @@
 // What the data model prints of a device information block where that is not just the field.
 #pragma once
 
-#include <cstdlib>
-
 #include "core/text.h"
 #include "model/qo1905.h"
 
@@ -23,7 +21,7 @@ int field_number(const char (&field)[N]) {
     char text[N + 1];
     std::memcpy(text, field, N);
     text[N] = '\0';
-    return std::atoi(text);
+    return text_number(text);
 }
 
 }  // namespace qo1905

@@ -11,6 +11,8 @@ namespace qo1905 {
 namespace {
 
 constexpr std::size_t kFirstCapacity = 16384;
+// Twice what a thousand devices with 64,000 stations take. A hostile dump makes a model that grows with its square.
+constexpr std::size_t kMaxSize = 64U * 1024 * 1024;
 constexpr std::size_t kMacTextLength = 17;
 constexpr char kHexDigits[] = "0123456789abcdef";
 
@@ -21,6 +23,10 @@ MemoryText::~MemoryText() { std::free(data_); }
 // Room for that many bytes at the end, which then count as written; null without memory.
 char *MemoryText::reserve(std::size_t more) {
     if (failed_) {
+        return nullptr;
+    }
+    if (size_ + more > kMaxSize) {
+        failed_ = true;
         return nullptr;
     }
     if (capacity_ - size_ < more) {
@@ -85,7 +91,7 @@ void MemoryText::put_escaped(std::string_view text) {
 
 void write_text_file(const char *path, const MemoryText &text) {
     if (text.failed()) {
-        std::printf("%s: no memory, %s stays as it was\n", "write_text_file", path);
+        std::printf("%s: too large or no memory, %s stays as it was\n", "write_text_file", path);
         return;
     }
     const File file(std::fopen(path, "w"));

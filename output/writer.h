@@ -12,7 +12,7 @@
 
 namespace qo1905 {
 
-// A growing text. Without memory it remembers that and takes nothing more.
+// A growing text, up to 64 MiB. Beyond that, or without memory, it remembers so and takes nothing more.
 class MemoryText {
 public:
     MemoryText() = default;
@@ -38,7 +38,7 @@ private:
 };
 
 // Writes a finished text over the file, opened with mode "w", in one write. A file that cannot be opened is skipped
-// silently; a text that there was no memory for is not written, so the previous file stays.
+// silently; a text that is not whole is not written, so the previous file stays, and a line says so.
 void write_text_file(const char *path, const MemoryText &text);
 
 // A quoted member name, numbered where `number` is not 0: {"Interface.", 3} is "Interface.3".

@@ -73,7 +73,7 @@ constexpr Band kBand24G = {false, QO1905_MEDIA_80211N_24GHZ, "ra"};
 constexpr Band kBand5G = {true, QO1905_MEDIA_80211N_5GHZ, "rai"};
 
 const Band &band_of(const char *channel) {
-    return channel != nullptr && std::atoi(channel) >= kFirst5GChannel ? kBand5G : kBand24G;
+    return channel != nullptr && text_number(channel) >= kFirst5GChannel ? kBand5G : kBand24G;
 }
 
 struct MediumName {
@@ -289,9 +289,9 @@ private:
         for (json_object *client : json_items(entry_, "Other Clients Info")) {
             if (auto *entry = entries.add()) {
                 parse_mac(json_text(client, "Client Address"), entry->NeighborInterfaceId);
+                add_non1905_group(json_text(client, "1905 Intf address"), "eth", 1, entries);
+                add_to(device_.NonIEEE1905NeighborNumberOfEntries, 1);
             }
-            add_non1905_group(json_text(client, "1905 Intf address"), "eth", 1, entries);
-            add_to(device_.NonIEEE1905NeighborNumberOfEntries, 1);
         }
     }
 
@@ -303,8 +303,8 @@ private:
             const char *neighbor_mac = neighbor_interface(links, json_text(backhaul, "neighbor almac addr"));
             if (auto *entry = entries.add()) {
                 parse_mac(neighbor_mac, entry->NeighborDeviceId);
+                add_1905_group(json_text(backhaul, "connected iface addr"), 1, entries);
             }
-            add_1905_group(json_text(backhaul, "connected iface addr"), 1, entries);
             add_backhaul_station(backhaul, neighbor_mac);
         }
         add_to(device_.IEEE1905NeighborNumberOfEntries, backhauls.size());

@@ -1,5 +1,8 @@
 #include "topology/leases.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 
 #include "core/owned.h"
@@ -24,25 +27,42 @@ struct LineValues {
     }
 };
 
+// Non-blocking, so that a FIFO left at this path cannot hold up the timer thread.
+File open_lease_file() {
+    const int fd = open(kLeaseFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        return nullptr;
+    }
+    File file(fdopen(fd, "r"));
+    if (file == nullptr) {
+        close(fd);
+    }
+    return file;
+}
+
 }  // namespace
 
 Leases::Leases() {
-    const File file(std::fopen(kLeaseFile, "r"));
+    const File file = open_lease_file();
     if (file == nullptr) {
         return;
     }
     ListTail<Lease> tail(first_);
     LineValues values;
+    Mac last_kept = {};
     char line[kLineSize];
     while (std::fgets(line, sizeof(line), file.get()) != nullptr) {
         values.parse(line);
-        auto *lease = record_new<Lease>();
-        if (lease == nullptr) {
-            return;
+        // A line for the MAC of the line before can never be the first for it.
+        if (first_ != nullptr && same_mac(values.mac, last_kept)) {
+            continue;
         }
-        copy_mac(lease->mac, values.mac);
-        fill_field(lease->address, values.address);
-        tail.append(lease);
+        if (auto *lease = record_new<Lease>()) {
+            copy_mac(lease->mac, values.mac);
+            fill_field(lease->address, values.address);
+            tail.append(lease);
+            copy_mac(last_kept, values.mac);
+        }
     }
 }
 

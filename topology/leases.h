@@ -16,7 +16,7 @@ struct Lease {
 
 class Leases {
 public:
-    // Reads the lease file; without one, or without memory, there are no (further) leases.
+    // Reads the lease file; without one there are no leases. A line that there is no memory for is left out.
     Leases();
     ~Leases();
     Leases(const Leases &) = delete;

@@ -57,18 +57,20 @@ mcfg_ethernet_link *link_object(const lab::EthernetLink &link) {
     return object;
 }
 
-// index[0] is the instance last returned, index[1] counts how far the walk is.
+// index[0] is the instance last returned, index[1] and index[2] count how far the walk is.
 template <class Item, class Make>
 int next_object(const std::vector<Item> &items, mcfg_instance &place, void **object, Make make) {
-    if (place.index[1] >= items.size()) {
+    const std::size_t at = place.index[1] + 256U * place.index[2];
+    if (at >= items.size()) {
         return kFailure;
     }
-    const Item &item = items[place.index[1]];
+    const Item &item = items[at];
     void *copy = make(item);
     if (copy == nullptr) {
         return kFailure;
     }
-    ++place.index[1];
+    place.index[1] = static_cast<uint8_t>(at + 1);
+    place.index[2] = static_cast<uint8_t>((at + 1) / 256);
     *object = copy;
     return MCFG_SUCCESS;
 }

@@ -1,5 +1,5 @@
-/* The public header as a C host includes it, and the layout that hosts rely on: order of the fields, sizes of the texts,
- * widths of the integers. Compiled as C99 and as C++17. */
+/* The public header as a C host includes it, and the layout that hosts rely on: order of the fields, sizes of the
+ * texts, widths of the integers. Compiled as C99 and as C++17. */
 #include "model/qo1905.h"
 #include "platform/helpers.h"
 #include "platform/lanmon.h"
@@ -249,7 +249,8 @@ static void check_platform(void) {
     check(offsetof(struct sta_query_record, PhyRate) == 36, "its rate stands at byte 36");
     check(sizeof(struct mcfg_instance) == 7, "an instance index is 7 bytes");
     check(offsetof(struct mapd_interface, fd) == 0, "a connection begins with its descriptor");
-    check(offsetof(struct qo1905_event, interval) == 4 && offsetof(struct qo1905_event, first_delay) == 8, "timer event");
+    check(offsetof(struct qo1905_event, interval) == 4 && offsetof(struct qo1905_event, first_delay) == 8,
+          "timer event");
     CHECK_SIZE(qo1905_event, handler, sizeof(void *));
     CHECK_SIZE(qo1905_event, argument, sizeof(void *));
     check(sizeof(struct qo1905_intf_table) == 8 + sizeof(void *), "intfTable is three words");

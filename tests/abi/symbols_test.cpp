@@ -79,9 +79,10 @@ TEST(Symbols, ImportsAreExactlyThePlatformTheCLibraryAndJsonC) {
                                             "qoUtilIGetBaseMACwithColon",
                                             "StaInfo",
                                             "configWlanEnable"};
-    const std::set<std::string> json_c = {"json_object_array_get_idx", "json_object_array_length", "json_object_from_fd",
-                                          "json_object_get_int",       "json_object_get_string",   "json_object_is_type",
-                                          "json_object_object_get",    "json_object_put",          "json_tokener_parse"};
+    const std::set<std::string> json_c = {
+        "json_object_array_get_idx", "json_object_array_length", "json_object_from_fd",
+        "json_object_get_int",       "json_object_get_string",   "json_object_is_type",
+        "json_object_object_get",    "json_object_put",          "json_tokener_parse"};
     std::set<std::string> unversioned;
     std::set<std::string> from_json_c;
     for (const Symbol &symbol : symbols("--undefined-only")) {

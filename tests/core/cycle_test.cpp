@@ -103,7 +103,13 @@ TEST_F(CycleTest, InitRegistersTheCycleAndStartsTheReceiver) {
     });
     EXPECT_THAT(printed, HasSubstr("qo1905_init  : qo1905_event->event_id 42\n"));
     EXPECT_EQ(result, 41);
-    EXPECT_EQ(fake::count("lanmon_timer_event_add 20 20 0"), 1);
+    std::vector<std::string> start;
+    for (const std::string &call : fake::calls()) {
+        if (call.rfind("pthread", 0) == 0 || call.rfind("lanmon", 0) == 0) {
+            start.push_back(call);
+        }
+    }
+    EXPECT_THAT(start, ElementsAre("pthread_mutex_init", "pthread_create", "lanmon_timer_event_add 0 20 20 cycle 0"));
 }
 
 TEST_F(CycleTest, InitWithoutAThreadRegistersTheCycleAllTheSame) {
@@ -111,7 +117,52 @@ TEST_F(CycleTest, InitWithoutAThreadRegistersTheCycleAllTheSame) {
     EXPECT_EQ(printed_by([&] { module_.qo1905_init(); }),
               "qo1905_init : Can not create thread\n"
               "qo1905_init  : qo1905_event->event_id 42\n");
-    EXPECT_EQ(fake::count("lanmon_timer_event_add 20 20 0"), 1);
+    EXPECT_EQ(fake::count("lanmon_timer_event_add 0 20 20 cycle 0"), 1);
+}
+
+TEST_F(CycleTest, OutsideEasyMeshOperationTheTableAndTheFilesStay) {
+    prepare();
+    module_.checkUpdate1905Information();
+    const qo1905_al_table *table = module_.getAlTable();
+    const std::string model = read_file(kModel);
+    fake::host.easymesh_status = 0;
+    fake::host.dump = fixture("meshes/no_agent/dump.json");
+    EXPECT_EQ(module_.checkUpdate1905Information(), 1);
+    EXPECT_EQ(module_.getAlTable(), table);
+    EXPECT_NE(module_.getNetTopolTable()->IEEE1905Device, nullptr);
+    EXPECT_EQ(read_file(kModel), model);
+}
+
+TEST_F(CycleTest, AControllersFirstCyclesWithReportsAreSilentBelowLevel7) {
+    prepare();
+    fake::host.role = "1";
+    fake::host.known_devices = {"02:0a:00:00:00:01"};
+    log_level = 6;
+    EXPECT_EQ(printed_by([&] {
+                  receive(R"({"SrcAlMac": "2:a:0:0:0:1", "FWVersion": "1"})");
+                  module_.checkUpdate1905Information();
+                  receive(R"({"SrcAlMac": "2:a:0:0:0:1", "FWVersion": "2"})");
+                  module_.checkUpdate1905Information();
+              }),
+              "");
+}
+
+// A dump command that fails leaves the dump of the cycle before, and that is what the cycle works with.
+TEST_F(CycleTest, ADumpThatIsThereAlreadyIsTheDump) {
+    prepare();
+    module_.checkUpdate1905Information();
+    fake::host.dump.reset();
+    fake::host.now += 20;
+    EXPECT_EQ(printed_by([&] { module_.checkUpdate1905Information(); }), "");
+    EXPECT_EQ(module_.getAlTable()->LastChangeTime, static_cast<uint32_t>(fake::host.now));
+}
+
+// The daemon may still be writing when its client is done.
+TEST_F(CycleTest, TheDumpIsReadAfterThePause) {
+    prepare();
+    fake::host.dump.reset();
+    fake::host.on_pause = [] { write_file(kDump, fixture("meshes/one_agent/dump.json")); };
+    EXPECT_EQ(printed_by([&] { module_.checkUpdate1905Information(); }), "");
 }
 
 // Every trace of one cycle at level 7, in order, byte for byte.

@@ -1,8 +1,8 @@
 // Bounded texts, JSON escapes, MACs and what may stand in a command.
+#include "core/text.h"
 #include "core/json_text.h"
 #include "core/mac.h"
 #include "core/shell.h"
-#include "core/text.h"
 
 #include <gtest/gtest.h>
 
@@ -65,13 +65,14 @@ TEST(JsonText, EveryControlCharacterIsEscaped) {
 }
 
 TEST(JsonText, Utf8AtItsEdges) {
-    for (const char *good : {"\xc2\x80", "\xdf\xbf", "\xe0\xa0\x80", "\xed\x9f\xbf", "\xee\x80\x80", "\xef\xbf\xbf", "\xf0\x90\x80\x80",
-                             "\xf4\x8f\xbf\xbf"}) {
+    for (const char *good : {"\xc2\x80", "\xdf\xbf", "\xe0\xa0\x80", "\xed\x9f\xbf", "\xee\x80\x80", "\xef\xbf\xbf",
+                             "\xf0\x90\x80\x80", "\xf4\x8f\xbf\xbf"}) {
         EXPECT_EQ(escaped(good), good);
         EXPECT_TRUE(is_plain_json_text(good));
     }
-    for (const char *bad : {"\x80", "\xbf", "\xc0\x80", "\xc1\xbf", "\xe0\x9f\xbf", "\xed\xa0\x80", "\xf0\x8f\xbf\xbf", "\xf4\x90\x80\x80",
-                            "\xf5\x80\x80\x80", "\xfe", "\xff", "\xe1\x80", "\xf1\x80\x80", "\xe1\x80x", "\xf1\x80\x80x"}) {
+    for (const char *bad : {"\x80", "\xbf", "\xc0\x80", "\xc1\xbf", "\xe0\x9f\xbf", "\xed\xa0\x80", "\xf0\x8f\xbf\xbf",
+                            "\xf4\x90\x80\x80", "\xf5\x80\x80\x80", "\xfe", "\xff", "\xe1\x80", "\xf1\x80\x80",
+                            "\xe1\x80x", "\xf1\x80\x80x"}) {
         EXPECT_FALSE(is_plain_json_text(bad));
         EXPECT_EQ(escaped(bad).find("\xEF\xBF\xBD"), 0U);
     }
@@ -89,8 +90,9 @@ TEST(BareText, TakesWordsOfHarmlessCharactersOnly) {
     for (const char *good : {"", "02:57:00:00:00:01", "a b\tc", "A.b_c-d", " x", "0"}) {
         EXPECT_TRUE(is_bare_text(good)) << good;
     }
-    for (const char *bad : {"-x", "a -x", "a\t-x", "a\nb", "a\n", "\r", "a;b", "a&b", "a|b", "$a", "`a`", "'a'", "\"a\"", "a\\b", "a/b", "~",
-                            "*", "?", "[a]", "{a}", "(a)", "<a", ">a", "#a", "!a", "a=b", "%a", "\x7f", "\xc3\xa9"}) {
+    for (const char *bad : {"-x",  "a -x", "a\t-x", "a\nb", "a\n", "\r",  "a;b", "a&b",  "a|b",     "$a",
+                            "`a`", "'a'",  "\"a\"", "a\\b", "a/b", "~",   "*",   "?",    "[a]",     "{a}",
+                            "(a)", "<a",   ">a",    "#a",   "!a",  "a=b", "%a",  "\x7f", "\xc3\xa9"}) {
         EXPECT_FALSE(is_bare_text(bad)) << bad;
     }
     EXPECT_FALSE(is_bare_text(std::string_view("a\0b", 3)));
@@ -115,7 +117,8 @@ TEST(MacText, ParsesAsTheCLibraryDoes) {
         Mac ours = {9, 9, 9, 9, 9, 9};
         Mac theirs = {9, 9, 9, 9, 9, 9};
         parse_mac(text, ours);
-        (void)std::sscanf(text, "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &theirs[0], &theirs[1], &theirs[2], &theirs[3], &theirs[4], &theirs[5]);
+        (void)std::sscanf(text, "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &theirs[0], &theirs[1], &theirs[2], &theirs[3],
+                          &theirs[4], &theirs[5]);
         ASSERT_TRUE(same_mac(ours, theirs)) << text;
     }
 }

@@ -70,6 +70,13 @@ TEST_F(PayloadTest, OnlyTheIntegerOneReboots) {
     }
 }
 
+TEST_F(PayloadTest, RebootsBeforeItSaysSo) {
+    fake::host.role = "3";
+    fake::host.on_command = [] { std::printf("(rebooting)\n"); };
+    EXPECT_EQ(printed_by([] { receive(R"({"SrcAlMac": "x", "Reboot": 1})"); }),
+              "(rebooting)\nhigherLayerDataRcvHandle: device to reboot !!\n");
+}
+
 // ---- commands to an Agent ----
 
 TEST_F(PayloadTest, EnableIsComparedWithItsCapitalsAndOnlyItsFirstFiveCharacters) {
@@ -240,6 +247,9 @@ TEST_F(PayloadTest, AStationWithoutARateOrAMacIsNotStored) {
         stored(R"({"SrcAlMac": "2:a:0:0:0:1", "STAInfo": [{"STAMac": "2:57:0:0:0:1", "PhyRate": 0},
         {"PhyRate": 5}, {"STAMac": null, "PhyRate": 5}, {"STAMac": "2:57:0:0:0:2"}, null, 7,
         {"STAMac": "2:57:0:0:0:3", "PhyRate": "6"}]})");
+    // The number is looked at before it is cut to 16 bits.
+    EXPECT_THAT(stored(R"({"SrcAlMac": "2:a:0:0:0:1", "STAInfo": [{"STAMac": "2:57:0:0:0:9", "PhyRate": 65536}]})"),
+                HasSubstr("client info 02:57:00:00:00:09, phyRate = 0\n"));
     EXPECT_THAT(printed, HasSubstr("client info 02:57:00:00:00:03, phyRate = 6\n"));
     EXPECT_EQ(printed.find("client info"), printed.rfind("client info"));
 }
@@ -336,6 +346,14 @@ TEST_F(PayloadTest, TheLockIsTriedElevenTimesAndOnlyTheLastWinIsTold) {
         fake::host.lock_failures = 0;
         EXPECT_EQ(build(kAgent)[0]->Info.FirmwareVersion == version, lock.stored) << lock.failures;
     }
+}
+
+TEST_F(PayloadTest, TheAttemptsFollowEachOtherWithoutAPause) {
+    fake::host.role = "1";
+    fake::host.lock_failures = 11;
+    receive(R"({"SrcAlMac": "2:a:0:0:0:1"})");
+    EXPECT_EQ(fake::host.lock_failures, 0);
+    EXPECT_THAT(fake::calls(), ElementsAre("EasyMeshGetDeviceRole 8"));
 }
 
 // ---- bad input ----

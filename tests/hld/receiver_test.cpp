@@ -1,4 +1,6 @@
 // The receiver thread, on a real datagram socket. Each test starts it once; it lives until the test's process ends.
+#include <sys/select.h>
+
 #include <cerrno>
 #include <climits>
 #include <filesystem>
@@ -188,21 +190,23 @@ TEST_F(ReceiverTest, ALostConnectionIsOpenedAgain) {
 }
 
 TEST_F(ReceiverTest, ADaemonThatRestartsSlowlyIsWaitedForThroughOpenAndAttach) {
-    fake::host.receive_errors = {ECONNREFUSED};
     start();
+    settle();
+    fake::change([](fake::Host &host) { host.receive_errors = {ECONNREFUSED}; });
     fake::fail_opens(2);
     fake::fail_attaches(3);
+    ASSERT_TRUE(fake::wait_for("select 3.000000", 1));
     const std::string printed = printed_by([&] {
         fake::send_datagram("x");
         ASSERT_TRUE(fake::wait_for(kAttach, 5));
-        settle();
+        settle(2);
     });
     EXPECT_THAT(
         printed,
-        StartsWith("read error: Connection refused\n"
-                   "mapd_interface_ctrl_open failed\nCan't connect to /tmp/mapd_ctrl, sleep 5s !!\n"
-                   "mapd_interface_ctrl_open failed\nCan't connect to /tmp/mapd_ctrl, sleep 5s !!\n"
-                   "Can't attach to /tmp/mapd_ctrl\nCan't attach to /tmp/mapd_ctrl\nCan't attach to /tmp/mapd_ctrl\n"));
+        HasSubstr("read error: Connection refused\n"
+                  "mapd_interface_ctrl_open failed\nCan't connect to /tmp/mapd_ctrl, sleep 5s !!\n"
+                  "mapd_interface_ctrl_open failed\nCan't connect to /tmp/mapd_ctrl, sleep 5s !!\n"
+                  "Can't attach to /tmp/mapd_ctrl\nCan't attach to /tmp/mapd_ctrl\nCan't attach to /tmp/mapd_ctrl\n"));
     EXPECT_EQ(fake::count("sleep 5"), 5);
 }
 
@@ -221,12 +225,43 @@ TEST_F(ReceiverTest, ADescriptorThatSelectCannotHoldCountsAsAFailedOpen) {
     EXPECT_EQ(fake::count(kOpen), 2);
 }
 
+TEST_F(ReceiverTest, AConnectionThatIsLostBeforeItBroughtAnythingIsOpenedAgainAfterAPause) {
+    fake::host.receive_errors = {ENOTCONN, ENOTCONN, ENOTCONN};
+    start();
+    for (int opens = 2; opens <= 4; ++opens) {
+        fake::send_datagram("x");
+        ASSERT_TRUE(fake::wait_for(kAttach, opens));
+    }
+    EXPECT_EQ(fake::count("sleep 5"), 3);
+    settle();
+}
+
+TEST_F(ReceiverTest, ADescriptorThatTurnsBadIsALostConnection) {
+    start();
+    settle();
+    fake::spoil_descriptor(FD_SETSIZE);
+    fake::send_datagram("x");  // wakes the thread
+    ASSERT_TRUE(fake::wait_for(kAttach, 2));
+    settle(2);
+    fake::spoil_descriptor(-1);
+    fake::send_datagram("x");
+    ASSERT_TRUE(fake::wait_for(kAttach, 3));
+    settle(3);
+}
+
+TEST_F(ReceiverTest, NothingReceivedIsWaitedOut) {
+    start();
+    fake::send_datagram("");
+    settle();
+    EXPECT_EQ(fake::count("usleep 50000"), 1);
+}
+
 // Afresh on each pass: the C library is allowed to change the time-out.
 TEST_F(ReceiverTest, WaitsThreeSecondsOnEveryPass) {
     start();
     settle();
     settle(2);
-    ASSERT_TRUE(fake::wait_for("select 3.000000", 3));
+    ASSERT_TRUE(fake::wait_for("select 3.000000", 4));  // two of them brought nothing
     for (const std::string &call : fake::calls()) {
         EXPECT_TRUE(call.rfind("select", 0) != 0 || call == "select 3.000000") << call;
     }

@@ -110,6 +110,11 @@ TEST_F(RestServerTest, ProcessIdsOfEveryShapeThatKillTakes) {
     }
 }
 
+TEST_F(RestServerTest, TheLineIsReadUpTo254Bytes) {
+    fake::host.pipes[kReadPid] = std::string(251, ' ') + "777777";
+    EXPECT_THAT(act_as("2"), testing::Contains("system kill -9 " + std::string(251, ' ') + "777"));
+}
+
 TEST_F(RestServerTest, TracesAtLevel7TellTheState) {
     fake::host.known_devices.clear();
     fake::host.controller_mac.reset();
@@ -167,6 +172,17 @@ TEST_F(RestServerTest, TheUplinkIsDownOnlyWithExactlyTwoBlanks) {
     }
     EXPECT_EQ(fake::count(std::string("popen ") + kEssid), 9);
     EXPECT_EQ(fake::count("pclose"), 8);
+}
+
+TEST_F(RestServerTest, TheRealCommandsStartTheServerThatDoesNotRun) {
+    write_file("/etc/rc.d/S81ohttpd_rest", "#!/bin/sh\necho asked >>/tmp/asked\n");
+    chmod("/etc/rc.d/S81ohttpd_rest", 0755);
+    fake::host.real_shell = true;
+    fake::host.role = "1";
+    fake::host.base_mac.reset();  // no message: nobody serves the control socket here
+    module_.highLayerDataSend();
+    EXPECT_EQ(read_file("/tmp/asked"), "asked\n");
+    std::remove("/etc/rc.d/S81ohttpd_rest");
 }
 
 TEST_F(RestServerTest, TheRealUplinkPipelineReadsTheEssid) {

@@ -86,12 +86,53 @@ TEST_F(AgentTest, StationsOfAllEightInterfacesAreAskedInOrder) {
             R"({ \"STAMac\": \"2:57:0:0:0:5\", \"PhyRate\": 5}]}")"));
     std::vector<std::string> asked;
     for (const std::string &call : fake::calls()) {
-        if (call.rfind("StaInfo ", 0) == 0) {
+        if (call.rfind("StaInfo ra", 0) == 0) {
             asked.push_back(call.substr(8));
         }
     }
     EXPECT_THAT(asked, ElementsAre("ra0 1", "ra1 1", "ra2 1", "ra3 1", "ra3 2", "rai0 1", "rai0 2", "rai0 3", "rai1 1",
                                    "rai2 1", "rai3 1"));
+}
+
+TEST_F(AgentTest, AStationQueryOrASubInterfaceAnswersYesWithOneOnly) {
+    fake::host.stations["ra0"] = {{"02:57:00:00:00:01", 72, "02:0b:00:00:00:01"}};
+    put_dump(R"({"AL MAC": "02:0b:00:00:00:01", "Device role": "02"})");
+    module_.initALTable();
+    EXPECT_THAT(sent(), Not(HasSubstr("STAMac")));
+    EXPECT_EQ(fake::count("lanmon_db_is_subIntf 65"), 1);
+    fake::host.sub_interface_result = 2;
+    EXPECT_THAT(sent(), HasSubstr("2:57:0:0:0:1"));
+    fake::host.station_result = 2;
+    EXPECT_THAT(sent(), Not(HasSubstr("STAMac")));
+}
+
+// After a station that is listed, not after one that is left out.
+TEST_F(AgentTest, TheQueryRecordIsClearedBehindAListedStation) {
+    put_dump(R"({"AL MAC": "02:0b:00:00:00:01", "Device role": "02"})");
+    module_.initALTable();
+    fake::host.stations["ra0"] = {
+        {"02:57:00:00:00:01", 1, {}}, {"", 0, {}}, {"02:0b:00:00:00:0c", 2, "02:0b:00:00:00:01"}, {"", 0, {}}};
+    sent();
+    std::vector<std::string> found;
+    for (const std::string &call : fake::calls()) {
+        if (call.rfind("StaInfo finds", 0) == 0) {
+            found.push_back(call.substr(13));
+        }
+    }
+    EXPECT_THAT(found, ElementsAre(" ", " ", " ", " 02:0b:00:00:00:0c"));
+}
+
+TEST_F(AgentTest, StationsOfEveryAgentOfTheLastDumpAreLeftOut) {
+    const auto station_of = [&](const char *al_mac) {
+        fake::host.stations["ra0"] = {{"02:57:00:00:00:01", 72, al_mac}};
+        return sent();
+    };
+    build(
+        R"({"AL MAC": "02:0b:00:00:00:01", "Device role": "02"}, {"AL MAC": "02:0c:00:00:00:01", "Device role": "02"})");
+    EXPECT_THAT(station_of("02:0c:00:00:00:01"), Not(HasSubstr("STAMac")));
+    build(R"({"AL MAC": "02:0c:00:00:00:01", "Device role": "02"})");
+    EXPECT_THAT(station_of("02:0c:00:00:00:01"), Not(HasSubstr("STAMac")));
+    EXPECT_THAT(station_of("02:0b:00:00:00:01"), HasSubstr("STAMac"));
 }
 
 TEST_F(AgentTest, ValuesAreAskedInOrderAndTheFirstThatFailsEndsTheSending) {
@@ -100,8 +141,8 @@ TEST_F(AgentTest, ValuesAreAskedInOrderAndTheFirstThatFailsEndsTheSending) {
         const char *message;
         std::size_t asked;
     };
-    const char *kSources[] = {"getControllerMac", "getFWVersion", "getHostName", "getDeviceIP",
-                              "qoUtilIGetBaseMACwithColon"};
+    const char *kSources[] = {"getControllerMac 32", "getFWVersion 128", "getHostName 128", "getDeviceIP 128",
+                              "qoUtilIGetBaseMACwithColon 32"};
     for (const Case &failing :
          {Case{&fake::Host::controller_mac, "highLayerDataSend: getControllerMac fail !!\n", 1},
           Case{&fake::Host::firmware_version, "highLayerDataSend: getFWVersion fail !!\n", 2},
@@ -169,7 +210,7 @@ TEST_F(AgentTest, ValuesOfTheLongestAndWorstKindStillMakeAWholeReport) {
 }
 
 TEST_F(AgentTest, AMacThatIsNotPlainTextIsNotSentTo) {
-    const char kRefused[] = "highLayerDataSend: message not sent, a MAC is not plain text or the message is too long\n";
+    const char kRefused[] = "highLayerDataSend: message not sent, a MAC is not plain text\n";
     for (fake::Text fake::Host::*source : {&fake::Host::controller_mac, &fake::Host::base_mac}) {
         for (const char *mac : {"$(reboot)", "\"; reboot; \"", "a\nb", "-x", "`id`"}) {
             fake::reset();

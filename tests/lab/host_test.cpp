@@ -31,8 +31,8 @@ struct Result {
 
 // Runs a command line in a shell.
 Result run(const std::string &command) {
-    const std::string line = "PATH=" QO1905_BINARY_DIR "/programs:" QO1905_SOURCE_DIR "/lab/programs:$PATH; { " + command +
-                             "; } >/tmp/out.txt 2>/tmp/err.txt";
+    const std::string line = "PATH=" QO1905_BINARY_DIR "/programs:" QO1905_SOURCE_DIR "/lab/programs:$PATH; { " +
+                             command + "; } >/tmp/out.txt 2>/tmp/err.txt";
     fake::host.real_shell = true;
     const int status = std::system(line.c_str());
     fake::host.real_shell = false;
@@ -54,7 +54,8 @@ class Program {
 public:
     explicit Program(const std::string &command) : pid_(fork()) {
         if (pid_ == 0) {
-            const std::string line = "PATH=" QO1905_BINARY_DIR "/programs:" QO1905_SOURCE_DIR "/lab/programs:$PATH; exec " + command;
+            const std::string line =
+                "PATH=" QO1905_BINARY_DIR "/programs:" QO1905_SOURCE_DIR "/lab/programs:$PATH; exec " + command;
             execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
             _exit(127);
         }
@@ -81,7 +82,9 @@ private:
 
 class HostTest : public ModuleTest {
 protected:
-    static std::string mapd(const std::string &more = "") { return kMapd + " --dump " + kSamples + "home.dump.json " + more; }
+    static std::string mapd(const std::string &more = "") {
+        return kMapd + " --dump " + kSamples + "home.dump.json " + more;
+    }
     static void wait_for_daemon() {
         ASSERT_TRUE(wait_until([] { return file_exists("/tmp/mapd_ctrl"); }));
     }
@@ -90,7 +93,8 @@ protected:
 TEST_F(HostTest, RunsCyclesAndTellsEachInALine) {
     const Program daemon(mapd("--reports " + kSamples + "home.reports.json"));
     wait_for_daemon();
-    const Result result = run(kHost + " " + kSamples + "controller.device.json --unit 0.02 --cycles 3 --files-at /there");
+    const Result result =
+        run(kHost + " " + kSamples + "controller.device.json --unit 0.02 --cycles 3 --files-at /there");
     EXPECT_EQ(result.status, 0) << result.errors;
     EXPECT_THAT(result.output, HasSubstr("cycle 1: 3 devices, 2 Agents, 12 stations; 3 files written in /there\n"));
     EXPECT_THAT(result.output, HasSubstr("cycle 3: 3 devices, 2 Agents, 12 stations; 3 files written in /there\n"));
@@ -110,15 +114,18 @@ TEST_F(HostTest, AnAgentReportsItsStations) {
     wait_for_daemon();
     EXPECT_EQ(run(kHost + " " + kSamples + "agent.device.json --unit 0.01 --cycles 1").status, 0);
     EXPECT_EQ(read_file("/tmp/mapd.log"),
-              "tx_higher_layer_data 02:c0:00:00:00:01 1 { \"SrcAlMac\": \"02:0a:00:00:00:01\", \"FWVersion\": \"2.4.1\", \"HostName\": "
-              "\"living-room\", \"DeviceIP\": \"192.168.1.20\", \"STAInfo\": [{ \"STAMac\": \"2:57:0:0:0:11\", \"PhyRate\": 65}, { \"STAMac\": "
+              "tx_higher_layer_data 02:c0:00:00:00:01 1 { \"SrcAlMac\": \"02:0a:00:00:00:01\", \"FWVersion\": "
+              "\"2.4.1\", \"HostName\": "
+              "\"living-room\", \"DeviceIP\": \"192.168.1.20\", \"STAInfo\": [{ \"STAMac\": \"2:57:0:0:0:11\", "
+              "\"PhyRate\": 65}, { \"STAMac\": "
               "\"2:57:0:0:0:12\", \"PhyRate\": 39}, { \"STAMac\": \"2:57:0:0:0:14\", \"PhyRate\": 866}]}\n");
 }
 
 TEST_F(HostTest, ACycleWithoutADaemonWritesNothingAndSaysSo) {
     const Result result = run(kHost + " " + kSamples + "controller.device.json --unit 0.01 --cycles 1");
     EXPECT_EQ(result.status, 0);
-    EXPECT_THAT(result.output, AllOf(HasSubstr("Update 1905 information Error!!\n"), HasSubstr("cycle 1: no files written\n")));
+    EXPECT_THAT(result.output,
+                AllOf(HasSubstr("Update 1905 information Error!!\n"), HasSubstr("cycle 1: no files written\n")));
 }
 
 TEST_F(HostTest, TheFirstCallComesAfterTheFirstDelay) {
@@ -130,7 +137,8 @@ TEST_F(HostTest, TheFirstCallComesAfterTheFirstDelay) {
 }
 
 TEST_F(HostTest, ACommandFromTheMeshSwitchesAnInterfaceAndFillsTheBlockList) {
-    write_file("/tmp/orders.json", R"([{"SrcAlMac": "02:c0:00:00:00:01", "Interface": "rai0", "Enable": "false", "FilterMode": 0,
+    write_file("/tmp/orders.json",
+               R"([{"SrcAlMac": "02:c0:00:00:00:01", "Interface": "rai0", "Enable": "false", "FilterMode": 0,
                                         "FilterLists": "02-57-00-00-00-14,02:57:00:00:00:11"}])");
     const Program daemon(mapd("--reports /tmp/orders.json"));
     wait_for_daemon();
@@ -143,9 +151,12 @@ TEST_F(HostTest, ACommandFromTheMeshSwitchesAnInterfaceAndFillsTheBlockList) {
 // On the real wire: a daemon that comes late, and one that is killed and comes back.
 TEST_F(HostTest, ADaemonThatComesLateOrRestartsIsAttachedAgain) {
     const Program host(kHost + " " + kSamples + "controller.device.json --unit 0.02 >/tmp/host.txt 2>&1");
-    ASSERT_TRUE(wait_until([] { return file_exists("/tmp/host.txt") && read_file("/tmp/host.txt").find("Can't connect to") != std::string::npos; }));
+    ASSERT_TRUE(wait_until([] {
+        return file_exists("/tmp/host.txt") && read_file("/tmp/host.txt").find("Can't connect to") != std::string::npos;
+    }));
     const auto reported = [] {
-        return file_exists(kModel) && object_text(read_file(kModel), "IEEE1905Device.1").find("living-room") != std::string::npos;
+        return file_exists(kModel) &&
+               object_text(read_file(kModel), "IEEE1905Device.1").find("living-room") != std::string::npos;
     };
     {
         Program daemon(mapd("--reports " + kSamples + "home.reports.json"));
@@ -157,7 +168,8 @@ TEST_F(HostTest, ADaemonThatComesLateOrRestartsIsAttachedAgain) {
     reports.replace(reports.find("living-room"), 11, "living-rooM");
     write_file("/tmp/reports.json", reports);
     const Program again(mapd("--reports /tmp/reports.json"));
-    EXPECT_TRUE(wait_until([] { return object_text(read_file(kModel), "IEEE1905Device.1").find("living-rooM") != std::string::npos; }));
+    EXPECT_TRUE(wait_until(
+        [] { return object_text(read_file(kModel), "IEEE1905Device.1").find("living-rooM") != std::string::npos; }));
     EXPECT_THAT(read_file("/tmp/host.txt"), HasSubstr("read error: Transport endpoint is not connected\n"));
 }
 
@@ -190,7 +202,8 @@ struct Mistake {
 };
 
 TEST_F(HostTest, MistakesInTheDescriptionAreToldWithTheirPlace) {
-    const std::string good = R"("role": "agent", "base_mac": "02:0a:00:00:00:01", "firmware_version": "1", "host_name": "n", "ip": "i")";
+    const std::string good =
+        R"("role": "agent", "base_mac": "02:0a:00:00:00:01", "firmware_version": "1", "host_name": "n", "ip": "i")";
     const Mistake mistakes[] = {
         {"", "line 1: no JSON: "},
         {"{\n\"role\": \n\n}", "line 4: no JSON: "},
@@ -200,19 +213,24 @@ TEST_F(HostTest, MistakesInTheDescriptionAreToldWithTheirPlace) {
         {R"({"role": "boss"})", "/tmp/device.json: role: must be \"controller\" or \"agent\""},
         {R"({"role": "agent", "base_mac": "02:0a"})", "base_mac: must be a MAC address such as \"02:00:00:00:00:01\""},
         {"{" + good + R"(, "wifi": {}})", "wifi: must be an array"},
-        {"{" + good + R"(, "wifi": [{"instance": 1, "name": "ra0", "mac": "02:0a:00:00:00:01", "colour": 1}]})", "wifi[0]: unknown key \"colour\""},
-        {"{" + good + R"(, "wifi": [{"instance": 256, "name": "ra0", "mac": "02:0a:00:00:00:01"}]})", "wifi[0].instance: must be a whole number from 1 to 255"},
+        {"{" + good + R"(, "wifi": [{"instance": 1, "name": "ra0", "mac": "02:0a:00:00:00:01", "colour": 1}]})",
+         "wifi[0]: unknown key \"colour\""},
+        {"{" + good + R"(, "wifi": [{"instance": 256, "name": "ra0", "mac": "02:0a:00:00:00:01"}]})",
+         "wifi[0].instance: must be a whole number from 1 to 255"},
         {"{" + good + R"(, "wifi": [{"instance": 1, "name": 7}]})", "wifi[0].name: must be a text"},
-        {"{" + good + R"(, "wifi": [{"instance": 1, "name": "0123456789012345678901234567890123456789"}]})", "wifi[0].name: must be at most 31 bytes long"},
+        {"{" + good + R"(, "wifi": [{"instance": 1, "name": "0123456789012345678901234567890123456789"}]})",
+         "wifi[0].name: must be at most 31 bytes long"},
         {"{" + good + R"(, "easymesh": "yes"})", "easymesh: must be true or false"},
-        {"{" + good + R"(, "stations": {"ra0": [{"mac": "02:57:00:00:00:01"}]}})", "stations.ra0[0]: key \"rate\" is missing"},
+        {"{" + good + R"(, "stations": {"ra0": [{"mac": "02:57:00:00:00:01"}]}})",
+         "stations.ra0[0]: key \"rate\" is missing"},
         {"{" + good + R"(, "known_devices": [1]})", "known_devices[0]: must be a text"},
     };
     for (const Mistake &mistake : mistakes) {
         write_file("/tmp/device.json", mistake.file);
         const Result result = run(kHost + " /tmp/device.json");
         EXPECT_EQ(result.status, 2) << mistake.file;
-        EXPECT_THAT(result.errors, AllOf(StartsWith("qo1905-host: /tmp/device.json: "), HasSubstr(mistake.message))) << mistake.file;
+        EXPECT_THAT(result.errors, AllOf(StartsWith("qo1905-host: /tmp/device.json: "), HasSubstr(mistake.message)))
+            << mistake.file;
         EXPECT_EQ(result.errors.find('\n'), result.errors.size() - 1) << result.errors;
     }
     const Result missing = run(kHost + " /tmp/none.json");
@@ -232,13 +250,15 @@ TEST_F(HostTest, AModuleThatDoesNotLoadIsToldInALine) {
 }
 
 TEST_F(HostTest, WrongArgumentsEndWithStatus2) {
-    for (const char *arguments : {"", "--cycles x a", "--unit 0 a", "--log-level 10 a", "--frob a", "a b", "--cycles -1 a"}) {
+    for (const char *arguments :
+         {"", "--cycles x a", "--unit 0 a", "--log-level 10 a", "--frob a", "a b", "--cycles -1 a"}) {
         const Result result = run(kHost + " " + arguments);
         EXPECT_EQ(result.status, 2) << arguments;
         EXPECT_FALSE(result.errors.empty()) << arguments;
     }
     EXPECT_EQ(run(kMapd).status, 2);
-    EXPECT_EQ(run(kMapd + " --dump /tmp/none").errors, "qo1905-mapd: /tmp/none: cannot be read: No such file or directory\n");
+    EXPECT_EQ(run(kMapd + " --dump /tmp/none").errors,
+              "qo1905-mapd: /tmp/none: cannot be read: No such file or directory\n");
     EXPECT_EQ(run(kMapd + " --dump " + kSamples + "home.dump.json --socket /tmp/no/such").status, 2);
 }
 
@@ -264,7 +284,8 @@ TEST_F(HostTest, TheDaemonOutlivesRequestsOfNoForm) {
     wait_for_daemon();
     const int fd = lab::open_client_socket();
     ASSERT_TRUE(lab::connect_to(fd, "/tmp/mapd_ctrl"));
-    for (const auto &words : {std::vector<std::string>{}, {""}, {"", "", ""}, {std::string(60000, 'x')}, {"tx_higher_layer_data"}}) {
+    for (const auto &words :
+         {std::vector<std::string>{}, {""}, {"", "", ""}, {std::string(60000, 'x')}, {"tx_higher_layer_data"}}) {
         EXPECT_THAT(lab::ask(fd, words, 1000), StartsWith("FAIL"));
     }
     EXPECT_THAT(lab::ask(fd, {"PING"}, 1000), StartsWith("OK "));

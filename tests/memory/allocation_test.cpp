@@ -2,6 +2,9 @@
 // checker of the sanitizer build watches), and with memory the next cycle gives exactly the full files.
 #include <functional>
 
+#include "core/annotations.h"
+#include "model/high_layer_table.h"
+
 #include "tests/output/meshes.h"
 #include "tests/support/failing_allocations.h"
 #include "tests/support/module_test.h"
@@ -13,6 +16,9 @@ using testing::HasSubstr;
 namespace {
 
 constexpr long kMany = 100000;
+
+// What the receiver thread leaves behind a report that it could not complete.
+void empty_high_layer_table() QO1905_ANNOTATE(no_thread_safety_analysis) { qo1905::destroyEcnt1905Table(); }
 
 class AllocationTest : public ModuleTest {
 protected:
@@ -64,10 +70,60 @@ TEST_F(AllocationTest, DuringABuild) {
     EXPECT_GT(count, 50);
 }
 
-TEST_F(AllocationTest, OfTheFixedInterfacesAndOfABssIsTold) {
-    bool told = false;
-    fail_each([&] { build_mesh("one_agent"); }, [&] { told = told || printed_.find("getNbrDevInfo: Alloc struct buf failed!!\n") != std::string::npos; });
-    EXPECT_TRUE(told);
+TEST_F(AllocationTest, OfAFixedInterfaceOrOfABssEndsTheEntryAndKeepsWhatIsThere) {
+    struct Case {
+        long which;
+        std::size_t kept;
+        int counted;
+    };
+    const Json topology = parse_json(R"([{}, {"Number of radios": 1, "Radio Info": [{"BSSINFO": [{"BSSID": "2"}]}]}])");
+    build("");
+    for (const Case &lost : {Case{1, 0, 2}, Case{2, 1, 2}, Case{3, 2, 3}}) {
+        qo1905_device *device = append_node(module_.getNetTopolTable()->IEEE1905Device);
+        fail_allocation(lost.which);
+        EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.getNbrDevInfo(topology.get(), device, 1), 16); }),
+                  "getNbrDevInfo: Alloc struct buf failed!!\n");
+        EXPECT_EQ(nodes(device->Interface).size(), lost.kept);
+        EXPECT_EQ(device->InterfaceNumberOfEntries, lost.counted);
+        build("");
+    }
+}
+
+TEST_F(AllocationTest, OfALocalInterfaceLeavesTheOnesBefore) {
+    fake::host.ssids = {{"ra0", "02:00:00:00:00:11"}, {"rai0", "02:00:00:00:00:12"}, {"ra0", "02:00:00:00:00:13"}};
+    put_dump("");
+    fail_allocation(3);  // the root and one interface before it
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.initALTable(), 16); }), "");
+    EXPECT_EQ(nodes(module_.getIntfTable()).size(), 1U);
+    EXPECT_EQ(module_.getAlTable()->InterfaceNumberOfEntries, 3);
+    EXPECT_EQ(module_.getNetTopolTable()->Enable, 0U);
+}
+
+TEST_F(AllocationTest, SixteenIsANumberOfStationsToo) {
+    fake::host.role = "2";
+    for (int i = 0; i < 20; ++i) {
+        fake::host.stations["ra0"].push_back({"02:57:00:00:00:01", 7, {}});
+    }
+    fail_allocation(19);  // the query record, then seventeen stations
+    EXPECT_EQ(printed_by([&] { module_.highLayerDataSend(); }), "tmpEcntWifiInfoTable = NULL !!\n");
+    const std::string sent = fake::commands().back();
+    int listed = 0;
+    for (std::size_t at = sent.find("STAMac"); at != std::string::npos; at = sent.find("STAMac", at + 1)) {
+        ++listed;
+    }
+    EXPECT_EQ(listed, 16);
+}
+
+// The timer thread saw a report; before it got the lock the report was taken back.
+TEST_F(AllocationTest, AReportThatIsTakenBackMeanwhileLeavesTheOldCopy) {
+    const std::string agent = R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})";
+    fake::host.role = "1";
+    receive(R"({"SrcAlMac": "2:a:0:0:0:1", "FWVersion": "1.2"})");
+    build(agent);
+    receive(R"({"SrcAlMac": "2:a:0:0:0:1", "FWVersion": "1.3"})");
+    fake::host.on_lock_try = empty_high_layer_table;
+    EXPECT_EQ(printed_by([&] { EXPECT_STREQ(build(agent)[0]->Info.FirmwareVersion, "1.2"); }), "");
+    EXPECT_EQ(fake::host.on_lock_try, nullptr);
 }
 
 TEST_F(AllocationTest, OfTheAgentListIsTold) {
@@ -97,7 +153,8 @@ TEST_F(AllocationTest, OfTheRootLeavesNoTable) {
 }
 
 TEST_F(AllocationTest, OfAReportIsToldAndTheLockIsFree) {
-    const char kReport[] = R"({"SrcAlMac": "2:a:0:0:0:1", "FWVersion": "1", "STAInfo": [{"STAMac": "2:57:0:0:0:1", "PhyRate": 5}]})";
+    const char kReport[] =
+        R"({"SrcAlMac": "2:a:0:0:0:1", "FWVersion": "1", "STAInfo": [{"STAMac": "2:57:0:0:0:1", "PhyRate": 5}]})";
     fake::host.role = "1";
     fail_allocation(1);
     EXPECT_EQ(printed_by([&] { EXPECT_EQ(receive(kReport), 16); }), "tmpEcnt1905Table = NULL !!\n");
@@ -111,7 +168,9 @@ TEST_F(AllocationTest, OfAReportIsToldAndTheLockIsFree) {
 
 TEST_F(AllocationTest, AFailedReportIsTakenOutFromBetweenOthers) {
     const auto report = [](const char *version) {
-        return std::string(R"({"SrcAlMac": "2:a:0:0:0:1", "STAInfo": [{"STAMac": "1", "PhyRate": 5}], "FWVersion": ")") + version + "\"}";
+        return std::string(
+                   R"({"SrcAlMac": "2:a:0:0:0:1", "STAInfo": [{"STAMac": "1", "PhyRate": 5}], "FWVersion": ")") +
+               version + "\"}";
     };
     fake::host.role = "1";
     receive(report("first"));
@@ -123,18 +182,26 @@ TEST_F(AllocationTest, AFailedReportIsTakenOutFromBetweenOthers) {
 }
 
 TEST_F(AllocationTest, OfAWriterLeavesThePreviousFile) {
-    ASSERT_EQ(build_mesh("two_agents"), 0);
+    const std::string device = R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})";
+    std::string devices = device;
+    for (int i = 0; i < 40; ++i) {
+        devices += "," + device;
+    }
+    build(devices);  // a model that has to grow
     fake::host.now = 1700000042;
     module_.writeJsonDataModel();
     const std::string before = read_file(kModel);
-    const long count = fail_each([&] { module_.writeJsonDataModel(); },
-                                 [&] {
-                                     EXPECT_EQ(printed_, "write_text_file: no memory, /tmp/qo1905.json stays as it was\n");
-                                     EXPECT_EQ(read_file(kModel), before);
-                                 });
-    EXPECT_GE(count, 1);
+    const long count = fail_each(
+        [&] { module_.writeJsonDataModel(); },
+        [&] {
+            EXPECT_EQ(printed_, "write_text_file: too large or no memory, /tmp/qo1905.json stays as it was\n");
+            EXPECT_EQ(read_file(kModel), before);
+        });
+    EXPECT_GE(count, 2);
+    ASSERT_EQ(build_mesh("two_agents"), 0);
     fail_each([&] { module_.updateWifiAssocList(); }, [&] { EXPECT_THAT(printed_, HasSubstr("stays as it was\n")); });
-    fail_each([&] { module_.writeJsonqo1905log(); }, [&] { EXPECT_THAT(printed_, HasSubstr("qo1905_log.json stays as it was\n")); });
+    fail_each([&] { module_.writeJsonqo1905log(); },
+              [&] { EXPECT_THAT(printed_, HasSubstr("qo1905_log.json stays as it was\n")); });
 }
 
 TEST_F(AllocationTest, OfAnAgentsReportCountsSixteenStations) {
@@ -155,7 +222,7 @@ TEST_F(AllocationTest, OfTheTimerEventIsTold) {
     const std::string printed = printed_by([&] { result = module_.qo1905_init(); });
     EXPECT_EQ(printed, "qo1905_init : Can not create thread\nqo1905_init : no memory for the timer event\n");
     EXPECT_EQ(result, 44);
-    EXPECT_EQ(fake::count("lanmon_timer_event_add 20 20 0"), 0);
+    EXPECT_EQ(fake::count("lanmon_timer_event_add 0 20 20 cycle 0"), 0);
 }
 
 }  // namespace

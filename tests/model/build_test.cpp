@@ -99,6 +99,22 @@ TEST_F(BuildTest, ALaterSsidOverwritesTheSlotAndCountsAgain) {
     EXPECT_EQ(found[3]->MediaType, 0U);
 }
 
+TEST_F(BuildTest, TheCountOfInterfacesIsAsWideAsItsField) {
+    fake::host.ssids.assign(257, {"ra0", "02:00:00:00:00:11"});
+    build("");
+    EXPECT_EQ(interfaces().size(), 1U);
+    fake::host.ssids.assign(256, {"ra0", "02:00:00:00:00:11"});
+    EXPECT_EQ(module_.initALTable(), 16);
+    EXPECT_EQ(interfaces().size(), 0U);
+}
+
+TEST_F(BuildTest, AMacInASlotThatHeldOneChangesOnlyTheBytesThatParse) {
+    fake::host.ssids = {{"ra0", "02:00:00:00:00:11"}, {"ra01", "0a:0b"}};
+    build("");
+    ASSERT_EQ(interfaces().size(), 2U);
+    EXPECT_EQ(mac_text(interfaces()[1]->InterfaceId), "0a:0b:00:00:00:11");
+}
+
 TEST_F(BuildTest, TheFirstLinkThatIsExactlyUpIsTheBridge) {
     fake::host.links = {{"Upper", kBridge, "02:00:00:00:00:0e"},
                         {"Up", "Device.Bridging.Bridge.2.Port.1", "02:00:00:00:00:0f"},
@@ -193,8 +209,8 @@ TEST_F(BuildTest, TheDestroyFreesEveryListAndBuffer) {
     qo1905_al_table &al = *module_.getAlTable();
     al.Security.Password = strdup("s3cret");
     al.Information = static_cast<uint8_t *>(std::calloc(1, 4));
-    append_node(al.Reserved[0])->Buffer = std::calloc(1, 8);
-    append_node(al.Reserved[1])->Buffer = std::calloc(1, 8);
+    append_node(al.Reserved[0].Head)->Buffer = std::calloc(1, 8);
+    append_node(al.Reserved[1].Head)->Buffer = std::calloc(1, 8);
     append_node(al.ReservedList);
     append_node(al.Interface->Reserved);
     append_node(al.Interface->Link);

@@ -78,7 +78,8 @@ TEST_F(AssocListTest, RssiIsSignedInAFieldOfFour) {
     std::memcpy(device.Info.Channel5G, "1234567890123456", 16);  // to the brim
     add_client(device, "1rai567890", "02:57:00:00:00:01");       // wider than its column
     write();
-    EXPECT_EQ(read_file(kAssoc5G), "02:57:00:00:00:01       65535   -60     0  40000 1rai567890 0 0 1234567890123456\n");
+    EXPECT_EQ(read_file(kAssoc5G),
+              "02:57:00:00:00:01       65535   -60     0  40000 1rai567890 0 0 1234567890123456\n");
 }
 
 TEST_F(AssocListTest, AShorterChannelOverwritesTheStartOfTheLongerOneBefore) {

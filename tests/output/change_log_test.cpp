@@ -40,6 +40,9 @@ TEST_F(ChangeLogTest, ALastChangeOfMinusOnePrintsSo) {
     build("");
     network().LastChange = -1;
     EXPECT_THAT(written(), HasSubstr("\t\"LastChange\": \"ChangeLog.-1\",\n"));
+    network().LastChange = -32768;
+    network().MaxChangeLogEntries = 65535;
+    EXPECT_THAT(written(), HasSubstr("\t\"MaxChangeLogEntries\": 65535,\n\t\"LastChange\": \"ChangeLog.-32768\",\n"));
 }
 
 TEST_F(ChangeLogTest, EntriesArePrintedInArrayOrderBeyondTheMaximum) {

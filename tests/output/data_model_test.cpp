@@ -63,7 +63,8 @@ TEST_F(DataModelTest, StatusOfTheALIsUpInCapitalsAndThatOfAnInterfaceIsNot) {
         al().Status = code;
         al().Interface->Status = code;
         const std::string text = written();
-        EXPECT_THAT(text, HasSubstr("\n\t\t\t\t\"Status\": \"" + std::string(code == 0 ? "UP" : kNames[code]) + "\",\n"));
+        EXPECT_THAT(text,
+                    HasSubstr("\n\t\t\t\t\"Status\": \"" + std::string(code == 0 ? "UP" : kNames[code]) + "\",\n"));
         EXPECT_THAT(text, HasSubstr("\n\t\t\t\t\t\"Status\": \"" + std::string(code == 0 ? "Up" : kNames[code]) +
                                     "\",\n\t\t\t\t\t\"LastChange\""));
     }
@@ -95,15 +96,37 @@ TEST_F(DataModelTest, TheReleaseVersionIsTheOverrideUnlessThatIsEmpty) {
 TEST_F(DataModelTest, AppVersionTextsPrintAsNumbers) {
     qo1905_device_info &info = build(kAgent).at(0)->Info;
     std::strcpy(info.L2DeviveCtrl, "3");
-    std::memset(info.WiFiOnOff, '1', sizeof(info.WiFiOnOff));  // to the brim: more than an integer holds, nothing beyond is read
+    std::memset(info.WiFiOnOff, '1',
+                sizeof(info.WiFiOnOff));  // to the brim: more than an integer holds, nothing beyond is read
     EXPECT_THAT(written(), HasSubstr("\t\t\t\t\t\t\t\"L2DeviveCtrl\": 3,\n\t\t\t\t\t\t\t\"WiFiAutoCfg\": 0,\n"));
+}
+
+TEST_F(DataModelTest, EveryNumberOfADeviceIsItsOwn) {
+    qo1905_device &device = *build(kAgent).at(0);
+    std::strcpy(device.Info.L2DeviveCtrl, "11");
+    std::strcpy(device.Info.WiFiAutoCfg, "12");
+    std::strcpy(device.Info.WiFiOnOff, "13");
+    std::strcpy(device.Info.FwUpgrade, "14");
+    std::strcpy(device.Info.LEDOnOff, "15");
+    device.Info.Ap_autoconfig = 16;
+    device.Ap_autoconfig_2_4G = 17;
+    device.Ap_autoconfig_5G = 18;
+    const std::string text = written();
+    EXPECT_THAT(text, HasSubstr("\"Ap-autoconfig\": 16,\n\t\t\t\t\t\t\"Ap-autoconfig_2.4G\": "
+                                "17,\n\t\t\t\t\t\t\"Ap-autoconfig_5G\": 18,\n"));
+    EXPECT_EQ(
+        object_text(text, "AppVersion"),
+        "{\n\t\t\t\t\t\t\t\"Version\": \"\",\n\t\t\t\t\t\t\t\"L2DeviveCtrl\": 11,\n\t\t\t\t\t\t\t\"WiFiAutoCfg\": 12,\n"
+        "\t\t\t\t\t\t\t\"WiFiOnOff\": 13,\n\t\t\t\t\t\t\t\"FwUpgrade\": 14,\n\t\t\t\t\t\t\t\"LEDOnOff\": "
+        "15\n\t\t\t\t\t\t}");
 }
 
 // ---- single codes ----
 
 TEST_F(DataModelTest, EveryCodeOfTheNetworkTopologyAndOfSecurity) {
     build("");
-    const std::vector<std::pair<uint32_t, std::string>> enables = {{0, "false"}, {1, "true"}, {2, "null"}, {0xffffffff, "null"}};
+    const std::vector<std::pair<uint32_t, std::string>> enables = {
+        {0, "false"}, {1, "true"}, {2, "null"}, {0xffffffff, "null"}};
     for (const auto &[code, word] : enables) {
         al().NetworkTopology.Enable = code;
         EXPECT_THAT(written(), HasSubstr("\t\t\t\t\t\"Enable\": " + word + ",\n"));
@@ -114,7 +137,8 @@ TEST_F(DataModelTest, EveryCodeOfTheNetworkTopologyAndOfSecurity) {
         al().NetworkTopology.Status = code;
         EXPECT_THAT(written(), HasSubstr("\t\t\t\t\t\"Status\": \"" + name + "\",\n\t\t\t\t\t\"IEEE1905Device"));
     }
-    const std::vector<std::pair<uint32_t, std::string>> methods = {{0, "UCPK"}, {1, "PBC"}, {2, "NFCNK"}, {3, "Unknown"}};
+    const std::vector<std::pair<uint32_t, std::string>> methods = {
+        {0, "UCPK"}, {1, "PBC"}, {2, "NFCNK"}, {3, "Unknown"}};
     for (const auto &[code, name] : methods) {
         al().Security.SetupMethod = code;
         EXPECT_THAT(written(), HasSubstr("\t\t\t\t\t\"SetupMethod\": \"" + name + "\",\n"));
@@ -125,10 +149,19 @@ TEST_F(DataModelTest, OnlyTheValueOneIsTrueAndOnlyZeroIsARegistrar) {
     qo1905_device_info &info = build(kAgent).at(0)->Info;
     for (const uint8_t value : {uint8_t{0}, uint8_t{1}, uint8_t{2}, uint8_t{255}}) {
         info.EnableReboot = value;
+        info.EnableInterfacePowerControl = value;
         info.DeviceType = value;
+        al().Info.EnableReboot = value;
+        al().Info.EnableInterfacePowerControl = value;
+        EXPECT_THAT(written(), HasSubstr(std::string("\n\t\t\t\t\"EnableReboot\": ") + (value == 1 ? "true" : "false") +
+                                         ",\n\t\t\t\t\"EnableInterfacePowerControl\": " +
+                                         (value == 1 ? "true" : "false") + ",\n"));
         const std::string device = object_text(written(), "IEEE1905Device.1");
         EXPECT_THAT(device, HasSubstr(std::string("\"EnableReboot\": ") + (value == 1 ? "true" : "false") + ",\n"));
-        EXPECT_THAT(device, HasSubstr(std::string("\"DeviceType\": \"") + (value == 0 ? "Registrar" : "Enrollee") + "\",\n"));
+        EXPECT_THAT(device, HasSubstr(std::string("\"EnableInterfacePowerControl\": ") +
+                                      (value == 1 ? "true" : "false") + ",\n"));
+        EXPECT_THAT(device,
+                    HasSubstr(std::string("\"DeviceType\": \"") + (value == 0 ? "Registrar" : "Enrollee") + "\",\n"));
     }
 }
 
@@ -155,17 +188,78 @@ TEST_F(DataModelTest, TextsAreEscapedWhereJsonNeedsItAndStandOtherwise) {
         std::string text;
         const char *shown;
     };
-    for (const Case &name : {Case{"plain /text\x7f", "plain /text\x7f"}, Case{"\"q\"", "\\\"q\\\""}, Case{"\\", "\\\\"},
-                             Case{"a\nb\tc\rd\x01\x1f", "a\\nb\\tc\\rd\\u0001\\u001f"},
-                             Case{"K\xc3\xbc" "che \xf0\x9f\x8f\xa0", "K\xc3\xbc" "che \xf0\x9f\x8f\xa0"},
-                             Case{"\xff", "\xEF\xBF\xBD"}, Case{"\xc3", "\xEF\xBF\xBD"},
-                             Case{"\xe2\x82", "\xEF\xBF\xBD\xEF\xBF\xBD"}, Case{"\xc0\xaf", "\xEF\xBF\xBD\xEF\xBF\xBD"}}) {
+    for (const Case &name :
+         {Case{"plain /text\x7f", "plain /text\x7f"}, Case{"\"q\"", "\\\"q\\\""}, Case{"\\", "\\\\"},
+          Case{"a\nb\tc\rd\x01\x1f", "a\\nb\\tc\\rd\\u0001\\u001f"},
+          Case{"K\xc3\xbc"
+               "che \xf0\x9f\x8f\xa0",
+               "K\xc3\xbc"
+               "che \xf0\x9f\x8f\xa0"},
+          Case{"\xff", "\xEF\xBF\xBD"}, Case{"\xc3", "\xEF\xBF\xBD"}, Case{"\xe2\x82", "\xEF\xBF\xBD\xEF\xBF\xBD"},
+          Case{"\xc0\xaf", "\xEF\xBF\xBD\xEF\xBF\xBD"}}) {
         std::memset(info.Hostname, 0, sizeof(info.Hostname));
         std::memcpy(info.Hostname, name.text.data(), name.text.size());
         const std::string text = written();
         EXPECT_THAT(text, HasSubstr(std::string("\"Hostname\": \"") + name.shown + "\",\n"));
         parse_json(text);
     }
+}
+
+TEST_F(DataModelTest, EveryTextFieldIsEscapedAndBounded) {
+    qo1905_device &device = *build(kAgent).at(0);
+    qo1905_sta_info &station = *append_node(device.STAInfo);
+    append_node(append_node(device.IEEE1905Neighbor)->Neighbor);
+    device.IEEE1905NeighborNumberOfEntries = 1;
+    const auto fill = [](char *field, std::size_t size) { std::memset(field, '"', size); };
+    std::string brim32;
+    std::string brim128;
+    for (int i = 0; i < 128; ++i) {
+        (i < 32 ? brim32 : brim128) += "\\\"";
+    }
+    brim128 += brim32;
+    for (qo1905_device_info *info : {&al().Info, &device.Info}) {
+        fill(info->FirmwareVersion, 128);
+        fill(info->Newfirmwareversion, 128);
+        fill(info->Newfirmwaredate, 128);
+        fill(info->Hostname, 128);
+        fill(info->DeviceIP, 128);
+        fill(info->DeviceMode, 32);
+        fill(info->ReleaseVersion, 32);
+        fill(info->LEDstatus, 32);
+        fill(info->Version, 32);
+    }
+    fill(station.Tx, 32);
+    fill(station.Rx, 32);
+    const std::string text = written();
+    parse_json(text);
+    for (const char *key : {"FirmwareVersion", "Newfirmwareversion", "Newfirmwaredate", "Hostname", "DeviceIP"}) {
+        EXPECT_THAT(text, HasSubstr(std::string("\"") + key + "\": \"" + brim128 + "\",\n")) << key;
+    }
+    for (const char *key : {"DeviceMode", "ReleaseVersion", "LEDstatus", "Version", "Tx", "Rx"}) {
+        EXPECT_THAT(object_text(text, "IEEE1905Device.1"),
+                    HasSubstr(std::string("\"") + key + "\": \"" + brim32 + "\",\n"))
+            << key;
+    }
+    for (const char *key : {"DeviceMode", "ReleaseVersion", "LEDstatus"}) {
+        EXPECT_THAT(text, HasSubstr(std::string("\n\t\t\t\t\"") + key + "\": \"" + brim32 + "\",\n")) << key;
+    }
+    fill(device.Info.ReleaseVersionOverride, 32);
+    device.Info.ReleaseVersion[0] = 'x';
+    EXPECT_THAT(object_text(written(), "IEEE1905Device.1"), HasSubstr("\"ReleaseVersion\": \"" + brim32 + "\",\n"));
+}
+
+// A dump of a few hundred kilobytes can make a model that grows with its square.
+TEST_F(DataModelTest, AModelBeyondItsLimitIsNotWritten) {
+    build(kAgent);
+    const std::string before = written();
+    std::string backhauls = "{}";
+    for (int i = 1; i < 700; ++i) {
+        backhauls += ",{}";
+    }
+    build(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02", "BH Info": [)" + backhauls + "]}");
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.writeJsonDataModel(), 0); }),
+              "write_text_file: too large or no memory, /tmp/qo1905.json stays as it was\n");
+    EXPECT_EQ(read_file(kModel), before);
 }
 
 TEST_F(DataModelTest, ACharacterCutAtTheEndOfItsFieldStillMakesValidJson) {

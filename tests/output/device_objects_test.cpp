@@ -84,7 +84,8 @@ TEST_F(DeviceObjectsTest, ANeighbourWithTwoStationNodesGivesTwoObjects) {
     add_neighbour("02:0a:00:00:00:01", "02:0c:00:00:00:0c");
     const std::string text = written();
     EXPECT_THAT(object_text(text, "IEEE1905Neighbor.1"), HasSubstr("\"RATE\": 1300,"));
-    EXPECT_THAT(object_text(text, "IEEE1905Neighbor.2"), HasSubstr("\"MediaType\": \"IEEE 802.3ab(IEEE 802.3ab Gigabit Ethernet)\","));
+    EXPECT_THAT(object_text(text, "IEEE1905Neighbor.2"),
+                HasSubstr("\"MediaType\": \"IEEE 802.3ab(IEEE 802.3ab Gigabit Ethernet)\","));
     EXPECT_THAT(object_text(text, "IEEE1905Neighbor.2"), HasSubstr("\"RATE\": 1000,"));
     EXPECT_THAT(object_text(text, "IEEE1905Neighbor.3"), HasSubstr("\"NeighborDeviceId\": \"02:0c:00:00:00:0c\""));
 }
@@ -94,7 +95,10 @@ TEST_F(DeviceObjectsTest, AGroupWhoseInterfaceIsUnknownKeepsTheNameOfTheGroupBef
     add_clients("00:00:00:00:00:00", {"02:e7:00:00:00:02"});  // the uplink that the dump does not tell is interface 2
     add_clients("02:ff:00:00:00:00", {"02:e7:00:00:00:03"});
     add_neighbour("02:ff:00:00:00:00", "02:0b:00:00:00:0c");
+    add_neighbour("02:0a:00:00:00:01", "02:0b:00:00:00:0c");
+    add_neighbour("02:ff:00:00:00:00", "02:0b:00:00:00:0c");
     const std::string text = written();
+    EXPECT_THAT(object_text(text, "IEEE1905Neighbor.3"), HasSubstr("\"LocalInterface\": \"Interface.1\","));
     EXPECT_THAT(object_text(text, "NonIEEE1905Neighbor.1"), HasSubstr("\"LocalInterface\": \"\","));
     EXPECT_THAT(object_text(text, "NonIEEE1905Neighbor.2"), HasSubstr("\"LocalInterface\": \"Interface.2\","));
     EXPECT_THAT(object_text(text, "NonIEEE1905Neighbor.3"), HasSubstr("\"LocalInterface\": \"Interface.2\","));
@@ -123,8 +127,10 @@ TEST_F(DeviceObjectsTest, ABridgingTupleListsItsMacs) {
     set_mac(tuple->InterfaceList[0], "02:0a:00:00:00:01");
     set_mac(tuple->InterfaceList[1], "02:0a:00:00:06:00");
     set_mac(tuple->InterfaceList[2], "02:0a:00:00:95:00");
-    EXPECT_THAT(written(), HasSubstr(",\n\t\t\t\t\t\t\"BridgingTuple.1\": {\n\t\t\t\t\t\t\t\"InterfaceList\": [ \"02:0a:00:00:00:01\", "
-                                     "\"02:0a:00:00:06:00\", \"02:0a:00:00:95:00\" ]\n\t\t\t\t\t\t}"));
+    EXPECT_THAT(
+        written(),
+        HasSubstr(",\n\t\t\t\t\t\t\"BridgingTuple.1\": {\n\t\t\t\t\t\t\t\"InterfaceList\": [ \"02:0a:00:00:00:01\", "
+                  "\"02:0a:00:00:06:00\", \"02:0a:00:00:95:00\" ]\n\t\t\t\t\t\t}"));
 }
 
 TEST_F(DeviceObjectsTest, ABridgingTupleLongerThanItsBufferEndsAtAWholeMac) {
@@ -155,7 +161,8 @@ TEST_F(DeviceObjectsTest, AWifiNeighbourShowsItsRadioValues) {
               "\t\t\t\t\t\t\t\"NeighborInterfaceId\": \"02:57:00:00:00:01\",\n"
               "\t\t\t\t\t\t\t\"MediaType\": \"IEEE 802.11af (IEEE 802.11af)\",\n"
               "\t\t\t\t\t\t\t\"RATE\": 65535,\n\t\t\t\t\t\t\t\"RSSI\": -60,\n\t\t\t\t\t\t\t\"SignalLevel\": 40000,\n"
-              "\t\t\t\t\t\t\t\"Tx\": \"" + std::string(32, 't') + "\",\n\t\t\t\t\t\t\t\"Rx\": \"r\"\n\t\t\t\t\t\t}");
+              "\t\t\t\t\t\t\t\"Tx\": \"" +
+                  std::string(32, 't') + "\",\n\t\t\t\t\t\t\t\"Rx\": \"r\"\n\t\t\t\t\t\t}");
     EXPECT_THAT(object_text(text, "NonIEEE1905Neighbor.2"), HasSubstr(kFastEthernet));
 }
 
@@ -165,6 +172,23 @@ TEST_F(DeviceObjectsTest, AWifiNeighbourBehindNoInterfaceIsNotTold) {
     add_clients("02:0a:00:00:06:00", {});
     add_clients("02:ff:00:00:00:00", {"02:57:00:00:00:01"});
     EXPECT_THAT(written(), Not(HasSubstr("NonIEEE1905Neighbor.1")));
+}
+
+TEST_F(DeviceObjectsTest, OfTwoInterfacesWithOneMacTheFirstCounts) {
+    add_interface("02:0a:00:00:06:00", 0x0103);
+    add_interface("02:0a:00:00:06:00", 0x0104);
+    add_station("02:57:00:00:00:01", 0x0104);
+    add_station("02:57:00:00:00:02", 0x0103);
+    add_clients("02:0a:00:00:06:00", {"02:57:00:00:00:01", "02:57:00:00:00:02"});
+    const std::string text = written();
+    EXPECT_THAT(text, Not(HasSubstr("NonIEEE1905Neighbor.1")));
+    EXPECT_THAT(object_text(text, "NonIEEE1905Neighbor.2"), HasSubstr("\"LocalInterface\": \"Interface.3\","));
+}
+
+TEST_F(DeviceObjectsTest, ATupleThatClaimsMacsItDoesNotHaveListsNone) {
+    append_node(device_.BridgingTuple)->Count = 3;
+    device_.BridgingTupleNumberOfEntries = 1;
+    EXPECT_THAT(written(), HasSubstr("\"InterfaceList\": [  ]\n"));
 }
 
 TEST_F(DeviceObjectsTest, TheBridgeFlagIsTrueForOneOnly) {

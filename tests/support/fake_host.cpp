@@ -26,14 +26,16 @@ int log_level = 0;
 
 namespace fake {
 
-Host host;
+// None of these is ever destroyed: threads of the module outlive main.
+Host &host = *new Host;
+int32_t (*cycle_handler)() = nullptr;
 
 namespace {
 
-std::recursive_mutex host_lock;
-std::mutex record_lock;
-std::condition_variable recorded;
-std::vector<std::string> record_of_calls;
+auto &host_lock = *new std::recursive_mutex;
+auto &record_lock = *new std::mutex;
+auto &recorded = *new std::condition_variable;
+auto &record_of_calls = *new std::vector<std::string>;
 
 using Guard = std::lock_guard<std::recursive_mutex>;
 
@@ -44,7 +46,7 @@ Function *real(const char *name) {
 }
 
 int fill(const char *name, char *buffer, int size, const Text &text) {
-    record(name);
+    record(std::string(name) + " " + std::to_string(size));
     const Guard guard(host_lock);
     if (!text) {
         return -1;
@@ -68,7 +70,7 @@ T *zeroed() {
 }
 
 std::set<std::FILE *> &canned_pipes() {
-    static std::set<std::FILE *> pipes;
+    static auto &pipes = *new std::set<std::FILE *>;
     return pipes;
 }
 
@@ -143,9 +145,10 @@ extern "C" {
 // ---- platform ----
 
 void lanmon_timer_event_add(qo1905_event *event) {
-    event->event_id = 42;
-    record("lanmon_timer_event_add " + std::to_string(event->interval) + " " + std::to_string(event->first_delay) +
+    record("lanmon_timer_event_add " + std::to_string(event->event_id) + " " + std::to_string(event->interval) + " " +
+           std::to_string(event->first_delay) + " " + (event->handler == fake::cycle_handler ? "cycle" : "other") +
            " " + (event->argument == nullptr ? "0" : "argument"));
+    event->event_id = 42;
     static qo1905_event *kept = nullptr;
     std::free(kept);
     kept = event;
@@ -168,7 +171,8 @@ int lanmon_db_is_subIntf(const sta_query_record *station, char *mac, int size) {
         for (const fake::Station &entry : stations) {
             if (entry.mesh_al_mac && entry.mac == station->MACAddress) {
                 std::snprintf(mac, static_cast<std::size_t>(size), "%s", entry.mesh_al_mac->c_str());
-                return 1;
+                record("lanmon_db_is_subIntf " + std::to_string(size));
+                return host.sub_interface_result;
             }
         }
     }
@@ -192,10 +196,12 @@ int qoUtilIGetBaseMACwithColon(char *mac, int size) {
     return fake::fill("qoUtilIGetBaseMACwithColon", mac, size, host.base_mac);
 }
 
-// index[1] counts how far the walk is; the module must pass it on untouched, and zero at the start.
+// index[1] and index[2] count how far the walk is; the module must pass it on untouched, and zero at the start.
 int mcfgFeObjStructGetNext(uint32_t object_id, mcfg_instance *place, void **object) {
     const fake::Guard guard(host_lock);
-    const std::size_t at = place->index[1]++;
+    const std::size_t at = place->index[1] + 256U * place->index[2];
+    place->index[1] = static_cast<uint8_t>(at + 1);
+    place->index[2] = static_cast<uint8_t>((at + 1) / 256);
     if (object_id == MCFG_WIFI_SSID && at < host.ssids.size()) {
         const fake::Ssid &ssid = host.ssids[at];
         auto *copy = fake::zeroed<mcfg_wifi_ssid>();
@@ -226,9 +232,12 @@ int StaInfo(const char *ifname, int station, sta_query_record *entry) {
         return 0;
     }
     const fake::Station &answer = found->second[static_cast<std::size_t>(station) - 1];
-    std::snprintf(entry->MACAddress, sizeof(entry->MACAddress), "%s", answer.mac.c_str());
-    entry->PhyRate = answer.rate;
-    return 1;
+    record("StaInfo finds " + std::string(entry->MACAddress));
+    if (!answer.mac.empty()) {
+        std::snprintf(entry->MACAddress, sizeof(entry->MACAddress), "%s", answer.mac.c_str());
+        entry->PhyRate = answer.rate;
+    }
+    return host.station_result;
 }
 
 int configWlanEnable(int instance, int enable, const char *dat_path, const char *prefix) {
@@ -243,6 +252,9 @@ int system(const char *command) {
     const bool real_shell = host.real_shell;
     if (std::string(command) == "mapd_cli /tmp/mapd_ctrl dump_topology_v1" && host.dump && !real_shell) {
         std::ofstream("/tmp/dump.txt", std::ios::binary) << *host.dump;
+    }
+    if (host.on_command != nullptr) {
+        host.on_command();
     }
     const int result = real_shell ? fake::real<int(const char *)>("system")(command) : 0;
     record(std::string("system ") + command);
@@ -292,6 +304,9 @@ time_t time(time_t *out) {
 
 int usleep(useconds_t microseconds) {
     record("usleep " + std::to_string(microseconds));
+    if (host.on_pause != nullptr) {
+        host.on_pause();
+    }
     return 0;
 }
 
@@ -299,13 +314,28 @@ int usleep(useconds_t microseconds) {
 unsigned sleep(unsigned seconds) {
     record("sleep " + std::to_string(seconds));
     const timespec pause = {0, static_cast<long>(seconds) * 1000000};
-    nanosleep(&pause, nullptr);
+    fake::real<int(const timespec *, timespec *)>("nanosleep")(&pause, nullptr);
     return 0;
+}
+
+int nanosleep(const timespec *time, timespec *left) {
+    record("nanosleep");
+    return fake::real<int(const timespec *, timespec *)>("nanosleep")(time, left);
+}
+
+int pthread_mutex_init(pthread_mutex_t *mutex, const pthread_mutexattr_t *attributes) noexcept {
+    record("pthread_mutex_init");
+    return fake::real<int(pthread_mutex_t *, const pthread_mutexattr_t *)>("pthread_mutex_init")(mutex, attributes);
 }
 
 int pthread_mutex_trylock(pthread_mutex_t *mutex) noexcept {
     {
         const fake::Guard guard(host_lock);
+        if (host.on_lock_try != nullptr) {
+            void (*const hook)() = host.on_lock_try;
+            host.on_lock_try = nullptr;
+            hook();
+        }
         if (host.lock_failures > 0) {
             --host.lock_failures;
             return EBUSY;
@@ -316,6 +346,7 @@ int pthread_mutex_trylock(pthread_mutex_t *mutex) noexcept {
 
 int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*start)(void *),
                    void *argument) noexcept {
+    record("pthread_create");
     if (host.thread_creation_fails) {
         return EAGAIN;
     }

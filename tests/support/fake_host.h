@@ -4,6 +4,7 @@
 // library's.
 #pragma once
 
+#include <cstdint>
 #include <ctime>
 #include <map>
 #include <optional>
@@ -48,6 +49,8 @@ struct Host {
     std::vector<Ssid> ssids;
     std::vector<Link> links;
     std::map<std::string, std::vector<Station>> stations;
+    int station_result = 1;        // of StaInfo for a station that there is
+    int sub_interface_result = 1;  // of lanmon_db_is_subIntf for a mesh station
     std::vector<std::string> known_devices;
 
     // The shell. A command of `pipes` prints that text, or cannot be opened; all others print nothing.
@@ -57,11 +60,17 @@ struct Host {
 
     // The C library.
     std::time_t now = 1700000000;
-    int lock_failures = 0;  // so many attempts at a lock fail from now on
+    void (*on_pause)() = nullptr;     // called in usleep
+    void (*on_lock_try)() = nullptr;  // called once, at the next attempt at a lock
+    void (*on_command)() = nullptr;   // called in system
+    int lock_failures = 0;            // so many attempts at a lock fail from now on
     bool thread_creation_fails = false;
     std::vector<int> receive_errors;  // the next receives fail with these, one each
 };
-extern Host host;
+extern Host &host;
+
+// What the timer event's handler should be.
+extern int32_t (*cycle_handler)();
 
 // Everything back to the values above, the record empty.
 void reset();

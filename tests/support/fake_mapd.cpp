@@ -18,12 +18,13 @@
 namespace fake {
 namespace {
 
-std::mutex lock;
+// Never destroyed: the module's thread outlives main.
+std::mutex &lock = *new std::mutex;
 int opens_to_fail = 0;
 int attaches_to_fail = 0;
 bool unusable = false;
 int test_end = -1;
-std::vector<std::unique_ptr<mapd_interface>> connections;
+auto &connections = *new std::vector<std::unique_ptr<mapd_interface>>;
 
 bool take_failure(int &failures) {
     const std::lock_guard guard(lock);
@@ -60,6 +61,11 @@ void fail_attaches(int times) {
 void give_unusable_descriptor() {
     const std::lock_guard guard(lock);
     unusable = true;
+}
+
+void spoil_descriptor(int fd) {
+    const std::lock_guard guard(lock);
+    connections.back()->fd = fd;
 }
 
 void send_datagram(const std::string &bytes) {

@@ -15,6 +15,9 @@ void fail_attaches(int times);
 // The next connection gets a descriptor that select cannot hold.
 void give_unusable_descriptor();
 
+// The record of the connection opened last shows another descriptor from now on.
+void spoil_descriptor(int fd);
+
 // Sends a datagram to the module on the connection opened last.
 void send_datagram(const std::string &bytes);
 

@@ -34,6 +34,10 @@ TEST_F(AgentsTest, ALocalDeviceThatIsAnAgentMakesTheImportAskBeyondTheEnd) {
     EXPECT_EQ(printed_by([&] { result = module_.initALTable(); }),
               "getNbrDevInfo: dev1905 == NULL !!!!!!!!!!!!!\nFail update Ieee1905DevTable!\n");
     EXPECT_EQ(result, 16);
+    EXPECT_EQ(
+        count(
+            R"([{"AL MAC": "02:0a:00:00:00:01", "Device role": "02"}, {"AL MAC": "02:0b:00:00:00:01", "Device role": "02"}])"),
+        2);
 }
 
 TEST_F(AgentsTest, Role01IsNotCountedAndAnEmptyRoleIs) {
@@ -75,6 +79,7 @@ TEST_F(AgentsTest, ANullElementEndsTheCount) {
     EXPECT_EQ(
         printed_by([&] { EXPECT_EQ(count(R"([{"AL MAC": "02:0a:00:00:00:01", "Device role": "02"}, null])"), 0); }),
         "get1905AgentDevNumber: dev1905 == NULL !!!!!!!!!!!!!\n");
+    EXPECT_THAT(report_with_mesh_station("02:0a:00:00:00:01"), Not(HasSubstr("STAMac")));
 }
 
 TEST_F(AgentsTest, NoArrayAtAllCountsNothing) {

@@ -1,4 +1,8 @@
 // The device list: defaults, reports of Agents, leases, and the lock between the two threads.
+#include <sys/stat.h>
+
+#include <thread>
+
 #include "tests/support/module_test.h"
 
 using testing::HasSubstr;
@@ -67,6 +71,10 @@ TEST_F(DeviceTableTest, ACountOfThreeWithThreeElementsFailsAtTheThird) {
     EXPECT_EQ(mac_text(devices[2]->IEEE1905Id), "00:00:00:00:00:00");
     EXPECT_STREQ(devices[2]->Info.DeviceMode, "Agent");
     EXPECT_EQ(devices[2]->Interface, nullptr);
+    EXPECT_STREQ(devices[2]->Info.Hostname, "Unknown");
+    EXPECT_EQ(devices[2]->Info.EnableReboot, 1);
+    EXPECT_EQ(devices[2]->Info.DeviceType, 1);
+    EXPECT_EQ(devices[2]->Info.Ap_autoconfig, 1);
 }
 
 TEST_F(DeviceTableTest, ALeaseOverridesTheReportedAddress) {
@@ -173,6 +181,55 @@ TEST_F(DeviceTableTest, ABinaryLeaseFileChangesNothing) {
 TEST_F(DeviceTableTest, WithoutATableThereIsNothingToBuildInto) {
     const Json topology = parse_json("[]");
     EXPECT_EQ(module_.getIeee1905DevTable(topology.get()), 16);
+}
+
+TEST_F(DeviceTableTest, AnEntryThatFailsBeforeTheLastIsNotToldAndStillMerged) {
+    receive(report("02:0a:00:00:00:01", "1.2", 72));
+    put_leases("1 02:0a:00:00:00:01 10.0.0.7 a *\n");
+    put_dump(
+        R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02", "Number of radios": 1, "Radio Info": [{"BSSINFO": [{}]}]},
+                {"AL MAC": "02:0b:00:00:00:01", "Device role": "02"})");
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.initALTable(), 0); }), "bssID have not value!\n");
+    const auto devices = nodes(module_.getNetTopolTable()->IEEE1905Device);
+    ASSERT_EQ(devices.size(), 2U);
+    EXPECT_EQ(nodes(devices[0]->Interface).size(), 2U);
+    EXPECT_STREQ(devices[0]->Info.FirmwareVersion, "1.2");
+    EXPECT_STREQ(devices[0]->Info.DeviceIP, "10.0.0.7");
+}
+
+TEST_F(DeviceTableTest, TheFirstMoveIsSilent) {
+    EXPECT_EQ(printed_by([&] {
+                  receive(report("02:0a:00:00:00:01", "1.2", 72));
+                  build(kTwoAgents);
+                  receive(report("02:0a:00:00:00:01", "1.2", 72));
+                  build(kTwoAgents);
+              }),
+              "");
+}
+
+TEST_F(DeviceTableTest, ALeaseFileThatIsAPipeDoesNotHoldTheCycleUp) {
+    ASSERT_EQ(mkfifo(kLeases, 0600), 0);
+    EXPECT_STREQ(build(kTwoAgents)[0]->Info.DeviceIP, "");
+}
+
+// The receiver stores while the timer thread builds: for the thread sanitizer. No report is merged twice or half.
+TEST_F(DeviceTableTest, ReportsArriveWhileTablesAreBuilt) {
+    std::thread receiver([] {
+        for (int i = 0; i < 2000; ++i) {
+            receive(report("02:0a:00:00:00:01", std::to_string(i), i + 1));
+        }
+    });
+    int last = -1;
+    for (int i = 0; i < 50; ++i) {
+        const auto devices = build(kTwoAgents);
+        const std::string version = devices[0]->Info.FirmwareVersion;
+        if (!version.empty()) {
+            EXPECT_GE(std::stoi(version), last);
+            last = std::stoi(version);
+            EXPECT_EQ(devices[0]->STAInfo->PhyRate, last + 1);
+        }
+    }
+    receiver.join();
 }
 
 // ---- the lock ----

@@ -179,6 +179,7 @@ TEST_F(DumpEntryTest, MeshStationsFormA1905Group) {
     ASSERT_EQ(nodes(groups[0]->Neighbor).size(), 2U);
     EXPECT_EQ(mac_text(groups[0]->Neighbor->next->NeighborDeviceId), "02:0c:00:00:00:0c");
     EXPECT_EQ(groups[0]->Neighbor->IEEE802dot1Bridge, 0U);
+    EXPECT_EQ(nodes(device.STAInfo).size(), 3U);
 }
 
 TEST_F(DumpEntryTest, RssiKeepsTheLastValueThatParsed) {
@@ -199,6 +200,16 @@ TEST_F(DumpEntryTest, RssiKeepsTheLastValueThatParsed) {
     EXPECT_THAT(values, ElementsAre(0, -60, -60, -60, -33, 0, -20));
 }
 
+TEST_F(DumpEntryTest, RssiStartsAtZeroForEveryDevice) {
+    const auto one = [](const char *rssi) {
+        const std::string member = std::string(", \"uplink rssi\": \"") + rssi + "\"";
+        return device_with_radios(1, radio("6", bss("02:0a:00:00:06:00", station("02:57:00:00:00:01", "No", member))));
+    };
+    const auto devices = build(one("-60") + "," + one("x"));
+    EXPECT_EQ(devices.at(0)->STAInfo->RSSI, -60);
+    EXPECT_EQ(devices.at(1)->STAInfo->RSSI, 0);
+}
+
 TEST_F(DumpEntryTest, MediaTypesComeFromTheMediumNotFromTheChannel) {
     const char kList[] = R"({"STA MAC address": "02:57:00:00:00:01", "Medium": "5G"},
         {"STA MAC address": "02:57:00:00:00:02", "Medium": "2.4G"}, {"STA MAC address": "02:57:00:00:00:03", "Medium": "5g"},
@@ -217,7 +228,7 @@ TEST_F(DumpEntryTest, BackhaulNeighboursComeFromTheFirstMetricsThatTellThem) {
         {"neighbor almac addr": "02:00:00:00:00:01", "connected iface addr": "02:0a:00:00:00:0c", "Backhaul Medium Type": "5G", "RSSI": "-40"},
         {"neighbor almac addr": "02:0B:00:00:00:01", "connected iface addr": "02:0a:00:00:00:0d", "Backhaul Medium Type": "2.4G"},
         {"connected iface addr": "02:0a:00:00:00:0e", "Backhaul Medium Type": "Carrier pigeon"}],
-      "backhaul link metrics": [{}, 7, null,
+      "backhaul link metrics": [{"metrics": [{"neighbor_if_mac": "02:00:00:00:00:66"}]}, 7, null,
         {"neighbor_al": "02:00:00:00:00:01"},
         {"neighbor_al": "02:00:00:00:00:01", "metrics": [{}, {"neighbor_if_mac": "02:00:00:00:00:77"}]},
         {"neighbor_al": "02:00:00:00:00:01", "metrics": [{"neighbor_if_mac": "02:00:00:00:95:00"}]},
@@ -241,6 +252,15 @@ TEST_F(DumpEntryTest, BackhaulNeighboursComeFromTheFirstMetricsThatTellThem) {
     EXPECT_EQ(stations[0]->RSSI, -40);
     EXPECT_EQ(stations[1]->MediaType, 259U);
     EXPECT_EQ(stations[2]->MediaType, 0U);
+    EXPECT_STREQ(device.Info.DeviceMode, "Agent");
+}
+
+TEST_F(DumpEntryTest, AnEmptyNeighbourTextEqualsAnEmptyOne) {
+    const qo1905_device &device = parse(
+        std::string("{") + kHead + R"(, "BH Info": [{"neighbor almac addr": "", "Backhaul Medium Type": "Ethernet"}],
+        "backhaul link metrics": [{"neighbor_al": "", "metrics": [{"neighbor_if_mac": "02:00:00:00:00:10"}]}]})");
+    EXPECT_EQ(mac_text(device.IEEE1905Neighbor->Neighbor->NeighborDeviceId), "02:00:00:00:00:10");
+    EXPECT_EQ(mac_text(device.STAInfo->STAMac), "02:00:00:00:00:10");  // also with an Ethernet backhaul
 }
 
 TEST_F(DumpEntryTest, BackhaulNeighboursDoNotChainBehindEthernetClients) {
@@ -271,8 +291,10 @@ TEST_F(DumpEntryTest, ABssWithoutAnIdEndsTheEntryAndIsCounted) {
     const Json dump = parse_json(read_file(kDump));
     auto *device = static_cast<qo1905_device *>(std::calloc(1, sizeof(qo1905_device)));
     json_object *topology = json_object_object_get(dump.get(), "topology information");
+    log_level = 7;  // a failure leaves no trace but its message
     EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.getNbrDevInfo(topology, device, 1), 16); }),
               "bssID have not value!\n");
+    log_level = 0;
     EXPECT_EQ(device->InterfaceNumberOfEntries, 4);
     EXPECT_EQ(nodes(device->Interface).size(), 3U);
     EXPECT_EQ(device->NonIEEE1905NeighborNumberOfEntries, 1);
@@ -288,6 +310,7 @@ TEST_F(DumpEntryTest, RadiosBeyondTheListAreNone) {
     EXPECT_EQ(parse(device_with_radios(2147483647, one)).InterfaceNumberOfEntries, 3);
     EXPECT_EQ(parse(device_with_radios(-1, one)).InterfaceNumberOfEntries, 2);
     EXPECT_EQ(parse(device_with_radios(0, one)).InterfaceNumberOfEntries, 2);
+    EXPECT_EQ(parse(std::string("{") + kHead + ", \"Radio Info\": [" + one + "]}").InterfaceNumberOfEntries, 2);
     EXPECT_EQ(parse(device_with_radios(3, "null, 7, " + one)).InterfaceNumberOfEntries, 3);
 }
 
@@ -322,6 +345,49 @@ TEST_F(DumpEntryTest, CountsAreAsWideAsTheirFields) {
     EXPECT_EQ(device.NonIEEE1905NeighborNumberOfEntries, 300);
     EXPECT_EQ(nodes(device.NonIEEE1905Neighbor->Neighbor).size(), 300U);
     EXPECT_EQ(device.STAInfoNumberOfEntries, 300);
+}
+
+TEST_F(DumpEntryTest, CountsOfTheMeshAreAsWideAsTheirFields) {
+    std::string stations;
+    std::string backhauls;
+    for (int i = 0; i < 300; ++i) {
+        stations += (i > 0 ? "," : "") + station("02:0b:00:00:00:0c", "Yes");
+        backhauls += std::string(i > 0 ? "," : "") + R"({"Backhaul Medium Type": "5G"})";
+    }
+    const qo1905_device &device = parse(
+        device_with_radios(1, radio("6", bss("02:0a:00:00:06:00", stations)), ", \"BH Info\": [" + backhauls + "]"));
+    EXPECT_EQ(device.IEEE1905Neighbor->Count, 300 % 256);
+    EXPECT_EQ(device.IEEE1905NeighborNumberOfEntries, 600);
+    EXPECT_EQ(device.STAInfoNumberOfEntries, 600);
+}
+
+TEST_F(DumpEntryTest, SixteenBitCountsWrap) {
+    std::string stations = "{}";
+    for (int i = 1; i < 65540; ++i) {
+        stations += ",{}";
+    }
+    EXPECT_EQ(parse(device_with_radios(1, radio("6", bss("02:0a:00:00:06:00", stations)))).STAInfoNumberOfEntries,
+              65540 % 65536);
+}
+
+// Groups of every kind, chained lists and a rate.
+TEST_F(DumpEntryTest, TracesOfADeviceWithEverything) {
+    fake::host.role = "1";
+    receive(R"({"SrcAlMac": "2:a:0:0:0:1", "STAInfo": [{"STAMac": "2:57:0:0:0:1", "PhyRate": 866}]})");
+    const std::string stations = station("02:57:00:00:00:01", "No") + "," + station("02:0b:00:00:00:0c", "Yes");
+    put_dump(device_with_radios(
+        1, radio("36", bss("02:0a:00:00:95:00", stations)),
+        R"(, "Other Clients Info": [{"Client Address": "02:e7:00:00:00:01", "1905 Intf address": "02:0a:00:00:00:01"},
+                                    {"Client Address": "02:e7:00:00:00:02", "1905 Intf address": "02:0a:00:00:00:01"}],
+                                   "BH Info": [{"connected iface addr": "02:0a:00:00:00:0c"}, {"connected iface addr": "02:0a:00:00:00:0d"}])"));
+    const Json dump = parse_json(read_file(kDump));
+    // Only a build moves the reports to where rates are looked up.
+    build(std::string("{") + kHead + "}");
+    qo1905_device *device = append_node(module_.getNetTopolTable()->IEEE1905Device);
+    json_object *topology = json_object_object_get(dump.get(), "topology information");
+    log_level = 7;
+    EXPECT_SAME_TEXT(printed_by([&] { module_.getNbrDevInfo(topology, device, 1); }),
+                     fixture("traces/device_with_everything.txt"));
 }
 
 TEST_F(DumpEntryTest, MacsOfOddFormParseAsTheCLibraryDoes) {
