@@ -1,11 +1,12 @@
-// The multi-AP daemon's client library, as the host offers it to the module. A connection has a thread that pings the
-// daemon; when the daemon is gone, or is another than the one attached to, the connection's descriptor is replaced by
-// one that is not connected, so that whoever receives on it learns of the loss.
+// The multi-AP daemon's client library, as the host offers it to the module. Events reach the module through a pair of
+// sockets with a thread in between: it hands on what the daemon sends and pings the daemon. A plain datagram socket tells
+// nobody that its daemon has died; this thread does, by closing its end, which resets the module's.
 
-#include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <memory>
 #include <string>
@@ -16,23 +17,41 @@
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr int kAnswerMs = 1000;
 constexpr auto kPingInterval = std::chrono::milliseconds(500);
 
 struct Connection : mapd_interface {
     std::string path;
     std::string epoch;
+    int daemon = -1;
+    int library_end = -1;
+
+    Connection() = default;
+    Connection(const Connection &) = delete;
+    Connection &operator=(const Connection &) = delete;
+    ~Connection() {
+        for (const int end : {daemon, library_end}) {
+            if (end >= 0) {
+                close(end);
+            }
+        }
+    }
 };
 
-// Records live until no watcher needs them and the next connection is opened.
+// The connection opened last. Its record lives until the next is opened and its thread has ended.
 std::shared_ptr<Connection> current;
 
-void mark_lost(Connection &connection) {
-    const int unconnected = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-    if (unconnected >= 0) {
-        dup3(unconnected, connection.fd, O_CLOEXEC);
-        close(unconnected);
+// A byte that nobody reads waits in the library's end, so that closing that end resets the module's.
+bool open_pair(Connection &connection) {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        return false;
     }
+    connection.fd = ends[0];
+    connection.library_end = ends[1];
+    return send(ends[0], "", 1, MSG_NOSIGNAL) == 1;
 }
 
 bool is_alive(const Connection &connection) {
@@ -45,11 +64,36 @@ bool is_alive(const Connection &connection) {
     return alive;
 }
 
-void watch(const std::shared_ptr<Connection> &connection) {
-    while (is_alive(*connection)) {
-        std::this_thread::sleep_for(kPingInterval);
+// One event, if there is one. False when the module has given the connection up.
+bool hand_on_event(const Connection &connection) {
+    pollfd readable = {connection.daemon, POLLIN, 0};
+    if (poll(&readable, 1, static_cast<int>(kPingInterval.count())) != 1) {
+        return true;
     }
-    mark_lost(*connection);
+    std::string event(lab::kMaxDatagram, '\0');
+    const ssize_t size = recv(connection.daemon, event.data(), event.size(), MSG_DONTWAIT);
+    if (size <= 0) {
+        return true;
+    }
+    // A module that does not keep up loses events, as on any datagram socket.
+    const ssize_t sent = send(connection.library_end, event.data(), static_cast<std::size_t>(size),
+                              MSG_DONTWAIT | MSG_NOSIGNAL);
+    return sent >= 0 || errno == EAGAIN || errno == EMSGSIZE;
+}
+
+void serve(std::shared_ptr<Connection> connection) {
+    auto next_ping = Clock::now() + kPingInterval;
+    while (hand_on_event(*connection)) {
+        if (Clock::now() < next_ping) {
+            continue;
+        }
+        if (!is_alive(*connection)) {
+            break;
+        }
+        next_ping = Clock::now() + kPingInterval;
+    }
+    close(connection->library_end);
+    connection->library_end = -1;
 }
 
 }  // namespace
@@ -57,26 +101,22 @@ void watch(const std::shared_ptr<Connection> &connection) {
 extern "C" {
 
 mapd_interface *mapd_interface_ctrl_open(const char *path) {
-    const int fd = lab::open_client_socket();
-    if (fd < 0 || !lab::connect_to(fd, path)) {
-        if (fd >= 0) {
-            close(fd);
-        }
+    current = std::make_shared<Connection>();
+    current->path = path;
+    current->daemon = lab::open_client_socket();
+    if (current->daemon < 0 || !lab::connect_to(current->daemon, path) || !open_pair(*current)) {
         return nullptr;
     }
-    current = std::make_shared<Connection>();
-    current->fd = fd;
-    current->path = path;
     return current.get();
 }
 
 int mapd_interface_ctrl_attach(mapd_interface *conn) {
     auto &connection = static_cast<Connection &>(*conn);
-    connection.epoch = lab::ask(connection.fd, {"ATTACH"}, kAnswerMs);
+    connection.epoch = lab::ask(connection.daemon, {"ATTACH"}, kAnswerMs);
     if (connection.epoch.rfind("OK ", 0) != 0) {
         return -1;
     }
-    std::thread(watch, current).detach();
+    std::thread(serve, current).detach();
     return 0;
 }
 }

@@ -237,16 +237,18 @@ TEST_F(ReceiverTest, AConnectionThatIsLostBeforeItBroughtAnythingIsOpenedAgainAf
 }
 
 TEST_F(ReceiverTest, ADescriptorThatTurnsBadIsALostConnection) {
-    start();
-    settle();
-    fake::spoil_descriptor(FD_SETSIZE);
-    fake::send_datagram("x");  // wakes the thread
-    ASSERT_TRUE(fake::wait_for(kAttach, 2));
-    settle(2);
-    fake::spoil_descriptor(-1);
-    fake::send_datagram("x");
-    ASSERT_TRUE(fake::wait_for(kAttach, 3));
-    settle(3);
+    for (const int bad : {-1, static_cast<int>(FD_SETSIZE), INT_MAX, INT_MIN}) {
+        const int attaches = fake::count(kAttach);
+        fake::spoil_descriptor_at_attach(bad);
+        if (attaches == 0) {
+            start();
+        } else {
+            fake::change([](fake::Host &host) { host.receive_errors = {ECONNRESET}; });
+            fake::send_datagram("x");
+        }
+        ASSERT_TRUE(fake::wait_for(kAttach, attaches + 2)) << bad;
+        settle(fake::count("system reboot") + 1);
+    }
 }
 
 TEST_F(ReceiverTest, NothingReceivedIsWaitedOut) {

@@ -23,6 +23,8 @@ std::mutex &lock = *new std::mutex;
 int opens_to_fail = 0;
 int attaches_to_fail = 0;
 bool unusable = false;
+constexpr int kNotSpoiled = -2;
+int spoiled = kNotSpoiled;
 int test_end = -1;
 auto &connections = *new std::vector<std::unique_ptr<mapd_interface>>;
 
@@ -63,9 +65,9 @@ void give_unusable_descriptor() {
     unusable = true;
 }
 
-void spoil_descriptor(int fd) {
+void spoil_descriptor_at_attach(int fd) {
     const std::lock_guard guard(lock);
-    connections.back()->fd = fd;
+    spoiled = fd;
 }
 
 void send_datagram(const std::string &bytes) {
@@ -104,8 +106,15 @@ mapd_interface *mapd_interface_ctrl_open(const char *path) {
     return opened;
 }
 
-int mapd_interface_ctrl_attach(mapd_interface *) {
+int mapd_interface_ctrl_attach(mapd_interface *connection) {
     const bool fails = fake::take_failure(fake::attaches_to_fail);
+    {
+        const std::lock_guard guard(fake::lock);
+        if (fake::spoiled != fake::kNotSpoiled) {
+            connection->fd = fake::spoiled;
+            fake::spoiled = fake::kNotSpoiled;
+        }
+    }
     fake::record("mapd_interface_ctrl_attach");
     return fails ? -1 : 0;
 }

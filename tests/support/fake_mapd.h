@@ -15,8 +15,8 @@ void fail_attaches(int times);
 // The next connection gets a descriptor that select cannot hold.
 void give_unusable_descriptor();
 
-// The record of the connection opened last shows another descriptor from now on.
-void spoil_descriptor(int fd);
+// The next attach leaves another descriptor in its connection's record.
+void spoil_descriptor_at_attach(int fd);
 
 // Sends a datagram to the module on the connection opened last.
 void send_datagram(const std::string &bytes);
