@@ -9,7 +9,7 @@
 # --leases FILE   the DHCP leases of the device
 #
 # Where namespaces are denied, or with QO1905_NO_SANDBOX=1, the command runs on the machine's own paths: one at a time, only
-# if none of the module's files is there yet, and what appeared is removed at the end.
+# if none of the module's files is there yet; what appeared is removed at the end, and kept in DIR/tmp with --root.
 set -euo pipefail
 
 project=$(cd "$(dirname "$0")/.." && pwd)
@@ -59,7 +59,7 @@ start_in_namespaces() {
     arguments+=(--bind "$root/tmp" /tmp --bind "$root/run" /run --symlink /run /var/run
         --bind "$root/dnsmasq" /var/dnsmasq --bind "$root/rc.d" /etc/rc.d
         --bind "$project" "$project" --chdir "$project"
-        --setenv PATH "$path" --setenv HOME /tmp --setenv QO1905_SANDBOX namespaces)
+        --setenv PATH "$path" --setenv HOME /tmp --setenv QO1905_SANDBOX namespaces --setenv QO1905_SCRATCH /tmp/scratch)
     if [ -n "${QO1905_BUILD_DIR:-}" ]; then
         arguments+=(--bind "$QO1905_BUILD_DIR" "$QO1905_BUILD_DIR")
     fi
@@ -86,8 +86,14 @@ refuse_if_in_use() {
     done
 }
 
+# What was written is kept where --root says.
 clean_machine() {
-    local folder
+    local folder file
+    if [ -z "$thrown_away" ]; then
+        for file in "${own_files[@]}"; do
+            [ ! -f "$file" ] || cp -- "$file" "$root/tmp/"
+        done
+    fi
     rm -rf -- "${own_files[@]}"
     for folder in "${made_folders[@]}"; do
         rmdir -- "$folder" 2>/dev/null || true
@@ -102,21 +108,25 @@ start_on_machine() {
     if [ -z "${QO1905_QUIET:-}" ]; then
         echo "sandbox.sh: NO SANDBOX: running on this machine's own /tmp, /var/run, /var/dnsmasq and /etc/rc.d" >&2
     fi
-    trap clean_machine EXIT
+    trap 'clean_machine; throw_away' EXIT
     for folder in "${own_folders[@]}"; do
         if [ ! -d "$folder" ] && mkdir -- "$folder" 2>/dev/null; then
             made_folders+=("$folder")
         fi
     done
     prepare /var/dnsmasq /etc/rc.d
-    PATH=$path QO1905_SANDBOX=machine "$@" 9>&- &
+    # In a session of its own, so that nothing of it is left when the files are removed.
+    PATH=$path QO1905_SANDBOX=machine QO1905_SCRATCH=$root/tmp/scratch setsid "$@" 9>&- &
     child=$!
-    trap 'kill -TERM "$child" 2>/dev/null || true' INT TERM HUP
+    trap 'kill -TERM -- "-$child" 2>/dev/null || true' INT TERM HUP
     # A trapped signal ends the first wait early; the second waits for the end.
     wait "$child" || status=$?
     if kill -0 "$child" 2>/dev/null; then
         wait "$child" || status=$?
     fi
+    while kill -KILL -- "-$child" 2>/dev/null; do
+        sleep 0.02
+    done
     return "$status"
 }
 
@@ -130,11 +140,16 @@ prepare() {
     fi
 }
 
+thrown_away=
+throw_away() {
+    [ -z "$thrown_away" ] || rm -rf -- "$root"
+}
 if [ -z "$root" ]; then
     root=$(mktemp -d "${TMPDIR:-/tmp}/qo1905-sandbox.XXXXXX")
-    trap 'rm -rf -- "$root"' EXIT
+    thrown_away=yes
+    trap throw_away EXIT
 fi
-mkdir -p "$root/tmp" "$root/run" "$root/dnsmasq" "$root/rc.d"
+mkdir -p "$root/tmp/scratch" "$root/run" "$root/dnsmasq" "$root/rc.d"
 
 if namespaces_work; then
     prepare "$root/dnsmasq" "$root/rc.d"

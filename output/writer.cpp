@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kFirstCapacity = 16384;
 // Twice what a thousand devices with 64,000 stations take. A hostile dump makes a model that grows with its square.
-constexpr std::size_t kMaxSize = 64U * 1024 * 1024;
+constexpr std::size_t kMaxSize = std::size_t{64} * 1024 * 1024;
 constexpr std::size_t kMacTextLength = 17;
 constexpr char kHexDigits[] = "0123456789abcdef";
 

@@ -22,10 +22,14 @@ forbid 'nothing but core/json.cpp knows json-c' 'topology hld output platform' '
 forbid 'a runtime library is not for the module' "$rooms" '#include <(string|vector|map|set|list|deque|iostream|sstream|fstream|functional|thread|mutex|unordered_.*)>'
 forbid 'a command is run past core/shell.cpp' 'model topology hld output' '\b(std::)?system\('
 
-for source in $(find core model topology hld output -name '*.cpp'); do
-    grep -q "$source" CMakeLists.txt || { echo "$source is not built"; wrong=1; }
-done
-for source in $(cd tests && find . -name '*_test.cpp' -printf '%P\n'); do
-    grep -q "$source" tests/CMakeLists.txt || { echo "tests/$source is not built"; wrong=1; }
-done
+# must_be_listed FILE PATTERN FOLDER...: sources below the folders that the CMake file does not name.
+must_be_listed() {
+    local list=$1 pattern=$2 source
+    shift 2
+    while read -r source; do
+        grep -q "${source#tests/}" "$list" || { echo "$source is not built"; wrong=1; }
+    done < <(find "$@" -name "$pattern")
+}
+must_be_listed CMakeLists.txt '*.cpp' core model topology hld output
+must_be_listed tests/CMakeLists.txt '*_test.cpp' tests
 exit "$wrong"

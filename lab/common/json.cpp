@@ -125,7 +125,7 @@ int JsonValue::integer(int least, int most) const {
 }
 
 std::string JsonValue::mac() const {
-    const std::string mac = text();
+    std::string mac = text();
     if (!is_mac(mac)) {
         fail("must be a MAC address such as \"02:00:00:00:00:01\"");
     }

@@ -18,7 +18,7 @@ public:
     static JsonValue read_file(const std::string &path);
 
     // The members that an object may have; throws at any other.
-    void allow_keys(const std::vector<std::string> &keys) const;
+    void allow_keys(const std::vector<std::string> &allowed) const;
 
     bool has(const std::string &key) const;
     JsonValue at(const std::string &key) const;  // throws when it is not there

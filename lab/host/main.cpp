@@ -61,9 +61,7 @@ void run(const Options &options) {
                    [&summary](unsigned cycle) { std::cout << summary.line(cycle) << std::endl; });
 }
 
-}  // namespace
-
-int main(int argc, char **argv) {
+int parse_and_run(int argc, char **argv) {
     Options options;
     options.module = default_module();
     CLI::App app("Stand-alone host of the 1905 module: one device from a description file.", "qo1905-host");
@@ -84,13 +82,21 @@ int main(int argc, char **argv) {
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? 0 : lab::kUserError;
     }
-    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    run(options);
+    return 0;
+}
+
+}  // namespace
+
+// Ends without destructors: the module's receiver thread never ends by itself.
+int main(int argc, char **argv) {
+    int status = lab::kUserError;
     try {
-        run(options);
-    } catch (const lab::Error &error) {
-        std::cerr << "qo1905-host: " << error.what() << std::endl;
-        std::_Exit(lab::kUserError);
+        status = parse_and_run(argc, argv);
+    } catch (const std::exception &error) {
+        (void)std::fprintf(stderr, "qo1905-host: %s\n", error.what());
     }
-    std::fflush(stdout);
-    std::_Exit(0);  // the receiver thread never ends by itself
+    (void)std::fflush(nullptr);
+    std::_Exit(status);
 }

@@ -23,9 +23,11 @@ long agents_in_model() {
     const std::unique_ptr<json_object, int (*)(json_object *)> model(json_object_from_file(kFiles[0]), json_object_put);
     json_object *value = model.get();
     for (const char *key : {"Device", "X_0A3C5E_IEEE1905", "AL", "NetworkTopology", "IEEE1905DeviceNumberOfEntries"}) {
-        if (json_object_object_get_ex(value, key, &value) == 0) {
+        json_object *member = nullptr;
+        if (json_object_object_get_ex(value, key, &member) == 0) {
             return -1;
         }
+        value = member;
     }
     return json_object_get_int(value);
 }
@@ -43,16 +45,15 @@ CycleSummary::CycleSummary(std::string files_at) : files_at_(std::move(files_at)
 
 std::string CycleSummary::line(unsigned cycle) {
     int written = 0;
-    for (std::size_t i = 0; i < last_written_.size(); ++i) {
+    auto before = last_written_.begin();
+    for (const char *path : kFiles) {
         struct stat status = {};
-        if (stat(kFiles[i], &status) != 0) {
-            continue;
-        }
-        const timespec &before = last_written_[i];
-        if (status.st_mtim.tv_sec != before.tv_sec || status.st_mtim.tv_nsec != before.tv_nsec) {
-            last_written_[i] = status.st_mtim;
+        const bool exists = stat(path, &status) == 0;
+        if (exists && (status.st_mtim.tv_sec != before->tv_sec || status.st_mtim.tv_nsec != before->tv_nsec)) {
+            *before = status.st_mtim;
             ++written;
         }
+        ++before;
     }
     std::ostringstream text;
     text << "cycle " << cycle << ": ";

@@ -9,19 +9,19 @@ int log_level = 0;
 
 namespace {
 
-std::atomic<qo1905_event *> event{nullptr};
+std::atomic<qo1905_event *> registered{nullptr};
 constexpr int32_t kEventId = 1;
 
 }  // namespace
 
-extern "C" void lanmon_timer_event_add(qo1905_event *added) {
-    added->event_id = kEventId;
-    event = added;
+extern "C" void lanmon_timer_event_add(qo1905_event *event) {
+    event->event_id = kEventId;
+    registered = event;
 }
 
 namespace lab {
 
-const qo1905_event *registered_event() { return event; }
+const qo1905_event *registered_event() { return registered; }
 
 void run_timer(std::chrono::duration<double> unit, unsigned cycles, const std::function<void(unsigned)> &after_cycle) {
     using Clock = std::chrono::steady_clock;

@@ -1,6 +1,6 @@
 // The multi-AP daemon's client library, as the host offers it to the module. Events reach the module through a pair of
-// sockets with a thread in between: it hands on what the daemon sends and pings the daemon. A plain datagram socket tells
-// nobody that its daemon has died; this thread does, by closing its end, which resets the module's.
+// sockets with a thread in between: it hands on what the daemon sends and pings the daemon. A plain datagram socket
+// tells nobody that its daemon has died; this thread does, by closing its end, which resets the module's.
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -76,12 +76,12 @@ bool hand_on_event(const Connection &connection) {
         return true;
     }
     // A module that does not keep up loses events, as on any datagram socket.
-    const ssize_t sent = send(connection.library_end, event.data(), static_cast<std::size_t>(size),
-                              MSG_DONTWAIT | MSG_NOSIGNAL);
+    const ssize_t sent =
+        send(connection.library_end, event.data(), static_cast<std::size_t>(size), MSG_DONTWAIT | MSG_NOSIGNAL);
     return sent >= 0 || errno == EAGAIN || errno == EMSGSIZE;
 }
 
-void serve(std::shared_ptr<Connection> connection) {
+void serve(const std::shared_ptr<Connection> &connection) {
     auto next_ping = Clock::now() + kPingInterval;
     while (hand_on_event(*connection)) {
         if (Clock::now() < next_ping) {

@@ -37,9 +37,7 @@ void serve(const Options &options) {
     }
 }
 
-}  // namespace
-
-int main(int argc, char **argv) {
+int parse_and_serve(int argc, char **argv) {
     Options options;
     CLI::App app("Multi-AP daemon of the lab: replays a topology dump on a control socket.", "qo1905-mapd");
     app.add_option("--dump", options.dump, "Topology dump to replay, as it is")->required();
@@ -54,13 +52,19 @@ int main(int argc, char **argv) {
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? 0 : lab::kUserError;
     }
-    std::signal(SIGINT, stop);
-    std::signal(SIGTERM, stop);
-    try {
-        serve(options);
-    } catch (const lab::Error &error) {
-        std::cerr << "qo1905-mapd: " << error.what() << '\n';
-        return lab::kUserError;
-    }
+    (void)std::signal(SIGINT, stop);
+    (void)std::signal(SIGTERM, stop);
+    serve(options);
     return 0;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    try {
+        return parse_and_serve(argc, argv);
+    } catch (const std::exception &error) {
+        (void)std::fprintf(stderr, "qo1905-mapd: %s\n", error.what());
+    }
+    return lab::kUserError;
 }

@@ -47,7 +47,7 @@ TEST_F(BadInputTest, ADumpThatIsNoneLeavesThePreviousFiles) {
                                std::string("\0\0\0", 3),
                                std::string(100000, '['),
                                std::string("{\"topology information\": ") + std::string(10000, '['),
-                               "\xff\xfe\x00{"};
+                               std::string("\xff\xfe\0{", 4)};
     for (const std::string &dump : bad) {
         EXPECT_THAT(cycle(dump), HasSubstr("Update 1905 information Error!!\n"));
         EXPECT_EQ(read_file(kModel), model);

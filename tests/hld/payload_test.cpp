@@ -36,7 +36,7 @@ protected:
     std::string stored(const std::string &payload) {
         fake::host.role = "1";
         log_level = 7;
-        const std::string printed = printed_by([&] { EXPECT_EQ(receive(payload), 0); });
+        std::string printed = printed_by([&] { EXPECT_EQ(receive(payload), 0); });
         log_level = 0;
         return printed;
     }

@@ -175,18 +175,18 @@ TEST_F(RestServerTest, TheUplinkIsDownOnlyWithExactlyTwoBlanks) {
 }
 
 TEST_F(RestServerTest, TheRealCommandsStartTheServerThatDoesNotRun) {
-    write_file("/etc/rc.d/S81ohttpd_rest", "#!/bin/sh\necho asked >>/tmp/asked\n");
+    write_file("/etc/rc.d/S81ohttpd_rest", "#!/bin/sh\necho asked >>asked\n");
     chmod("/etc/rc.d/S81ohttpd_rest", 0755);
     fake::host.real_shell = true;
     fake::host.role = "1";
     fake::host.base_mac.reset();  // no message: nobody serves the control socket here
     module_.highLayerDataSend();
-    EXPECT_EQ(read_file("/tmp/asked"), "asked\n");
+    EXPECT_EQ(read_file("asked"), "asked\n");
     std::remove("/etc/rc.d/S81ohttpd_rest");
 }
 
 TEST_F(RestServerTest, TheRealUplinkPipelineReadsTheEssid) {
-    const std::string programs = "/tmp/uplink";
+    const std::string programs = "./uplink";
     mkdir(programs.c_str(), 0755);
     setenv("PATH", (programs + ":" + getenv("PATH")).c_str(), 1);
     fake::host.real_shell = true;

@@ -32,11 +32,11 @@ struct Result {
 // Runs a command line in a shell.
 Result run(const std::string &command) {
     const std::string line = "PATH=" QO1905_BINARY_DIR "/programs:" QO1905_SOURCE_DIR "/lab/programs:$PATH; { " +
-                             command + "; } >/tmp/out.txt 2>/tmp/err.txt";
+                             command + "; } >out.txt 2>err.txt";
     fake::host.real_shell = true;
     const int status = std::system(line.c_str());
     fake::host.real_shell = false;
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file("/tmp/out.txt"), read_file("/tmp/err.txt")};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file("out.txt"), read_file("err.txt")};
 }
 
 bool wait_until(const std::function<bool()> &condition) {
@@ -137,10 +137,10 @@ TEST_F(HostTest, TheFirstCallComesAfterTheFirstDelay) {
 }
 
 TEST_F(HostTest, ACommandFromTheMeshSwitchesAnInterfaceAndFillsTheBlockList) {
-    write_file("/tmp/orders.json",
+    write_file("orders.json",
                R"([{"SrcAlMac": "02:c0:00:00:00:01", "Interface": "rai0", "Enable": "false", "FilterMode": 0,
                                         "FilterLists": "02-57-00-00-00-14,02:57:00:00:00:11"}])");
-    const Program daemon(mapd("--reports /tmp/orders.json"));
+    const Program daemon(mapd("--reports orders.json"));
     wait_for_daemon();
     const Result result = run(kHost + " " + kSamples + "agent.device.json --unit 0.05 --cycles 2");
     EXPECT_THAT(result.output, HasSubstr("host: rai0 switched off (/etc/wireless/mt7615/mt7615.2.dat, prefix rai)\n"));
@@ -150,10 +150,9 @@ TEST_F(HostTest, ACommandFromTheMeshSwitchesAnInterfaceAndFillsTheBlockList) {
 
 // On the real wire: a daemon that comes late, and one that is killed and comes back.
 TEST_F(HostTest, ADaemonThatComesLateOrRestartsIsAttachedAgain) {
-    const Program host(kHost + " " + kSamples + "controller.device.json --unit 0.02 >/tmp/host.txt 2>&1");
-    ASSERT_TRUE(wait_until([] {
-        return file_exists("/tmp/host.txt") && read_file("/tmp/host.txt").find("Can't connect to") != std::string::npos;
-    }));
+    const Program host(kHost + " " + kSamples + "controller.device.json --unit 0.02 >host.txt 2>&1");
+    ASSERT_TRUE(wait_until(
+        [] { return file_exists("host.txt") && read_file("host.txt").find("Can't connect to") != std::string::npos; }));
     const auto reported = [] {
         return file_exists(kModel) &&
                object_text(read_file(kModel), "IEEE1905Device.1").find("living-room") != std::string::npos;
@@ -166,20 +165,20 @@ TEST_F(HostTest, ADaemonThatComesLateOrRestartsIsAttachedAgain) {
     // The copy of the first reports would hide whether new ones arrive: the new daemon's have another name.
     std::string reports = read_file(kSamples + "home.reports.json");
     reports.replace(reports.find("living-room"), 11, "living-rooM");
-    write_file("/tmp/reports.json", reports);
-    const Program again(mapd("--reports /tmp/reports.json"));
+    write_file("reports.json", reports);
+    const Program again(mapd("--reports reports.json"));
     EXPECT_TRUE(wait_until(
         [] { return object_text(read_file(kModel), "IEEE1905Device.1").find("living-rooM") != std::string::npos; }));
-    EXPECT_THAT(read_file("/tmp/host.txt"), HasSubstr("read error: Connection reset by peer\n"));
+    EXPECT_THAT(read_file("host.txt"), HasSubstr("read error: Connection reset by peer\n"));
 }
 
 TEST_F(HostTest, ASignalEndsTheHostAtOnce) {
     for (const int signal : {SIGINT, SIGTERM}) {
-        Program host(kHost + " " + kSamples + "controller.device.json >/tmp/host.txt 2>&1");
-        ASSERT_TRUE(wait_until([] { return file_exists("/tmp/host.txt") && !read_file("/tmp/host.txt").empty(); }));
+        Program host(kHost + " " + kSamples + "controller.device.json >host.txt 2>&1");
+        ASSERT_TRUE(wait_until([] { return file_exists("host.txt") && !read_file("host.txt").empty(); }));
         const int status = host.end(signal);
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 128 + signal) << status;
-        std::remove("/tmp/host.txt");
+        std::remove("host.txt");
     }
 }
 
@@ -207,10 +206,10 @@ TEST_F(HostTest, MistakesInTheDescriptionAreToldWithTheirPlace) {
     const Mistake mistakes[] = {
         {"", "line 1: no JSON: "},
         {"{\n\"role\": \n\n}", "line 4: no JSON: "},
-        {"[]", "/tmp/device.json: must be an object"},
+        {"[]", "device.json: must be an object"},
         {"{}", "key \"role\" is missing"},
-        {"{\"colour\": 1}", "/tmp/device.json: unknown key \"colour\""},
-        {R"({"role": "boss"})", "/tmp/device.json: role: must be \"controller\" or \"agent\""},
+        {"{\"colour\": 1}", "device.json: unknown key \"colour\""},
+        {R"({"role": "boss"})", "device.json: role: must be \"controller\" or \"agent\""},
         {R"({"role": "agent", "base_mac": "02:0a"})", "base_mac: must be a MAC address such as \"02:00:00:00:00:01\""},
         {"{" + good + R"(, "wifi": {}})", "wifi: must be an array"},
         {"{" + good + R"(, "wifi": [{"instance": 1, "name": "ra0", "mac": "02:0a:00:00:00:01", "colour": 1}]})",
@@ -226,22 +225,22 @@ TEST_F(HostTest, MistakesInTheDescriptionAreToldWithTheirPlace) {
         {"{" + good + R"(, "known_devices": [1]})", "known_devices[0]: must be a text"},
     };
     for (const Mistake &mistake : mistakes) {
-        write_file("/tmp/device.json", mistake.file);
-        const Result result = run(kHost + " /tmp/device.json");
+        write_file("device.json", mistake.file);
+        const Result result = run(kHost + " device.json");
         EXPECT_EQ(result.status, 2) << mistake.file;
-        EXPECT_THAT(result.errors, AllOf(StartsWith("qo1905-host: /tmp/device.json: "), HasSubstr(mistake.message)))
+        EXPECT_THAT(result.errors, AllOf(StartsWith("qo1905-host: device.json: "), HasSubstr(mistake.message)))
             << mistake.file;
         EXPECT_EQ(result.errors.find('\n'), result.errors.size() - 1) << result.errors;
     }
-    const Result missing = run(kHost + " /tmp/none.json");
+    const Result missing = run(kHost + " none.json");
     EXPECT_EQ(missing.status, 2);
-    EXPECT_EQ(missing.errors, "qo1905-host: /tmp/none.json: cannot be read: No such file or directory\n");
+    EXPECT_EQ(missing.errors, "qo1905-host: none.json: cannot be read: No such file or directory\n");
 }
 
 TEST_F(HostTest, AModuleThatDoesNotLoadIsToldInALine) {
     const std::string device = kSamples + "controller.device.json";
-    for (const char *module : {"/tmp/none.so", "/tmp/device.json", "libm.so.6"}) {
-        write_file("/tmp/device.json", "no module");
+    for (const char *module : {"./none.so", "./device.json", "libm.so.6"}) {
+        write_file("device.json", "no module");
         const Result result = run(kHost + " " + device + " --module " + module);
         EXPECT_EQ(result.status, 2) << module;
         EXPECT_THAT(result.errors, AllOf(StartsWith("qo1905-host: "), HasSubstr(module))) << module;
@@ -257,9 +256,8 @@ TEST_F(HostTest, WrongArgumentsEndWithStatus2) {
         EXPECT_FALSE(result.errors.empty()) << arguments;
     }
     EXPECT_EQ(run(kMapd).status, 2);
-    EXPECT_EQ(run(kMapd + " --dump /tmp/none").errors,
-              "qo1905-mapd: /tmp/none: cannot be read: No such file or directory\n");
-    EXPECT_EQ(run(kMapd + " --dump " + kSamples + "home.dump.json --socket /tmp/no/such").status, 2);
+    EXPECT_EQ(run(kMapd + " --dump none").errors, "qo1905-mapd: none: cannot be read: No such file or directory\n");
+    EXPECT_EQ(run(kMapd + " --dump " + kSamples + "home.dump.json --socket no/such").status, 2);
 }
 
 // ---- the daemon and its client ----

@@ -61,25 +61,24 @@ TEST(DeviceList, DestroyingAnEmptyOneFails) {
     EXPECT_EQ(destroy_al_table(), QO1905_SUCCESS);
 }
 
-class HighLayerTable : public testing::Test {
-protected:
-    // Straight to the lock: nobody else is here.
-    HighLayerTable() {
-        int failures = 0;
-        EXPECT_TRUE(update_lock.try_acquire(0, failures));
+TEST(HighLayerTable, DestroyingAnEmptyOneSaysSo) {
+    int failures = 0;
+    if (!update_lock.try_acquire(0, failures)) {
+        FAIL();
     }
-    ~HighLayerTable() override { update_lock.release(); }
-};
-
-TEST_F(HighLayerTable, DestroyingAnEmptyOneSaysSo) {
     testing::internal::CaptureStdout();
     EXPECT_EQ(destroyEcnt1905Table(), 0);
     EXPECT_EQ(destroyDupEcnt1905Table(), 0);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "destroyEcnt1905Table: already NULL!\ndestroyDupEcnt1905Table: already NULL!\n");
+    update_lock.release();
 }
 
-TEST_F(HighLayerTable, CopiesEveryFieldInOrder) {
+TEST(HighLayerTable, CopiesEveryFieldInOrder) {
+    int failures = 0;
+    if (!update_lock.try_acquire(0, failures)) {
+        FAIL();
+    }
     EXPECT_EQ(copyList(), nullptr);
     for (int i = 0; i < 2; ++i) {
         auto *report = record_new<qo1905_report>();
@@ -97,12 +96,12 @@ TEST_F(HighLayerTable, CopiesEveryFieldInOrder) {
         EXPECT_EQ(append_report(report), i == 0);
     }
     qo1905_report *copy = copyList();
-    ASSERT_NE(copy, nullptr);
+    EXPECT_NE(copy, nullptr);
     int i = 0;
     for (const qo1905_report &report : ListNodes<const qo1905_report>(copy)) {
         const auto *bytes = reinterpret_cast<const unsigned char *>(&report);
         for (std::size_t b = sizeof(report.next); b < offsetof(qo1905_report, clientList); ++b) {
-            ASSERT_EQ(bytes[b], static_cast<unsigned char>(b * 7 + static_cast<std::size_t>(i))) << b;
+            EXPECT_EQ(bytes[b], static_cast<unsigned char>(b * 7 + static_cast<std::size_t>(i))) << b;
         }
         int c = 0;
         for (const qo1905_client &client : ListNodes<const qo1905_client>(report.clientList)) {
@@ -117,9 +116,14 @@ TEST_F(HighLayerTable, CopiesEveryFieldInOrder) {
     destroyEcnt1905Table();
     EXPECT_EQ(copy->clientList->phyRate, 0);  // its own nodes, still there
     free_list(copy, [](qo1905_report &report) { free_list(report.clientList); });
+    update_lock.release();
 }
 
-TEST_F(HighLayerTable, ReportsAreTakenOutFromAnyPlace) {
+TEST(HighLayerTable, ReportsAreTakenOutFromAnyPlace) {
+    int failures = 0;
+    if (!update_lock.try_acquire(0, failures)) {
+        FAIL();
+    }
     qo1905_report *reports[3];
     for (qo1905_report *&report : reports) {
         report = record_new<qo1905_report>();
@@ -132,6 +136,7 @@ TEST_F(HighLayerTable, ReportsAreTakenOutFromAnyPlace) {
     }
     EXPECT_EQ(copyList(), nullptr);
     report_free(nullptr);
+    update_lock.release();
 }
 
 }  // namespace

@@ -84,6 +84,9 @@ std::string mac_text(const uint8_t (&mac)[6]) {
 
 ModuleTest::ModuleTest() {
     fake::reset();
+    if (chdir(std::getenv("QO1905_SCRATCH")) != 0) {
+        std::abort();
+    }
     fake::cycle_handler = module().checkUpdate1905Information;
     for (const char *path : {kDump, kModel, kChangeLog, kAssoc24G, kAssoc5G, kLeases}) {
         std::remove(path);
