@@ -1,5 +1,6 @@
 // The fixture of every test that runs the module, and what such tests need: files, fixtures, captured output, JSON.
-// Each test runs in a process of its own, in a sandbox with a /tmp of its own, and in an empty folder for its own files.
+// Each test runs in a process of its own, in a sandbox with a /tmp of its own, and in an empty folder for its own
+// files.
 #pragma once
 
 #include <gmock/gmock.h>
