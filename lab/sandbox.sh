@@ -2,6 +2,7 @@
 # Runs a command the way a device would: with a /tmp, /run, /var/dnsmasq and /etc/rc.d of its own.
 #
 #     lab/sandbox.sh [--root DIR] [--programs DIR]... [--leases FILE] -- COMMAND [ARGUMENT...]
+#     lab/sandbox.sh --probe      status 0 where namespaces can be had
 #
 # --root DIR      where the device's folders are kept (DIR/tmp and so on) and can be read from outside; without it they are
 #                 thrown away at the end
@@ -16,6 +17,7 @@ project=$(cd "$(dirname "$0")/.." && pwd)
 root=
 programs=()
 leases=
+probe=
 
 die() {
     echo "sandbox.sh: $*" >&2
@@ -27,11 +29,12 @@ while [ $# -gt 0 ]; do
         --root) root=$2; shift 2 ;;
         --programs) programs+=("$2"); shift 2 ;;
         --leases) leases=$2; shift 2 ;;
+        --probe) probe=yes; shift ;;
         --) shift; break ;;
         *) die "unknown option $1" ;;
     esac
 done
-[ $# -gt 0 ] || die "no command"
+[ $# -gt 0 ] || [ -n "$probe" ] || die "no command"
 
 path=$PATH
 rc_script=
@@ -151,7 +154,9 @@ if [ -z "$root" ]; then
 fi
 mkdir -p "$root/tmp/scratch" "$root/run" "$root/dnsmasq" "$root/rc.d"
 
-if namespaces_work; then
+if [ -n "$probe" ]; then
+    namespaces_work
+elif namespaces_work; then
     prepare "$root/dnsmasq" "$root/rc.d"
     start_in_namespaces "$@"
 else

@@ -45,7 +45,7 @@ CycleSummary::CycleSummary(std::string files_at) : files_at_(std::move(files_at)
 
 std::string CycleSummary::line(unsigned cycle) {
     int written = 0;
-    auto before = last_written_.begin();
+    timespec *before = last_written_.data();
     for (const char *path : kFiles) {
         struct stat status = {};
         const bool exists = stat(path, &status) == 0;

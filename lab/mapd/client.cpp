@@ -26,13 +26,13 @@ struct Connection : mapd_interface {
     std::string path;
     std::string epoch;
     int daemon = -1;
-    int library_end = -1;
+    int our_end = -1;
 
     Connection() = default;
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
     ~Connection() {
-        for (const int end : {daemon, library_end}) {
+        for (const int end : {daemon, our_end}) {
             if (end >= 0) {
                 close(end);
             }
@@ -43,14 +43,14 @@ struct Connection : mapd_interface {
 // The connection opened last. Its record lives until the next is opened and its thread has ended.
 std::shared_ptr<Connection> current;
 
-// A byte that nobody reads waits in the library's end, so that closing that end resets the module's.
+// A byte that nobody reads waits in our end, so that closing that end resets the module's.
 bool open_pair(Connection &connection) {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
         return false;
     }
     connection.fd = ends[0];
-    connection.library_end = ends[1];
+    connection.our_end = ends[1];
     return send(ends[0], "", 1, MSG_NOSIGNAL) == 1;
 }
 
@@ -77,7 +77,7 @@ bool hand_on_event(const Connection &connection) {
     }
     // A module that does not keep up loses events, as on any datagram socket.
     const ssize_t sent =
-        send(connection.library_end, event.data(), static_cast<std::size_t>(size), MSG_DONTWAIT | MSG_NOSIGNAL);
+        send(connection.our_end, event.data(), static_cast<std::size_t>(size), MSG_DONTWAIT | MSG_NOSIGNAL);
     return sent >= 0 || errno == EAGAIN || errno == EMSGSIZE;
 }
 
@@ -92,8 +92,8 @@ void serve(const std::shared_ptr<Connection> &connection) {
         }
         next_ping = Clock::now() + kPingInterval;
     }
-    close(connection->library_end);
-    connection->library_end = -1;
+    close(connection->our_end);
+    connection->our_end = -1;
 }
 
 }  // namespace

@@ -1,0 +1,270 @@
+#include "fuzz/host.h"
+
+#include <dlfcn.h>
+#include <json-c/json.h>
+#include <sys/select.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <mutex>
+#include <thread>
+
+#include "model/qo1905.h"
+#include "platform/helpers.h"
+#include "platform/lanmon.h"
+#include "platform/mapd_client.h"
+#include "platform/mcfg.h"
+
+int log_level = 0;
+
+namespace fuzz {
+
+Host &host = *new Host;  // never destroyed: the receiver thread outlives main
+
+namespace {
+
+auto &wait_lock = *new std::mutex;
+auto &waiting = *new std::condition_variable;
+int wait_count = 0;
+int daemon_end = -1;
+
+[[noreturn]] void fail(std::string_view what, std::string_view subject) {
+    (void)std::fprintf(stderr, "%.*s: %.*s\n", static_cast<int>(what.size()), what.data(),
+                       static_cast<int>(subject.size()), subject.data());
+    std::abort();
+}
+
+int fill(char *buffer, int size, const std::string &text) {
+    (void)std::snprintf(buffer, static_cast<std::size_t>(size), "%s", text.c_str());
+    return 0;
+}
+
+// To the brim and without a zero byte where the text is long enough.
+template <std::size_t N>
+void fill_field(char (&field)[N], const std::string &text) {
+    std::memcpy(field, text.data(), std::min(N, text.size()));
+}
+
+void expect_program(const std::vector<std::string> &words, std::string_view command) {
+    for (const char *program : {"mapd_cli", "reboot", "kill", "rm", "/etc/rc.d/S81ohttpd_rest"}) {
+        if (!words.empty() && words[0] == program) {
+            return;
+        }
+    }
+    fail("another program", command);
+}
+
+// A higher-layer message has exactly its seven words, and its payload is JSON.
+void expect_message(const std::vector<std::string> &words, std::string_view command) {
+    if (words.size() < 3 || words[2] != "tx_higher_layer_data") {
+        return;
+    }
+    json_tokener *tokener = json_tokener_new();
+    json_tokener_set_flags(tokener, JSON_TOKENER_STRICT | JSON_TOKENER_VALIDATE_UTF8);
+    if (words.size() != 7) {
+        fail("not seven words", command);
+    }
+    json_object *tree = json_tokener_parse_ex(tokener, words[6].c_str(), static_cast<int>(words[6].size()) + 1);
+    if (json_tokener_get_error(tokener) != json_tokener_success) {
+        fail("the payload is no JSON", command);
+    }
+    json_object_put(tree);
+    json_tokener_free(tokener);
+}
+
+}  // namespace
+
+// Knows double quotes and backslashes in them, words and a line end at the very end; all else that means something to a
+// shell must not be there.
+std::vector<std::string> words_of(std::string_view command) {
+    std::vector<std::string> words;
+    bool in_word = false;
+    bool quoted = false;
+    for (std::size_t i = 0; i < command.size(); ++i) {
+        const char c = command[i];
+        const bool at_end = command.find_first_not_of(" \t\r\n", i) == std::string_view::npos;
+        if (quoted) {
+            if (c == '\\' && i + 1 < command.size() && std::strchr("\"\\$`", command[i + 1]) != nullptr) {
+                words.back() += command[++i];
+            } else if (c == '"') {
+                quoted = false;
+            } else if (c == '$' || c == '`') {
+                fail("expanded in quotes", command);
+            } else {
+                words.back() += c;
+            }
+            continue;
+        }
+        if (c == ' ' || c == '\t' || (at_end && (c == '\n' || c == '\r'))) {
+            in_word = false;
+            continue;
+        }
+        if (std::strchr("\n\r;&|<>()$`\\'*?[]#~!{}=", c) != nullptr) {
+            fail("means something to the shell", command);
+        }
+        if (!in_word) {
+            words.emplace_back();
+            in_word = true;
+        }
+        if (c == '"') {
+            quoted = true;
+        } else {
+            words.back() += c;
+        }
+    }
+    if (quoted) {
+        fail("a quote stays open", command);
+    }
+    return words;
+}
+
+int waits() {
+    const std::lock_guard guard(wait_lock);
+    return wait_count;
+}
+
+// The datagram and an event of another kind behind it: when the thread waits for the third time, both are handled.
+void send_datagram(std::string_view bytes) {
+    static const bool started = [] {
+        std::thread([] { higherLayerDataRcv(nullptr); }).detach();
+        std::unique_lock guard(wait_lock);
+        waiting.wait(guard, [] { return wait_count > 0; });
+        return true;
+    }();
+    (void)started;
+    const int before = waits();
+    constexpr char kOtherEvent[] = "\x05\0\0\0\0\0\0";
+    (void)send(daemon_end, bytes.data(), bytes.size(), 0);
+    (void)send(daemon_end, kOtherEvent, sizeof(kOtherEvent), 0);
+    std::unique_lock guard(wait_lock);
+    waiting.wait(guard, [before] { return wait_count >= before + 2; });
+}
+
+void write_file(const char *path, std::string_view text) {
+    std::FILE *file = std::fopen(path, "w");
+    if (file == nullptr) {
+        fail("cannot be written", path);
+    }
+    (void)std::fwrite(text.data(), 1, text.size(), file);
+    (void)std::fclose(file);
+}
+
+void expect_json_file(const char *path) {
+    std::ifstream file(path, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    json_tokener *tokener = json_tokener_new();
+    json_tokener_set_flags(tokener, JSON_TOKENER_STRICT | JSON_TOKENER_VALIDATE_UTF8);
+    json_object *tree = json_tokener_parse_ex(tokener, text.c_str(), static_cast<int>(text.size()) + 1);
+    if (json_tokener_get_error(tokener) != json_tokener_success) {
+        fail("no JSON", text);
+    }
+    json_object_put(tree);
+    json_tokener_free(tokener);
+}
+
+void build_and_write() {
+    if (initALTable() != QO1905_SUCCESS) {
+        return;
+    }
+    writeJsonDataModel();
+    updateWifiAssocList();
+    writeJsonqo1905log();
+    expect_json_file("/tmp/qo1905.json");
+    expect_json_file("/tmp/qo1905_log.json");
+}
+
+}  // namespace fuzz
+
+using fuzz::host;
+
+extern "C" {
+
+void lanmon_timer_event_add(qo1905_event *event) { std::free(event); }
+
+lanmon_l2_device *lanmon_db_L2Device_get() {
+    auto *entry = static_cast<lanmon_l2_device *>(std::calloc(1, sizeof(lanmon_l2_device)));
+    fuzz::fill_field(entry->AlMac, host.known_device);
+    return entry;
+}
+
+int lanmon_db_is_subIntf(const sta_query_record *, char *, int) { return 0; }
+int getEasyMeshStatus() { return 1; }
+int EasyMeshGetDeviceRole(char *role, int size) { return fuzz::fill(role, size, host.role) == 0 ? 1 : 0; }
+int getControllerMac(char *mac, int size) { return fuzz::fill(mac, size, host.controller_mac); }
+int getFWVersion(char *version, int size) { return fuzz::fill(version, size, host.firmware_version); }
+int getHostName(char *name, int size) { return fuzz::fill(name, size, host.host_name); }
+int getDeviceIP(char *address, int size) { return fuzz::fill(address, size, host.address); }
+int qoUtilIGetBaseMACwithColon(char *mac, int size) { return fuzz::fill(mac, size, host.base_mac); }
+int configWlanEnable(int, int, const char *, const char *) { return 0; }
+
+int mcfgFeObjStructGetNext(uint32_t object_id, mcfg_instance *instance, void **object) {
+    if (object_id != MCFG_WIFI_SSID || instance->index[0] >= 2) {
+        return 1;
+    }
+    auto *ssid = static_cast<mcfg_wifi_ssid *>(std::calloc(1, sizeof(mcfg_wifi_ssid)));
+    ssid->Enable = instance->index[0];
+    fuzz::fill_field(ssid->Status, "Up");
+    fuzz::fill_field(ssid->Name, instance->index[0] == 0 ? "ra0" : host.interface_name);
+    fuzz::fill_field(ssid->MACAddress, host.base_mac);
+    fuzz::fill_field(ssid->BSSID, host.bssid);
+    ++instance->index[0];
+    *object = ssid;
+    return MCFG_SUCCESS;
+}
+
+int StaInfo(const char *, int station, sta_query_record *record) {
+    fuzz::fill_field(record->MACAddress, host.station_mac);
+    record->PhyRate = 866;
+    return station <= 10 ? 1 : 0;
+}
+
+mapd_interface *mapd_interface_ctrl_open(const char *) {
+    static mapd_interface connection;
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_DGRAM, 0, ends) != 0) {
+        return nullptr;
+    }
+    connection.fd = ends[0];
+    fuzz::daemon_end = ends[1];
+    return &connection;
+}
+
+int mapd_interface_ctrl_attach(mapd_interface *) { return 0; }
+
+int system(const char *command) {
+    const auto words = fuzz::words_of(command);
+    fuzz::expect_program(words, command);
+    fuzz::expect_message(words, command);
+    return 0;
+}
+
+FILE *popen(const char *command, const char *) {
+    std::FILE *pipe = std::tmpfile();
+    if (pipe != nullptr && std::strncmp(command, "cat", 3) == 0) {
+        (void)std::fwrite(host.process_id_line.data(), 1, host.process_id_line.size(), pipe);
+        std::rewind(pipe);
+    }
+    return pipe;
+}
+
+int pclose(FILE *pipe) { return std::fclose(pipe); }
+
+int usleep(useconds_t) { return 0; }
+
+int select(int count, fd_set *readable, fd_set *writable, fd_set *exceptional, timeval *timeout) {
+    {
+        const std::lock_guard guard(fuzz::wait_lock);
+        ++fuzz::wait_count;
+    }
+    fuzz::waiting.notify_all();
+    static const auto real = reinterpret_cast<decltype(&select)>(dlsym(RTLD_NEXT, "select"));
+    return real(count, readable, writable, exceptional, timeout);
+}
+}

@@ -1,0 +1,46 @@
+// The host of a fuzz target: every import of the platform, as quiet and as fast as it can be, and a shell that runs
+// nothing but looks at every command.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace fuzz {
+
+struct Host {
+    std::string role = "1";
+    std::string controller_mac = "02:c0:00:00:00:01";
+    std::string firmware_version = "1.0";
+    std::string host_name = "agent";
+    std::string address = "192.168.1.20";
+    std::string base_mac = "02:0a:00:00:00:01";
+    std::string interface_name = "ra0";
+    std::string bssid = "02:0a:00:00:06:00";
+    std::string station_mac = "02:57:00:00:00:01";
+    std::string known_device = "02:0b:00:00:00:01";
+    std::string process_id_line = "1234\n";
+};
+extern Host &host;
+
+// The words that a POSIX shell makes of a command, if it is one simple program without anything to expand or to
+// redirect. Aborts otherwise: then a stranger's text got through.
+std::vector<std::string> words_of(std::string_view command);
+
+// How often the receiver thread began to wait.
+int waits();
+
+// Sends a datagram to the receiver thread, which is started at the first call.
+void send_datagram(std::string_view bytes);
+
+void write_file(const char *path, std::string_view text);
+
+// Aborts when the file is no strictly valid JSON in valid UTF-8.
+void expect_json_file(const char *path);
+
+// Builds the table and writes all files; aborts when one does not parse.
+void build_and_write();
+
+}  // namespace fuzz
