@@ -105,7 +105,7 @@ clean_machine() {
 
 start_on_machine() {
     local folder status=0
-    exec 9>>"/tmp/.qo1905-no-sandbox.$(id -u).lock"
+    exec 9</tmp # a lock that leaves no file
     flock 9
     refuse_if_in_use
     if [ -z "${QO1905_QUIET:-}" ]; then
