@@ -15,6 +15,15 @@ daemon=("$build/qo1905-mapd" --dump "$dump")
 daemon_pid=$!
 trap 'kill "$daemon_pid" 2>/dev/null || true' EXIT
 
+# A module that finds no daemon tries again only after five seconds.
+while [ ! -S /tmp/mapd_ctrl ]; do
+    if ! kill -0 "$daemon_pid" 2>/dev/null; then
+        wait "$daemon_pid"
+        exit
+    fi
+    sleep 0.02
+done
+
 "$build/qo1905-host" "$@" &
 host_pid=$!
 trap 'kill "$host_pid" 2>/dev/null || true' INT TERM HUP
