@@ -22,27 +22,7 @@ bool is_word_character(char c) {
 
 bool is_special_in_double_quotes(char c) { return c == '"' || c == '\\' || c == '$' || c == '`'; }
 
-}  // namespace
-
-void run_command(const char *command) {
-    const int status = std::system(command);
-    (void)status;
-}
-
-bool is_bare_text(std::string_view text) {
-    bool word_begins = true;
-    for (const char c : text) {
-        if (!is_blank(c) && !is_word_character(c)) {
-            return false;
-        }
-        if (word_begins && c == '-') {
-            return false;
-        }
-        word_begins = is_blank(c);
-    }
-    return true;
-}
-
+// One number above 1, with blanks and line ends around it: -1 would end the router.
 bool is_process_id_line(std::string_view line) {
     constexpr std::size_t kMaxDigits = 9;  // far above any process id, far below any overflow
     std::size_t i = 0;
@@ -58,6 +38,29 @@ bool is_process_id_line(std::string_view line) {
         ++i;
     }
     return i == line.size() && digits <= kMaxDigits && value > 1;
+}
+
+}  // namespace
+
+void run_command(const char *command) {
+    const int status = std::system(command);
+    (void)status;
+}
+
+Pipe read_command(const char *command) { return Pipe(popen(command, "re")); }
+
+bool is_bare_text(std::string_view text) {
+    bool word_begins = true;
+    for (const char c : text) {
+        if (!is_blank(c) && !is_word_character(c)) {
+            return false;
+        }
+        if (word_begins && c == '-') {
+            return false;
+        }
+        word_begins = is_blank(c);
+    }
+    return true;
 }
 
 void escape_quoted_json(std::string_view value, void (*sink)(void *context, std::string_view piece), void *context) {
@@ -90,6 +93,13 @@ bool build_send_command(SendCommand &command, std::string_view destination, std:
     command.append(payload);
     command.append("\"");
     return is_bare_text(destination) && !command.truncated();
+}
+
+bool build_kill_command(KillCommand &command, std::string_view line) {
+    command.clear();
+    command.append(kKillCommand);
+    command.append(line);
+    return is_process_id_line(line) && !command.truncated();
 }
 
 bool build_block_command(BlockCommand &command, bool block, std::string_view station, std::string_view interface_text) {

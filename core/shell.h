@@ -1,11 +1,12 @@
 // The one place that builds and runs shell commands. Nothing that a stranger wrote reaches the shell but through here:
-// inside double quotes it is escaped, where it stands bare it is looked at first, and a command that would not be
-// exactly one program with exactly its arguments is not run.
+// inside double quotes it is escaped, where it stands bare it is looked at first, and a command that would be more than
+// the one program it is meant to be is not run.
 #pragma once
 
 #include <cstddef>
 #include <string_view>
 
+#include "core/owned.h"
 #include "core/text.h"
 
 namespace qo1905 {
@@ -14,16 +15,21 @@ inline constexpr std::size_t kCommandSize = 4096;
 inline constexpr std::size_t kBlockCommandSize = 128;
 using SendCommand = BoundedText<kCommandSize>;
 using BlockCommand = BoundedText<kBlockCommandSize>;
+using KillCommand = BoundedText<512>;
 
 // Runs a command and waits for it. Its exit status is of no use to this module.
 void run_command(const char *command);
+
+// What a command prints, to be read; null when it cannot be run. Programs started meanwhile do not inherit the pipe.
+Pipe read_command(const char *command);
 
 // True when the text may stand bare in a command: letters, digits, ':', '.', '_', '-', blank and tab only, no word
 // beginning with '-'.
 bool is_bare_text(std::string_view text);
 
-// True for the line of a process id file that `kill` may be given: one number above 1.
-bool is_process_id_line(std::string_view line);
+// "kill -9" for the line of a process id file, taken as it is. False when it must not be run: the line is not one
+// number above 1.
+bool build_kill_command(KillCommand &command, std::string_view line);
 
 // Hands a value to `sink` as it has to stand in a JSON string inside a double-quoted shell word: the JSON that the
 // program gets holds exactly the value.
@@ -44,7 +50,8 @@ std::size_t send_payload_limit(std::string_view destination);
 // whole does not fit.
 bool build_send_command(SendCommand &command, std::string_view destination, std::string_view payload);
 
-// "block_acl": puts a station into the block list, or takes it out. False when it must not be run.
+// "block_acl": puts a station into the block list, or takes it out. A command that is longer than its buffer is cut, as
+// its readers know it. False when it must not be run.
 bool build_block_command(BlockCommand &command, bool block, std::string_view station, std::string_view interface_text);
 
 }  // namespace qo1905

@@ -14,11 +14,10 @@ constexpr char kName[] = "highLayerDataSend";
 enum AppStatus { kAppUnknown = 0, kAppUp = 1, kAppDown = 2 };
 AppStatus APPStatus = kAppUnknown;
 
-// The first line that a command prints, in a pipe that is still open while the line is acted upon; the server that is
-// started meanwhile does not inherit it.
+// The first line that a command prints, in a pipe that is still open while the line is acted upon.
 class FirstLine {
 public:
-    FirstLine(const char *command, int trace_line) : pipe_(popen(command, "re")) {
+    FirstLine(const char *command, int trace_line) : pipe_(read_command(command)) {
         if (pipe_ == nullptr) {
             std::printf("%s [%d]: popen fail !!\n", kName, trace_line);
             return;
@@ -37,13 +36,11 @@ private:
 };
 
 void kill_process(std::string_view line) {
-    if (!is_process_id_line(line)) {
+    KillCommand command;
+    if (!build_kill_command(command, line)) {
         std::printf("%s: refused, no process id in %s\n", kName, QO1905_REST_PID_FILE);
         return;
     }
-    BoundedText<sizeof(kKillCommand) + 256> command;
-    command.append(kKillCommand);
-    command.append(line);
     run_command(command.c_str());
 }
 

@@ -1,8 +1,8 @@
 // Is this Agent's uplink station interface connected? For the host; nothing inside the module asks.
 
 #include "core/diag.h"
-#include "core/owned.h"
 #include "core/paths.h"
+#include "core/shell.h"
 #include "core/text.h"
 #include "model/qo1905.h"
 
@@ -10,7 +10,7 @@ using namespace qo1905;
 
 int32_t RPUpLinkStatusCheck() {
     constexpr std::string_view kNoEssid = "  ";
-    Pipe pipe(popen(kUplinkEssidCommand, "re"));
+    Pipe pipe = read_command(kUplinkEssidCommand);
     char line[256] = {};
     if (pipe == nullptr || std::fgets(line, sizeof(line), pipe.get()) == nullptr) {
         return 0;

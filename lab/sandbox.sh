@@ -9,8 +9,8 @@
 # --programs DIR  goes first in PATH; an S81ohttpd_rest in it also becomes /etc/rc.d/S81ohttpd_rest
 # --leases FILE   the DHCP leases of the device
 #
-# Where namespaces are denied, or with QO1905_NO_SANDBOX=1, the command runs on the machine's own paths: one at a time, only
-# if none of the module's files is there yet; what appeared is removed at the end, and kept in DIR/tmp with --root.
+# Where namespaces are denied or there is no bwrap, or with QO1905_NO_SANDBOX=1, the command runs on the machine's own paths: one at a time, only
+# if none of the files listed below is there yet; they are removed at the end, and kept in DIR/tmp with --root.
 set -euo pipefail
 
 project=$(cd "$(dirname "$0")/.." && pwd)
@@ -108,9 +108,7 @@ start_on_machine() {
     exec 9</tmp # a lock that leaves no file
     flock 9
     refuse_if_in_use
-    if [ -z "${QO1905_QUIET:-}" ]; then
-        echo "sandbox.sh: NO SANDBOX: running on this machine's own /tmp, /var/run, /var/dnsmasq and /etc/rc.d" >&2
-    fi
+    echo "sandbox.sh: NO SANDBOX: running on this machine's own /tmp, /var/run, /var/dnsmasq and /etc/rc.d" >&2
     trap 'clean_machine; throw_away' EXIT
     for folder in "${own_folders[@]}"; do
         if [ ! -d "$folder" ] && mkdir -- "$folder" 2>/dev/null; then

@@ -166,7 +166,7 @@ struct qo1905_1905_group {
     struct qo1905_1905_group *next;
     uint8_t LocalInterface[6];             /* MAC of the device's own interface */
     uint8_t Count;                         /* neighbours counted in, modulo 256 */
-    struct qo1905_1905_neighbor *Neighbor; /* owned list; all backhaul neighbours hang on the first group */
+    struct qo1905_1905_neighbor *Neighbor; /* owned list; backhaul neighbours hang on their first group */
 };
 
 /* A bridging tuple (TR-181 ...IEEE1905Device.{i}.BridgingTuple.{i}); never built, put in by the host. */
@@ -204,7 +204,7 @@ struct qo1905_device {
     struct qo1905_bridging_tuple *BridgingTuple;      /* owned list, empty as built */
     uint8_t Ap_autoconfig_2_4G;                       /* number; 0 as built */
     uint8_t Ap_autoconfig_5G;                         /* number; 0 as built */
-    uint16_t STAInfoNumberOfEntries;                  /* Wi-Fi backhauls plus the last station list */
+    uint16_t STAInfoNumberOfEntries;                  /* Wi-Fi backhauls plus the last list of stations */
     struct qo1905_sta_info *STAInfo;                  /* owned list */
 };
 
@@ -341,7 +341,8 @@ void *higherLayerDataRcv(void *argument);
  * QO1905_SUCCESS, or QO1905_FAILURE without memory. */
 int32_t higherLayerDataRcvHandle(const char *payload, int32_t length);
 
-/* -1 when an Agent's uplink station interface has no network name (it is not connected), otherwise 0. */
+/* -1 when the driver tells an empty network name for an Agent's uplink station interface (it is not connected),
+ * otherwise 0, also when it tells nothing. */
 int32_t RPUpLinkStatusCheck(void);
 
 /* ---- Output files (timer thread); all return 0 ---- */

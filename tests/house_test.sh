@@ -20,7 +20,7 @@ forbid 'output/ includes what fills the model' output '#include "(topology|hld)/
 forbid 'model/ includes a JSON library' model '#include .json-c'
 forbid 'nothing but core/json.cpp knows json-c' 'topology hld output platform' '#include .json-c'
 forbid 'a runtime library is not for the module' "$rooms" '#include <(string|vector|map|set|list|deque|iostream|sstream|fstream|functional|thread|mutex|unordered_.*)>'
-forbid 'a command is run past core/shell.cpp' 'model topology hld output' '\b(std::)?system\('
+forbid 'a command is run past core/shell.cpp' 'model topology hld output' '\b(std::)?(system|popen)\('
 
 # must_be_listed FILE PATTERN FOLDER...: sources below the folders that the CMake file does not name.
 must_be_listed() {

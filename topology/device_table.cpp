@@ -1,5 +1,5 @@
-// Builds the table's device list: one record per Agent counted in the dump, parsed by topology/dump_entry.cpp and
-// completed with what the Agents reported and with the addresses that dnsmasq leased. Timer thread.
+// Builds the table's device list: as many records as Agents were counted in the dump, parsed by topology/dump_entry.cpp
+// and completed with what the Agents reported and with the addresses that dnsmasq leased. Timer thread.
 
 #include "core/owned.h"
 #include "core/text.h"

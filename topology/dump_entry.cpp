@@ -343,7 +343,7 @@ private:
     ListTail<qo1905_1905_group> groups_;
     ListTail<qo1905_sta_info> stations_;
     std::size_t wifi_backhauls_ = 0;
-    std::size_t last_station_count_ = 0;  // of the last BSS that lists stations, not the sum
+    std::size_t last_station_count_ = 0;  // of the last BSS with a list of them, not the sum
     std::int16_t rssi_ = 0;               // of the last text that was a number
 };
 

@@ -1,5 +1,5 @@
 // The device that the host stands in for, as its description file tells it. The platform functions read it on several
-// threads and configWlanEnable changes it, so every access holds its lock.
+// threads and configWlanEnable changes it, so every access but the first reading holds its lock.
 #pragma once
 
 #include <map>
@@ -10,7 +10,7 @@
 namespace lab {
 
 struct WifiInterface {
-    int instance;  // of the configuration object, 1 to 8
+    int instance;  // of the configuration object; 1 to 4 are 2.4 GHz, 5 to 8 5 GHz
     std::string name;
     bool enable;
     std::string status;

@@ -22,7 +22,7 @@ public:
 
 class ControlServer {
 public:
-    // Binds the socket, over a dead daemon's if need be; throws Error when it cannot.
+    // Binds the socket, in place of one that is there; throws Error when it cannot.
     ControlServer(const std::string &path, ControlService &service);
     ~ControlServer();
     ControlServer(const ControlServer &) = delete;
@@ -33,9 +33,6 @@ public:
 
     // Sends an event to every attached client. A client that is gone is forgotten; one that does not keep up loses it.
     void broadcast(std::string_view event);
-
-    std::size_t attached() const { return clients_.size(); }
-    int fd() const { return fd_; }
 
 private:
     std::string answer(const std::vector<std::string> &words, const std::string &sender);
