@@ -11,10 +11,6 @@ namespace {
 
 const char kAgent[] = R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})";
 
-void set_mac(uint8_t (&mac)[6], const char *text) {
-    std::sscanf(text, "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]);
-}
-
 qo1905_sta_info &add_station(qo1905_device &device, const char *mac, uint32_t media_type) {
     auto *node = append_node(device.STAInfo);
     set_mac(node->STAMac, mac);

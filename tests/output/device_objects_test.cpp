@@ -11,10 +11,6 @@ namespace {
 const char kAgent[] = R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})";
 const char kFastEthernet[] = "IEEE 802.3u(IEEE 802.3u Fast Ethernet)";
 
-void set_mac(uint8_t (&mac)[6], const char *text) {
-    std::sscanf(text, "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]);
-}
-
 // A device that a test fills by hand.
 class DeviceObjectsTest : public ModuleTest {
 protected:

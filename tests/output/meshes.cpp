@@ -30,10 +30,6 @@ void set_text(char (&field)[N], const std::string &text) {
     std::memcpy(field, text.data(), std::min(N, text.size()));
 }
 
-void set_mac(uint8_t (&mac)[6], const char *text) {
-    std::sscanf(text, "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]);
-}
-
 template <class T, class FreeInside>
 void drop_list(T *&head, FreeInside free_inside) {
     while (head != nullptr) {

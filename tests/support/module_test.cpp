@@ -76,6 +76,12 @@ std::string object_text(const std::string &document, const std::string &key) {
     return document.substr(begin, end - begin);
 }
 
+void set_mac(uint8_t (&mac)[6], const char *text) {
+    const int bytes =
+        std::sscanf(text, "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]);
+    EXPECT_EQ(bytes, 6) << text;
+}
+
 std::string mac_text(const uint8_t (&mac)[6]) {
     char text[18];
     std::snprintf(text, sizeof(text), "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);

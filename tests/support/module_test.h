@@ -50,6 +50,9 @@ Json parse_json(const std::string &text);
 // none.
 std::string object_text(const std::string &document, const std::string &key);
 
+// Sets a MAC from its text.
+void set_mac(uint8_t (&mac)[6], const char *text);
+
 // A MAC as text.
 std::string mac_text(const uint8_t (&mac)[6]);
 
