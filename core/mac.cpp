@@ -44,4 +44,15 @@ void parse_mac(const char *text, Mac &mac) {
     (void)std::sscanf(text, QO1905_MAC_SHORT_FORMAT, &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]);
 }
 
+void print_mac(const Mac &mac, char *text) {
+    constexpr char kHexDigits[] = "0123456789abcdef";
+    for (int i = 0; i < 6; ++i) {
+        if (i > 0) {
+            *text++ = ':';
+        }
+        *text++ = kHexDigits[mac[i] >> 4];
+        *text++ = kHexDigits[mac[i] & 15];
+    }
+}
+
 }  // namespace qo1905

@@ -27,6 +27,10 @@ void parse_mac_field(const char (&field)[N], Mac &mac) {
     parse_mac(text, mac);
 }
 
+// Six pairs of lower-case digits with colons between, as in all files; no zero byte behind them.
+inline constexpr std::size_t kMacTextLength = 17;
+void print_mac(const Mac &mac, char *text);
+
 inline bool same_mac(const Mac &a, const Mac &b) { return std::memcmp(a, b, sizeof(Mac)) == 0; }
 
 inline void copy_mac(Mac &to, const Mac &from) { std::memcpy(to, from, sizeof(Mac)); }

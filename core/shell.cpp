@@ -63,13 +63,13 @@ bool is_bare_text(std::string_view text) {
     return true;
 }
 
-void escape_quoted_json(std::string_view value, void (*sink)(void *context, std::string_view piece), void *context) {
-    escape_json(value, [=](std::string_view piece) {
+void append_quoted_json(SendPayload &out, std::string_view value) {
+    escape_json(value, [&out](std::string_view piece) {
         for (const char &c : piece) {
             if (is_special_in_double_quotes(c)) {
-                sink(context, "\\");
+                out.append("\\");
             }
-            sink(context, {&c, 1});
+            out.append({&c, 1});
         }
     });
 }

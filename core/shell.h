@@ -14,6 +14,7 @@ namespace qo1905 {
 inline constexpr std::size_t kCommandSize = 4096;
 inline constexpr std::size_t kBlockCommandSize = 128;
 using SendCommand = BoundedText<kCommandSize>;
+using SendPayload = BoundedText<kCommandSize>;
 using BlockCommand = BoundedText<kBlockCommandSize>;
 using KillCommand = BoundedText<512>;
 
@@ -31,17 +32,9 @@ bool is_bare_text(std::string_view text);
 // number above 1.
 bool build_kill_command(KillCommand &command, std::string_view line);
 
-// Hands a value to `sink` as it has to stand in a JSON string inside a double-quoted shell word: the JSON that the
-// program gets holds exactly the value.
-void escape_quoted_json(std::string_view value, void (*sink)(void *context, std::string_view piece), void *context);
-
-// The same, appended to a buffer.
-template <std::size_t N>
-void append_quoted_json(BoundedText<N> &out, std::string_view value) {
-    escape_quoted_json(
-        value, [](void *context, std::string_view piece) { static_cast<BoundedText<N> *>(context)->append(piece); },
-        &out);
-}
+// Appends a value as it has to stand in a JSON string inside a double-quoted shell word: the JSON that the program gets
+// holds exactly the value.
+void append_quoted_json(SendPayload &out, std::string_view value);
 
 // Longest payload that still makes a whole send command to this destination.
 std::size_t send_payload_limit(std::string_view destination);

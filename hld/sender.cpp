@@ -24,7 +24,6 @@ constexpr std::string_view kController = "1";
 constexpr std::string_view kAgent = "2";
 constexpr std::string_view kReportEnd = "]}";
 
-using Payload = BoundedText<4096>;
 using MacText = char[32];
 
 // Fills a text buffer from one of the platform's sources; 0 is their success.
@@ -69,34 +68,29 @@ struct AgentValues {
 };
 
 // One member with a text value: its key as it stands in the format, then the value.
-void append_text_member(Payload &payload, std::string_view before, std::string_view value) {
+void append_text_member(SendPayload &payload, std::string_view before, std::string_view value) {
     payload.append(before);
     append_quoted_json(payload, value);
 }
 
-void append_station(BoundedText<96> &element, const qo1905_client &station, bool first) {
-    char text[96];
-    (void)std::snprintf(text, sizeof(text),
-                        "%s{ \\\"STAMac\\\": \\\"" QO1905_MAC_SHORT_FORMAT "\\\", \\\"PhyRate\\\": %d}",
-                        first ? "" : ", ", QO1905_MAC_ARGS(station.Mac), station.phyRate);
-    element.append(text);
-}
-
 // Stations up to the count, as long as they fit whole and the end of the report behind them.
-void append_stations(Payload &payload, const qo1905_client *stations, int count, std::size_t limit) {
+void append_stations(SendPayload &payload, const qo1905_client *stations, int count, std::size_t limit) {
     int listed = 0;
     for (const qo1905_client &station : ListNodes(stations)) {
-        BoundedText<96> element;
-        append_station(element, station, listed == 0);
-        if (listed == count || payload.length() + element.length() + kReportEnd.size() > limit) {
+        char text[96];
+        (void)std::snprintf(text, sizeof(text),
+                            "%s{ \\\"STAMac\\\": \\\"" QO1905_MAC_SHORT_FORMAT "\\\", \\\"PhyRate\\\": %d}",
+                            listed == 0 ? "" : ", ", QO1905_MAC_ARGS(station.Mac), station.phyRate);
+        const std::string_view element = field_text(text);
+        if (listed == count || payload.length() + element.size() + kReportEnd.size() > limit) {
             return;
         }
-        payload.append(element.view());
+        payload.append(element);
         ++listed;
     }
 }
 
-void build_report(Payload &payload, const AgentValues &values) {
+void build_report(SendPayload &payload, const AgentValues &values) {
     append_text_member(payload, "{ \\\"SrcAlMac\\\": \\\"", values.source_mac);
     append_text_member(payload, "\\\", \\\"FWVersion\\\": \\\"", values.firmware_version);
     append_text_member(payload, "\\\", \\\"HostName\\\": \\\"", values.host_name);
@@ -119,7 +113,7 @@ bool is_plain_mac(std::string_view mac) {
 }
 
 // True when the command was run.
-bool send(SendCommand &command, std::string_view destination, const Payload &payload) {
+bool send(SendCommand &command, std::string_view destination, const SendPayload &payload) {
     if (!is_plain_mac(destination)) {
         return false;
     }
@@ -142,7 +136,7 @@ int send_agent_report(int role_result) {
     if (!is_plain_mac(values.source_mac)) {
         return role_result;
     }
-    Payload payload;
+    SendPayload payload;
     build_report(payload, values);
     SendCommand command;
     if (send(command, values.controller_mac, payload)) {
@@ -165,7 +159,7 @@ private:
     lanmon_l2_device *head_;
 };
 
-void build_enable_message(Payload &payload, std::string_view source, const mcfg_wifi_ssid &ssid) {
+void build_enable_message(SendPayload &payload, std::string_view source, const mcfg_wifi_ssid &ssid) {
     payload.clear();
     append_text_member(payload, "{ \\\"SrcAlMac\\\": \\\"", source);
     append_text_member(payload, "\\\", \\\"Interface\\\": \\\"", field_text(ssid.Name));
@@ -185,7 +179,7 @@ int send_enable_messages(int role_result) {
     if (devices.empty() || !is_plain_mac(source)) {
         return role_result;
     }
-    Payload payload;
+    SendPayload payload;
     SendCommand command;
     ConfigWalk<mcfg_wifi_ssid> walk(MCFG_WIFI_SSID);
     while (const auto ssid = walk.next()) {

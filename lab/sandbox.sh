@@ -9,8 +9,9 @@
 # --programs DIR  goes first in PATH; an S81ohttpd_rest in it also becomes /etc/rc.d/S81ohttpd_rest
 # --leases FILE   the DHCP leases of the device
 #
-# Where namespaces are denied or there is no bwrap, or with QO1905_NO_SANDBOX=1, the command runs on the machine's own paths: one at a time, only
-# if none of the files listed below is there yet; they are removed at the end, and kept in DIR/tmp with --root.
+# Where namespaces are denied or there is no bwrap, or with QO1905_NO_SANDBOX=1, the command runs on the machine's own paths:
+# one at a time, only if none of the files listed below is there yet; they are removed at the end, and kept in DIR/tmp with
+# --root.
 set -euo pipefail
 
 project=$(cd "$(dirname "$0")/.." && pwd)

@@ -2,7 +2,7 @@
 // network topology with one object per device, and the security settings. The objects inside a device are written by
 // output/device_objects.cpp. Timer thread, right after the build.
 
-#include <cstdlib>
+#include <cstdio>
 #include <ctime>
 
 #include "core/diag.h"

@@ -1,7 +1,5 @@
 #include "output/device_objects.h"
 
-#include <cstdio>
-
 #include "model/list.h"
 #include "output/code_names.h"
 
@@ -40,51 +38,23 @@ private:
     BoundedText<32> name_;
 };
 
-// What is known of the radio link of a neighbour.
-struct RadioValues {
-    std::uint32_t MediaType = 0;
-    std::uint16_t PhyRate = 0;
-    std::int16_t RSSI = 0;
-    std::uint16_t SignalLevel = 0;
-    char Tx[32] = {};
-    char Rx[32] = {};
-
-    void reset_numbers() {
-        MediaType = 0;
-        PhyRate = 0;
-        RSSI = 0;
-        SignalLevel = 0;
-    }
-};
-
-RadioValues radio_values(const qo1905_sta_info &station) {
-    RadioValues values;
-    values.MediaType = station.MediaType;
-    values.PhyRate = station.PhyRate;
-    values.RSSI = station.RSSI;
-    values.SignalLevel = station.SignalLevel;
-    std::memcpy(values.Tx, station.Tx, sizeof(values.Tx));
-    std::memcpy(values.Rx, station.Rx, sizeof(values.Rx));
-    return values;
-}
-
-// Copies the values of the first station with this MAC; leaves them as they were when there is none.
-void checkIntfMacMediaType(const qo1905_device &device, const Mac &mac, RadioValues &values) {
+// The first station with this MAC; null when there is none.
+const qo1905_sta_info *checkIntfMacMediaType(const qo1905_device &device, const Mac &mac) {
     for (const qo1905_sta_info &station : ListNodes(device.STAInfo)) {
         if (same_mac(station.STAMac, mac)) {
-            values = radio_values(station);
-            return;
+            return &station;
         }
     }
+    return nullptr;
 }
 
-void write_radio_values(JsonWriter &json, const RadioValues &values) {
-    json.name("MediaType", media_type_name(values.MediaType));
-    json.number("RATE", values.PhyRate);
-    json.number("RSSI", values.RSSI);
-    json.number("SignalLevel", values.SignalLevel);
-    json.field("Tx", values.Tx);
-    json.field("Rx", values.Rx);
+void write_radio_values(JsonWriter &json, const qo1905_sta_info &station) {
+    json.name("MediaType", media_type_name(station.MediaType));
+    json.number("RATE", station.PhyRate);
+    json.number("RSSI", station.RSSI);
+    json.number("SignalLevel", station.SignalLevel);
+    json.field("Tx", station.Tx);
+    json.field("Rx", station.Rx);
 }
 
 void open_neighbor(JsonWriter &json, Key key, std::string_view local_interface, const char *mac_key, const Mac &mac) {
@@ -93,21 +63,25 @@ void open_neighbor(JsonWriter &json, Key key, std::string_view local_interface, 
     json.mac(mac_key, mac);
 }
 
+bool is_wifi(const qo1905_sta_info *station) { return station != nullptr && is_wifi_media_type(station->MediaType); }
+
+// A neighbour that is no station is taken for a wired one.
 void write_non1905_neighbor(JsonWriter &json, Key key, std::string_view local_interface, const Mac &mac,
-                            const RadioValues &values) {
+                            const qo1905_sta_info *station) {
     open_neighbor(json, key, local_interface, "NeighborInterfaceId", mac);
-    if (is_wifi_media_type(values.MediaType)) {
-        write_radio_values(json, values);
+    if (is_wifi(station)) {
+        write_radio_values(json, *station);
     } else {
-        json.name("MediaType", media_type_name(values.MediaType));
+        const std::uint32_t wired = QO1905_MEDIA_FAST_ETHERNET;
+        json.name("MediaType", media_type_name(station != nullptr ? station->MediaType : wired));
     }
     json.close();
 }
 
 // A Wi-Fi neighbour is told only behind an interface of its own media type: a station that the daemon lists under the
 // other band's BSS is left out.
-bool is_told(const RadioValues &values, const qo1905_device_interface *local) {
-    return !is_wifi_media_type(values.MediaType) || (local != nullptr && local->MediaType == values.MediaType);
+bool is_told(const qo1905_sta_info *station, const qo1905_device_interface *local) {
+    return !is_wifi(station) || (local != nullptr && local->MediaType == station->MediaType);
 }
 
 // One Wi-Fi form per station with the neighbour's MAC. Advances the counter; returns the number of objects written.
@@ -120,7 +94,7 @@ unsigned checkIeee1905NbrIsWIFI(JsonWriter &json, const qo1905_device &device, c
         }
         open_neighbor(json, {kIeee1905Neighbor, counter++}, local_interface, "NeighborInterfaceId",
                       neighbor.NeighborDeviceId);
-        write_radio_values(json, radio_values(station));
+        write_radio_values(json, station);
         json.boolean("IEEE802dot1Bridge", neighbor.IEEE802dot1Bridge == 1);
         json.close();
         ++written;
@@ -142,9 +116,9 @@ void list_macs(ItemList<kBridgingListSize> &list, const qo1905_bridging_tuple &t
     list.begin();
     for (unsigned i = 0; tuple.InterfaceList != nullptr && i < tuple.Count; ++i) {
         const Mac &mac = tuple.InterfaceList[i];
-        char text[sizeof("00:00:00:00:00:00")];
-        (void)std::snprintf(text, sizeof(text), QO1905_MAC_FORMAT, QO1905_MAC_ARGS(mac));
-        list.add(text);
+        char text[kMacTextLength];
+        print_mac(mac, text);
+        list.add({text, sizeof(text)});
     }
 }
 
@@ -169,16 +143,14 @@ void write_non1905_neighbors(JsonWriter &json, const qo1905_device &device) {
         return;
     }
     LocalInterfaceName local_name(device);
-    RadioValues values;
     unsigned j = 1;
     for (const qo1905_non1905_group &group : ListNodes(device.NonIEEE1905Neighbor)) {
         const qo1905_device_interface *local = local_name.enter_group(group.LocalInterface);
         for (const qo1905_non1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
-            values.reset_numbers();
-            checkIntfMacMediaType(device, neighbor.NeighborInterfaceId, values);
-            if (is_told(values, local)) {
+            const qo1905_sta_info *station = checkIntfMacMediaType(device, neighbor.NeighborInterfaceId);
+            if (is_told(station, local)) {
                 write_non1905_neighbor(json, {kNonIeee1905Neighbor, j}, local_name.view(), neighbor.NeighborInterfaceId,
-                                       values);
+                                       station);
             }
             ++j;  // also past a neighbour that is left out: the numbers have gaps
         }

@@ -13,8 +13,6 @@ namespace {
 constexpr std::size_t kFirstCapacity = 16384;
 // Twice what a thousand devices with 64,000 stations take. A hostile dump makes a model that grows with its square.
 constexpr std::size_t kMaxSize = std::size_t{64} * 1024 * 1024;
-constexpr std::size_t kMacTextLength = 17;
-constexpr char kHexDigits[] = "0123456789abcdef";
 
 }  // namespace
 
@@ -72,16 +70,8 @@ void MemoryText::put_decimal(std::int64_t value) {
 }
 
 void MemoryText::put_mac(const Mac &mac) {
-    char *room = reserve(kMacTextLength);
-    if (room == nullptr) {
-        return;
-    }
-    for (int i = 0; i < 6; ++i) {
-        if (i > 0) {
-            *room++ = ':';
-        }
-        *room++ = kHexDigits[mac[i] >> 4];
-        *room++ = kHexDigits[mac[i] & 15];
+    if (char *room = reserve(kMacTextLength)) {
+        print_mac(mac, room);
     }
 }
 

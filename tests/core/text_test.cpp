@@ -21,7 +21,7 @@ std::string escaped(std::string_view text) {
 }
 
 std::string quoted(std::string_view text) {
-    BoundedText<256> out;
+    SendPayload out;
     append_quoted_json(out, text);
     return std::string(out.view());
 }
@@ -84,6 +84,12 @@ TEST(QuotedJson, IsEscapedTwice) {
     EXPECT_EQ(quoted("\\"), "\\\\\\\\");
     EXPECT_EQ(quoted("$`'!"), "\\$\\`'!");
     EXPECT_EQ(quoted("\n"), "\\\\n");
+}
+
+TEST(MacText, PrintsPairsOfLowerCaseDigits) {
+    char text[kMacTextLength];
+    print_mac({0x02, 0x0a, 0xff, 0x00, 0x90, 0x09}, text);
+    EXPECT_EQ(std::string(text, sizeof(text)), "02:0a:ff:00:90:09");
 }
 
 TEST(BareText, TakesWordsOfHarmlessCharactersOnly) {
