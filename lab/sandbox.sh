@@ -1,13 +1,14 @@
 #!/bin/bash
 # Runs a command the way a device would: with a /tmp, /run, /var/dnsmasq and /etc/rc.d of its own.
 #
-#     lab/sandbox.sh [--root DIR] [--programs DIR]... [--leases FILE] -- COMMAND [ARGUMENT...]
+#     lab/sandbox.sh [--strict] [--root DIR] [--programs DIR]... [--leases FILE] -- COMMAND [ARGUMENT...]
 #     lab/sandbox.sh --probe      status 0 where namespaces can be had
 #
 # --root DIR      where the device's folders are kept (DIR/tmp and so on) and can be read from outside; without it they are
 #                 thrown away at the end
 # --programs DIR  goes first in PATH; an S81ohttpd_rest in it also becomes /etc/rc.d/S81ohttpd_rest
 # --leases FILE   the DHCP leases of the device
+# --strict        in namespaces or not at all; with --root, the process becomes the sandbox
 #
 # Where namespaces are denied or there is no bwrap, or with QO1905_NO_SANDBOX=1, the command runs on the machine's own paths:
 # one at a time, only if none of the files listed below is there yet; they are removed at the end, and kept in DIR/tmp with
@@ -19,6 +20,7 @@ root=
 programs=()
 leases=
 probe=
+strict=
 
 die() {
     echo "sandbox.sh: $*" >&2
@@ -31,6 +33,7 @@ while [ $# -gt 0 ]; do
         --programs) programs+=("$2"); shift 2 ;;
         --leases) leases=$2; shift 2 ;;
         --probe) probe=yes; shift ;;
+        --strict) strict=yes; shift ;;
         --) shift; break ;;
         *) die "unknown option $1" ;;
     esac
@@ -67,6 +70,9 @@ start_in_namespaces() {
     if [ -n "${QO1905_BUILD_DIR:-}" ]; then
         arguments+=(--bind "$QO1905_BUILD_DIR" "$QO1905_BUILD_DIR")
     fi
+    if [ -n "$strict" ] && [ -z "$thrown_away" ]; then
+        exec bwrap "${arguments[@]}" "$@"
+    fi
     bwrap "${arguments[@]}" "$@"
 }
 
@@ -78,8 +84,8 @@ namespaces_work() {
 # --- on the machine's own paths ---
 
 own_files=(/tmp/dump.txt /tmp/mapd_ctrl /tmp/mapd.log /tmp/qo1905.json /tmp/qo1905_log.json
-    /tmp/ecnt_agent_assoc_list.24g /tmp/ecnt_agent_assoc_list.5g /tmp/rest_server.log /var/run/rest_api_server.pid
-    /var/dnsmasq/dnsmasq.leases /etc/rc.d/S81ohttpd_rest)
+    /tmp/ecnt_agent_assoc_list.24g /tmp/ecnt_agent_assoc_list.5g /tmp/rest_server.log
+    /var/run/rest_api_server.pid /var/run/rest_api_server.url /var/dnsmasq/dnsmasq.leases /etc/rc.d/S81ohttpd_rest)
 own_folders=(/var/dnsmasq /etc/rc.d)
 made_folders=()
 
@@ -155,7 +161,7 @@ mkdir -p "$root/tmp/scratch" "$root/run" "$root/dnsmasq" "$root/rc.d"
 
 if [ -n "$probe" ]; then
     namespaces_work
-elif namespaces_work; then
+elif [ -n "$strict" ] || namespaces_work; then
     prepare "$root/dnsmasq" "$root/rc.d"
     start_in_namespaces "$@"
 else

@@ -1,17 +1,18 @@
 #include "lab/common/json.h"
 
-#include <json-c/json.h>
-
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <nlohmann/json.hpp>
 
 #include "lab/common/error.h"
 
 namespace lab {
+
+using Json = nlohmann::ordered_json;
 
 std::string read_text(const std::string &path) {
     errno = 0;
@@ -39,34 +40,40 @@ std::string child_place(const std::string &place, const std::string &key) {
     return place + (place.find(": ") == std::string::npos ? ": " : ".") + key;
 }
 
+// What the parser says after its own heading and place.
+std::string reason(const Json::parse_error &error) {
+    const std::string what = error.what();
+    const std::size_t colon = what.find(": ");
+    return colon == std::string::npos ? what : what.substr(colon + 2);
+}
+
 }  // namespace
 
-JsonValue::JsonValue(std::shared_ptr<json_object> root, json_object *value, std::string place)
+JsonValue::JsonValue(std::shared_ptr<const Json> root, const Json *value, std::string place)
     : root_(std::move(root)), value_(value), place_(std::move(place)) {}
 
-JsonValue JsonValue::read_file(const std::string &path) {
-    const std::string text = read_text(path);
-    const std::unique_ptr<json_tokener, void (*)(json_tokener *)> tokener(json_tokener_new(), json_tokener_free);
-    json_object *tree = json_tokener_parse_ex(tokener.get(), text.c_str(), static_cast<int>(text.size()) + 1);
-    const json_tokener_error error = json_tokener_get_error(tokener.get());
-    if (error != json_tokener_success) {
-        const auto line = 1 + std::count(text.begin(), text.begin() + static_cast<long>(tokener->char_offset), '\n');
-        throw Error(path + ": line " + std::to_string(line) + ": no JSON: " + json_tokener_error_desc(error));
+JsonValue JsonValue::read_file(const std::string &path) { return parse(read_text(path), path); }
+
+JsonValue JsonValue::parse(const std::string &text, const std::string &source) {
+    try {
+        const auto root = std::make_shared<const Json>(Json::parse(text));
+        return {root, root.get(), source};
+    } catch (const Json::parse_error &error) {
+        const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(error.byte, text.size()));
+        const auto line = 1 + std::count(text.begin(), end, '\n');
+        throw Error(source + ": line " + std::to_string(line) + ": no JSON: " + reason(error));
     }
-    std::shared_ptr<json_object> root(tree, json_object_put);
-    return {root, tree, path};
 }
 
 void JsonValue::fail(const std::string &what) const { throw Error(place_ + ": " + what); }
 
 std::vector<std::string> JsonValue::keys() const {
-    if (json_object_is_type(value_, json_type_object) == 0) {
+    if (!value_->is_object()) {
         fail("must be an object");
     }
     std::vector<std::string> keys;
-    json_object_object_foreach(value_, key, member) {
-        (void)member;
-        keys.emplace_back(key);
+    for (const auto &member : value_->items()) {
+        keys.push_back(member.key());
     }
     return keys;
 }
@@ -79,49 +86,50 @@ void JsonValue::allow_keys(const std::vector<std::string> &allowed) const {
     }
 }
 
-bool JsonValue::has(const std::string &key) const {
-    return json_object_is_type(value_, json_type_object) != 0 &&
-           json_object_object_get_ex(value_, key.c_str(), nullptr) != 0;
-}
+bool JsonValue::has(const std::string &key) const { return value_->is_object() && value_->contains(key); }
 
 JsonValue JsonValue::at(const std::string &key) const {
     if (!has(key)) {
         fail("key \"" + key + "\" is missing");
     }
-    return {root_, json_object_object_get(value_, key.c_str()), child_place(place_, key)};
+    return {root_, &value_->at(key), child_place(place_, key)};
 }
 
 std::vector<JsonValue> JsonValue::items() const {
-    if (json_object_is_type(value_, json_type_array) == 0) {
+    if (!value_->is_array()) {
         fail("must be an array");
     }
     std::vector<JsonValue> items;
-    for (std::size_t i = 0; i < json_object_array_length(value_); ++i) {
-        items.push_back({root_, json_object_array_get_idx(value_, i), place_ + "[" + std::to_string(i) + "]"});
+    for (const Json &item : *value_) {
+        items.push_back({root_, &item, place_ + "[" + std::to_string(items.size()) + "]"});
     }
     return items;
 }
 
+std::vector<JsonValue> JsonValue::items_of(const std::string &key) const {
+    return has(key) ? at(key).items() : std::vector<JsonValue>();
+}
+
 std::string JsonValue::text() const {
-    if (json_object_is_type(value_, json_type_string) == 0) {
+    if (!value_->is_string()) {
         fail("must be a text");
     }
-    return json_object_get_string(value_);
+    return value_->get<std::string>();
 }
 
 bool JsonValue::boolean() const {
-    if (json_object_is_type(value_, json_type_boolean) == 0) {
+    if (!value_->is_boolean()) {
         fail("must be true or false");
     }
-    return json_object_get_boolean(value_) != 0;
+    return value_->get<bool>();
 }
 
 int JsonValue::integer(int least, int most) const {
-    const auto value = json_object_get_int64(value_);
-    if (json_object_is_type(value_, json_type_int) == 0 || value < least || value > most) {
+    const bool fits = value_->is_number_integer() && *value_ >= least && *value_ <= most;
+    if (!fits) {
         fail("must be a whole number from " + std::to_string(least) + " to " + std::to_string(most));
     }
-    return static_cast<int>(value);
+    return value_->get<int>();
 }
 
 std::string JsonValue::mac() const {
@@ -140,10 +148,14 @@ bool JsonValue::boolean_or(const std::string &key, bool otherwise) const {
     return has(key) ? at(key).boolean() : otherwise;
 }
 
+int JsonValue::integer_or(const std::string &key, int least, int most, int otherwise) const {
+    return has(key) ? at(key).integer(least, most) : otherwise;
+}
+
 std::string JsonValue::mac_or(const std::string &key, const std::string &otherwise) const {
     return has(key) ? at(key).mac() : otherwise;
 }
 
-std::string JsonValue::dump() const { return json_object_to_json_string_ext(value_, JSON_C_TO_STRING_PLAIN); }
+std::string JsonValue::dump() const { return value_->dump(); }
 
 }  // namespace lab

@@ -1,11 +1,10 @@
-// Reading the lab's own JSON files strictly: every mistake is told with the file, the place in it and what is wrong.
+// Reading the lab's own JSON strictly: every mistake is told with the file, the place in it and what is wrong.
 #pragma once
 
 #include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
-
-struct json_object;
 
 namespace lab {
 
@@ -16,6 +15,9 @@ class JsonValue {
 public:
     // Throws Error when the file cannot be read or is no JSON.
     static JsonValue read_file(const std::string &path);
+
+    // The same of a text; `source` is what mistakes name as the file.
+    static JsonValue parse(const std::string &text, const std::string &source);
 
     // The members that an object may have; throws at any other.
     void allow_keys(const std::vector<std::string> &allowed) const;
@@ -30,8 +32,12 @@ public:
     int integer(int least, int most) const;
     std::string mac() const;  // a text of six bytes in hexadecimal with colons
 
+    // The items of an optional array; none when it is not there.
+    std::vector<JsonValue> items_of(const std::string &key) const;
+
     std::string text_or(const std::string &key, const std::string &otherwise) const;
     bool boolean_or(const std::string &key, bool otherwise) const;
+    int integer_or(const std::string &key, int least, int most, int otherwise) const;
     std::string mac_or(const std::string &key, const std::string &otherwise) const;
 
     // The value as JSON on one line.
@@ -40,10 +46,11 @@ public:
     [[noreturn]] void fail(const std::string &what) const;
 
 private:
-    JsonValue(std::shared_ptr<json_object> root, json_object *value, std::string place);
+    JsonValue(std::shared_ptr<const nlohmann::ordered_json> root, const nlohmann::ordered_json *value,
+              std::string place);
 
-    std::shared_ptr<json_object> root_;  // keeps the tree alive
-    json_object *value_;
+    std::shared_ptr<const nlohmann::ordered_json> root_;  // keeps the tree alive
+    const nlohmann::ordered_json *value_;
     std::string place_;  // "FILE: wifi[1].name"
 };
 

@@ -1,7 +1,6 @@
 #include "lab/host/device.h"
 
 #include "lab/common/error.h"
-#include "lab/common/json.h"
 
 namespace lab {
 
@@ -50,40 +49,40 @@ Station read_station(const JsonValue &value) {
 
 }  // namespace
 
-void Device::read(const std::string &path) {
-    const JsonValue file = JsonValue::read_file(path);
+DeviceDescription DeviceDescription::read(const JsonValue &file) {
     file.allow_keys({"easymesh", "role", "base_mac", "controller_mac", "firmware_version", "host_name", "ip", "wifi",
                      "ethernet_links", "stations", "known_devices"});
-    easymesh = file.boolean_or("easymesh", true);
-    role = read_role(file.at("role"));
-    base_mac = file.at("base_mac").mac();
-    controller_mac = file.mac_or("controller_mac", base_mac);
-    firmware_version = short_text(file.at("firmware_version"), 127);
-    host_name = short_text(file.at("host_name"), 127);
-    ip = short_text(file.at("ip"), 127);
-    if (file.has("wifi")) {
-        for (const JsonValue &item : file.at("wifi").items()) {
-            wifi.push_back(read_wifi(item));
-        }
+    DeviceDescription description;
+    description.easymesh = file.boolean_or("easymesh", true);
+    description.role = read_role(file.at("role"));
+    description.base_mac = file.at("base_mac").mac();
+    description.controller_mac = file.mac_or("controller_mac", description.base_mac);
+    description.firmware_version = short_text(file.at("firmware_version"), 127);
+    description.host_name = short_text(file.at("host_name"), 127);
+    description.ip = short_text(file.at("ip"), 127);
+    for (const JsonValue &item : file.items_of("wifi")) {
+        description.wifi.push_back(read_wifi(item));
     }
-    if (file.has("ethernet_links")) {
-        for (const JsonValue &item : file.at("ethernet_links").items()) {
-            ethernet_links.push_back(read_link(item));
-        }
+    for (const JsonValue &item : file.items_of("ethernet_links")) {
+        description.ethernet_links.push_back(read_link(item));
     }
     if (file.has("stations")) {
         const JsonValue by_interface = file.at("stations");
         for (const std::string &name : by_interface.keys()) {
             for (const JsonValue &item : by_interface.at(name).items()) {
-                stations[name].push_back(read_station(item));
+                description.stations[name].push_back(read_station(item));
             }
         }
     }
-    if (file.has("known_devices")) {
-        for (const JsonValue &item : file.at("known_devices").items()) {
-            known_devices.push_back(item.mac());
-        }
+    for (const JsonValue &item : file.items_of("known_devices")) {
+        description.known_devices.push_back(item.mac());
     }
+    return description;
+}
+
+void Device::become(DeviceDescription description) {
+    const std::lock_guard guard(lock);
+    static_cast<DeviceDescription &>(*this) = std::move(description);
 }
 
 }  // namespace lab

@@ -1,11 +1,13 @@
-// The device that the host stands in for, as its description file tells it. The platform functions read it on several
-// threads and configWlanEnable changes it, so every access but the first reading holds its lock.
+// The device that the host stands in for, as its description tells it. The platform functions read it on several
+// threads, configWlanEnable changes it and a mesh replaces it, so every access holds its lock.
 #pragma once
 
 #include <map>
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include "lab/common/json.h"
 
 namespace lab {
 
@@ -30,7 +32,7 @@ struct Station {
     std::string mesh_al_mac;  // of the mesh device that it is an interface of; empty for a client
 };
 
-struct Device {
+struct DeviceDescription {
     bool easymesh = true;
     std::string role;  // "1" Controller, "2" Agent
     std::string base_mac;
@@ -42,10 +44,15 @@ struct Device {
     std::vector<EthernetLink> ethernet_links;
     std::map<std::string, std::vector<Station>> stations;  // by Wi-Fi interface name
     std::vector<std::string> known_devices;                // AL MACs
+
+    // Throws Error with file, place and what is wrong.
+    static DeviceDescription read(const JsonValue &file);
+};
+
+struct Device : DeviceDescription {
     std::mutex lock;
 
-    // Fills this device; throws Error with file, place and what is wrong.
-    void read(const std::string &path);
+    void become(DeviceDescription description);
 };
 
 // The one device of this process.

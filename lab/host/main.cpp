@@ -1,6 +1,6 @@
-// The stand-alone host: loads the module as the gateway's monitoring daemon does, gives it the platform's functions
-// from a device description (lab/host/platform.cpp) and runs the timer service. The timer thread is this program's own;
-// the module's receiver thread runs beside it.
+// The host: loads the module as the gateway's monitoring daemon does, gives it the platform's functions from a device
+// description (lab/host/platform.cpp) and runs the timer service. The description comes from a file, or from a mesh,
+// which then also sets the pace. The timer thread is this program's own; the module's receiver thread runs beside it.
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -10,8 +10,9 @@
 #include <iostream>
 
 #include "lab/common/error.h"
+#include "lab/common/summary.h"
 #include "lab/host/device.h"
-#include "lab/host/summary.h"
+#include "lab/host/mesh_link.h"
 #include "lab/host/timer.h"
 #include "platform/lanmon.h"
 
@@ -19,6 +20,7 @@ namespace {
 
 struct Options {
     std::string device;
+    std::string mesh;
     std::string module;
     std::string files_at = "/tmp";
     double unit_seconds = 1.0;
@@ -51,21 +53,42 @@ void load_module(const std::string &path) {
 // At once, whatever the threads are doing.
 void end_on_signal(int signal) { _exit(128 + signal); }
 
+void run_alone(const Options &options) {
+    lab::device.become(lab::DeviceDescription::read(lab::JsonValue::read_file(options.device)));
+    load_module(options.module);
+    lab::FileReader files("/tmp");
+    lab::run_timer(std::chrono::duration<double>(options.unit_seconds), options.cycles, [&](unsigned cycle) {
+        const lab::CycleSummary summary = files.read();
+        const std::string where = summary.files_written == 0 ? "" : " in " + options.files_at;
+        std::cout << "cycle " << cycle << ": " << summary.text() << where << std::endl;
+    });
+}
+
+void run_in_mesh(const Options &options) {
+    lab::MeshLink link(options.mesh);
+    lab::mesh_link = &link;
+    load_module(options.module);
+    link.run();
+}
+
 void run(const Options &options) {
-    lab::device.read(options.device);
     std::signal(SIGINT, end_on_signal);
     std::signal(SIGTERM, end_on_signal);
-    load_module(options.module);
-    lab::CycleSummary summary(options.files_at);
-    lab::run_timer(std::chrono::duration<double>(options.unit_seconds), options.cycles,
-                   [&summary](unsigned cycle) { std::cout << summary.line(cycle) << std::endl; });
+    if (options.mesh.empty()) {
+        run_alone(options);
+    } else {
+        run_in_mesh(options);
+    }
 }
 
 int parse_and_run(int argc, char **argv) {
     Options options;
     options.module = default_module();
-    CLI::App app("Stand-alone host of the 1905 module: one device from a description file.", "qo1905-host");
-    app.add_option("DEVICE", options.device, "Device description, JSON")->required();
+    CLI::App app("Host of the 1905 module: one device, from a description file or as part of a mesh.", "qo1905-host");
+    auto *what = app.add_option_group("what");
+    what->add_option("DEVICE", options.device, "Device description, JSON");
+    what->add_option("--mesh", options.mesh, "Socket of the mesh that this device is part of");
+    what->require_option(1);
     app.add_option("--module", options.module, "Module to load")->capture_default_str();
     app.add_option("--unit", options.unit_seconds, "Seconds in one unit of the timer service; a cycle takes 20")
         ->capture_default_str()

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "lab/host/device.h"
+#include "lab/host/mesh_link.h"
 #include "platform/helpers.h"
 #include "platform/lanmon.h"
 #include "platform/mcfg.h"
@@ -30,7 +31,7 @@ void fill_field(char (&field)[N], const std::string &text) {
     (void)std::snprintf(field, N, "%s", text.c_str());
 }
 
-int tell(char *buffer, int size, const std::string lab::Device::*member) {
+int tell(char *buffer, int size, const std::string lab::DeviceDescription::*member) {
     const std::lock_guard guard(device.lock);
     return fill(buffer, size, device.*member);
 }
@@ -156,6 +157,9 @@ int configWlanEnable(int instance, int enable, const char *dat_path, const char 
             wifi.status = wifi.enable ? "Up" : "Down";
             std::printf("host: %s switched %s (%s, prefix %s)\n", wifi.name.c_str(), wifi.enable ? "on" : "off",
                         dat_path, prefix);
+            if (lab::mesh_link != nullptr) {
+                lab::mesh_link->tell_switched(instance, wifi.enable);
+            }
             return kSuccess;
         }
     }

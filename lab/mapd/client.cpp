@@ -75,10 +75,9 @@ bool hand_on_event(const Connection &connection) {
     if (size <= 0) {
         return true;
     }
-    // A module that does not keep up loses events, as on any datagram socket.
-    const ssize_t sent =
-        send(connection.our_end, event.data(), static_cast<std::size_t>(size), MSG_DONTWAIT | MSG_NOSIGNAL);
-    return sent >= 0 || errno == EAGAIN || errno == EMSGSIZE;
+    // Waits for a module that does not keep up: what it has not taken waits at the daemon.
+    const ssize_t sent = send(connection.our_end, event.data(), static_cast<std::size_t>(size), MSG_NOSIGNAL);
+    return sent >= 0 || errno == EMSGSIZE;
 }
 
 void serve(const std::shared_ptr<Connection> &connection) {

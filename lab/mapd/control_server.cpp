@@ -110,13 +110,18 @@ std::string ControlServer::transmit(const std::vector<std::string> &words) {
     return "OK\n";
 }
 
-void ControlServer::broadcast(std::string_view event) {
+Delivery ControlServer::broadcast(std::string_view event) {
+    Delivery delivery = Delivery::kNobody;
     for (auto client = clients_.begin(); client != clients_.end();) {
         const ssize_t sent = sendto(fd_, event.data(), event.size(), MSG_DONTWAIT | MSG_NOSIGNAL, as_address(*client),
                                     static_cast<socklen_t>(client->size()));
         const bool gone = sent < 0 && (errno == ECONNREFUSED || errno == ENOENT);
+        if (!gone) {
+            delivery = sent >= 0 && delivery != Delivery::kBusy ? Delivery::kDone : Delivery::kBusy;
+        }
         client = gone ? clients_.erase(client) : std::next(client);
     }
+    return delivery;
 }
 
 }  // namespace lab

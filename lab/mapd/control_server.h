@@ -17,8 +17,10 @@ public:
     virtual bool dump_topology() = 0;  // writes the dump; false when it could not
     virtual void send_higher_layer_data(const std::string &destination, std::uint8_t protocol,
                                         const std::string &payload) = 0;
-    virtual void block_acl(const std::vector<std::string> &words) = 0;
+    virtual void block_acl(const std::vector<std::string> &words) = 0;  // what stands after the command
 };
+
+enum class Delivery { kDone, kNobody, kBusy };
 
 class ControlServer {
 public:
@@ -28,11 +30,15 @@ public:
     ControlServer(const ControlServer &) = delete;
     ControlServer &operator=(const ControlServer &) = delete;
 
+    // To wait on for requests.
+    int fd() const { return fd_; }
+
     // Waits for a request and answers it; returns after the time-out at the latest.
     void serve_once(int timeout_ms);
 
-    // Sends an event to every attached client. A client that is gone is forgotten; one that does not keep up loses it.
-    void broadcast(std::string_view event);
+    // Sends an event to every attached client. A client that is gone is forgotten. With kBusy some client does not keep
+    // up and has not got it.
+    Delivery broadcast(std::string_view event);
 
 private:
     std::string answer(const std::vector<std::string> &words, const std::string &sender);

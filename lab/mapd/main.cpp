@@ -32,7 +32,7 @@ void serve(const Options &options) {
     while (stopping == 0) {
         server.serve_once(kPollMs);
         for (const std::string &report : service.due_reports()) {
-            server.broadcast(lab::encode_higher_layer_event(kProtocol, report));
+            (void)server.broadcast(lab::encode_higher_layer_event(kProtocol, report));
         }
     }
 }

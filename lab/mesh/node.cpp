@@ -1,0 +1,271 @@
+#include "lab/mesh/node.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+
+#include "lab/common/error.h"
+#include "lab/mapd/wire.h"
+
+namespace lab {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uint8_t kProtocol = 1;
+constexpr std::size_t kMaxEventsToSend = 10000;
+constexpr auto kRetry = std::chrono::milliseconds(5);
+constexpr std::size_t kMaxLog = std::size_t{16} << 20U;
+constexpr std::size_t kLastWords = 5;
+constexpr const char *kRebootMark = "/run/rebooting";  // left by lab/programs/reboot
+
+std::string lower_case(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
+}  // namespace
+
+Node::Node(asio::io_context &io, NodeEvents &events, const NodeSetup &setup, std::size_t index, std::string name)
+    : io_(io),
+      events_(events),
+      setup_(setup),
+      index_(index),
+      name_(std::move(name)),
+      folder_(setup.folder + "/devices/" + name_),
+      acceptor_(io),
+      requests_(io),
+      retry_(io) {}
+
+Node::~Node() { stop(); }
+
+// --- the host in its sandbox ---
+
+void Node::start() {
+    stop();
+    for (const char *part : {"/tmp", "/run", "/dnsmasq", "/rc.d"}) {
+        fs::remove_all(folder_ + part);
+        fs::create_directories(folder_ + part);
+    }
+    log_.open(folder_ + "/host.log", std::ios::app);
+    files_ = std::make_unique<FileReader>(folder_ + "/tmp");
+    start_daemon();
+    listen();
+    const std::string programs = setup_.project + "/lab/programs";
+    const std::vector<std::string> command = {setup_.project + "/lab/sandbox.sh",
+                                              "--strict",
+                                              "--root",
+                                              folder_,
+                                              "--programs",
+                                              programs,
+                                              "--programs",
+                                              setup_.build + "/programs",
+                                              "--",
+                                              setup_.build + "/qo1905-host",
+                                              "--mesh",
+                                              "/run/lab.sock",
+                                              "--log-level",
+                                              std::to_string(setup_.log_level)};
+    process_ = std::make_unique<Process>(io_, command, [this](const std::string &line) { log(line); });
+}
+
+void Node::stop() {
+    process_.reset();
+    asio::error_code ignored;
+    (void)acceptor_.close(ignored);
+    if (link_) {
+        link_->close();
+        link_.reset();
+    }
+    stop_daemon();
+    log_.close();
+    is_ready_ = false;
+    is_busy_ = false;
+    owed_cycle_ = 0;
+    last_description_.clear();
+}
+
+void Node::look_for_end() {
+    int status = 0;
+    if (!process_ || !process_->has_ended(status)) {
+        return;
+    }
+    const bool reboots = fs::exists(folder_ + kRebootMark);
+    stop();
+    events_.ended(*this, reboots ? NodeEnd::kReboot : NodeEnd::kDied);
+}
+
+// A line that a host says goes into its log, which begins anew when it gets long.
+void Node::log(const std::string &line) {
+    last_words_.push_back(line);
+    if (last_words_.size() > kLastWords) {
+        last_words_.pop_front();
+    }
+    log_size_ += line.size() + 1;
+    if (log_size_ > kMaxLog) {
+        log_.close();
+        log_.open(folder_ + "/host.log", std::ios::trunc);
+        log_size_ = line.size() + 1;
+    }
+    log_ << line << std::endl;
+    events_.said(*this, line);
+}
+
+// --- the link to the host ---
+
+void Node::listen() {
+    acceptor_ = asio::local::stream_protocol::acceptor(io_, folder_ + "/run/lab.sock");
+    acceptor_.async_accept([this](const asio::error_code &error, LineLink::Socket socket) {
+        if (error) {
+            return;
+        }
+        link_ = std::make_shared<LineLink>(std::move(socket));
+        link_->open([this](const std::string &line) { hear(line); }, [] {});
+        update();
+    });
+}
+
+void Node::update() {
+    if (!link_) {
+        return;
+    }
+    std::string description = events_.description_for(*this);
+    if (description != last_description_) {
+        link_->send(description);
+        last_description_ = std::move(description);
+    }
+}
+
+void Node::tick(unsigned cycle) {
+    if (!is_ready_) {
+        return;
+    }
+    if (is_busy_) {
+        owed_cycle_ = cycle;
+        return;
+    }
+    is_busy_ = true;
+    update();
+    link_->send(R"({"tick": )" + std::to_string(cycle) + "}");
+}
+
+void Node::hear(const std::string &line) {
+    try {
+        const nlohmann::json said = nlohmann::json::parse(line);
+        if (said.contains("ready")) {
+            is_ready_ = true;
+            events_.ready(*this);
+        } else if (said.contains("cycle")) {
+            hear_cycle(said);
+        } else {
+            events_.switched(*this, said.at("instance"), said.at("enable"));
+        }
+    } catch (const nlohmann::json::exception &error) {
+        log("the mesh did not understand " + line + ": " + error.what());
+    }
+}
+
+void Node::hear_cycle(const nlohmann::json &said) {
+    CycleReport report;
+    report.cycle = said.value("cycle", 0U);
+    report.resident_kb = said.value("resident_kb", 0L);
+    report.heap_bytes = said.value("heap_bytes", 0L);
+    report.descriptors = said.value("descriptors", 0);
+    report.threads = said.value("threads", 0);
+    report.files = files_->read();
+    is_busy_ = false;
+    const unsigned owed = owed_cycle_;
+    owed_cycle_ = 0;
+    if (owed != 0) {
+        tick(owed);
+    }
+    events_.cycle_done(*this, report);
+}
+
+void Node::write_leases(const std::string &text) const {
+    const std::string path = folder_ + "/dnsmasq/dnsmasq.leases";
+    if (text.empty()) {
+        fs::remove(path);
+        return;
+    }
+    std::ofstream(path + ".new") << text;
+    fs::rename(path + ".new", path);
+}
+
+// --- the multi-AP daemon's side ---
+
+void Node::start_daemon() {
+    server_ = std::make_unique<ControlServer>(folder_ + "/tmp/mapd_ctrl", *this);
+    requests_.assign(dup(server_->fd()));
+    serve_requests();
+}
+
+void Node::stop_daemon() {
+    asio::error_code ignored;
+    (void)requests_.close(ignored);
+    server_.reset();
+    retry_.cancel();
+    events_to_send_.clear();
+}
+
+void Node::serve_requests() {
+    requests_.async_wait(asio::posix::descriptor_base::wait_read, [this](const asio::error_code &error) {
+        if (!error && server_) {
+            server_->serve_once(0);
+            serve_requests();
+        }
+    });
+}
+
+bool Node::dump_topology() {
+    std::ofstream file(folder_ + "/tmp/dump.txt", std::ios::binary | std::ios::trunc);
+    file << events_.dump_for(*this);
+    file.close();
+    return !file.fail();
+}
+
+void Node::send_higher_layer_data(const std::string &destination, std::uint8_t /*protocol*/,
+                                  const std::string &payload) {
+    events_.transmit(*this, lower_case(destination), payload);
+}
+
+// "2 1 STATION BSSID" puts a station on the list, "2 0 0 STATION BSSID" takes it off.
+void Node::block_acl(const std::vector<std::string> &words) {
+    if (words.size() == 4 && words[0] == "2" && words[1] == "1") {
+        events_.block(*this, lower_case(words[2]), true);
+    } else if (words.size() == 5 && words[0] == "2" && words[1] == "0" && words[2] == "0") {
+        events_.block(*this, lower_case(words[3]), false);
+    }
+}
+
+Delivery Node::deliver(const std::string &payload) {
+    if (!server_ || events_to_send_.size() >= kMaxEventsToSend) {
+        return Delivery::kNobody;
+    }
+    const std::string event = encode_higher_layer_event(kProtocol, payload);
+    const Delivery delivery = events_to_send_.empty() ? server_->broadcast(event) : Delivery::kBusy;
+    if (delivery == Delivery::kBusy) {
+        events_to_send_.push_back(event);
+        if (events_to_send_.size() == 1) {
+            flush_events();
+        }
+    }
+    return delivery;
+}
+
+void Node::flush_events() {
+    retry_.expires_after(kRetry);
+    retry_.async_wait([this](const asio::error_code &error) {
+        if (error || !server_) {
+            return;
+        }
+        while (!events_to_send_.empty() && server_->broadcast(events_to_send_.front()) != Delivery::kBusy) {
+            events_to_send_.pop_front();
+        }
+        if (!events_to_send_.empty()) {
+            flush_events();
+        }
+    });
+}
+
+}  // namespace lab

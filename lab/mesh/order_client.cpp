@@ -1,0 +1,74 @@
+#include "lab/mesh/order_client.h"
+
+#include <asio.hpp>
+#include <nlohmann/json.hpp>
+
+#include "lab/common/error.h"
+#include "lab/mesh/lab_folder.h"
+
+namespace lab {
+namespace {
+
+using Stream = asio::local::stream_protocol;
+
+bool connect_to_lab(Stream::socket &socket, const std::string &folder) {
+    asio::error_code error;
+    (void)socket.connect(Stream::endpoint(folder + kOrderSocket), error);
+    return !error;
+}
+
+// A lab that was killed answers nobody.
+std::vector<std::string> running_labs() {
+    asio::io_context io;
+    std::vector<std::string> folders;
+    for (const std::string &folder : lab_folders()) {
+        Stream::socket socket(io);
+        if (connect_to_lab(socket, folder)) {
+            folders.push_back(folder);
+        }
+    }
+    return folders;
+}
+
+}  // namespace
+
+std::string find_lab() {
+    const std::vector<std::string> folders = running_labs();
+    if (folders.empty()) {
+        throw Error("no lab is running; ./dev run starts one");
+    }
+    if (folders.size() > 1) {
+        std::string text = "several labs are running; choose one with --lab:";
+        for (const std::string &folder : folders) {
+            text += ' ' + folder;
+        }
+        throw Error(text);
+    }
+    return folders[0];
+}
+
+std::string give_order(const std::string &folder, const std::string &order, const std::vector<std::string> &words) {
+    asio::io_context io;
+    Stream::socket socket(io);
+    if (!connect_to_lab(socket, folder)) {
+        throw Error(folder + ": no lab answers there");
+    }
+    const nlohmann::json request = {{"order", order}, {"words", words}};
+    std::string text;
+    try {
+        (void)asio::write(socket, asio::buffer(request.dump() + '\n'));
+        const std::size_t size = asio::read_until(socket, asio::dynamic_buffer(text), '\n');
+        const nlohmann::json reply = nlohmann::json::parse(text.substr(0, size));
+        text = reply.at("text");
+        if (reply.at("ok")) {
+            return text;
+        }
+    } catch (const nlohmann::json::type_error &) {
+        throw Error("words have to be UTF-8");
+    } catch (const std::exception &error) {
+        throw Error(folder + ": the lab gave no answer: " + error.what());
+    }
+    throw Refusal(text);
+}
+
+}  // namespace lab
