@@ -124,6 +124,8 @@ int run(RunOptions options) {
     asio::io_context io;
     const EndSignals end(io);
     const lab::LabFolder folder(options.keep);
+    // Every process of this lab can be told by it, whatever it becomes.
+    (void)setenv("QO1905_LAB", folder.path().c_str(), 1);
     const int status = run_mesh(io, std::move(scenario), folder.path(), options);
     wait_for_sandboxes();
     return end.signal() != 0 ? kSignalled + end.signal() : std::max(status, 0);

@@ -1,0 +1,748 @@
+// Whole meshes, end to end: the real module in real processes, judged by what its files say. The worlds that the files
+// are compared with are read from the scenarios by this test's own code.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <httplib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <thread>
+
+using nlohmann::json;
+using testing::AllOf;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+using Words = std::vector<std::string>;
+
+const std::string kLab = QO1905_BINARY_DIR "/qo1905-lab";
+const std::string kSandbox = QO1905_SOURCE_DIR "/lab/sandbox.sh";
+const std::string kScenarios = QO1905_SOURCE_DIR "/lab/scenarios/";
+
+const char kTv[] = "02:57:00:00:00:14";
+const char kPhoneBen[] = "02:57:00:00:00:15";
+const char kTablet[] = "02:57:00:00:00:16";
+const char kWeather[] = "02:57:00:00:00:22";
+const char kLaptopBen[] = "02:57:00:00:00:23";
+const char kPhoneAnna[] = "02:57:00:00:00:24";
+
+std::string read_file(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+bool wait_until(const std::function<bool()> &condition, std::chrono::seconds limit = 20s) {
+    const auto end = Clock::now() + limit;
+    while (Clock::now() < end) {
+        if (condition()) {
+            return true;
+        }
+        std::this_thread::sleep_for(20ms);
+    }
+    return condition();
+}
+
+// A program with its output and errors in a file.
+class Program {
+public:
+    Program(const Words &words, std::string output) : output_(std::move(output)) {
+        std::vector<char *> arguments;
+        for (const std::string &word : words) {
+            arguments.push_back(const_cast<char *>(word.c_str()));
+        }
+        arguments.push_back(nullptr);
+        pid_ = fork();
+        if (pid_ == 0) {
+            const int file = open(output_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+            dup2(file, STDOUT_FILENO);
+            dup2(file, STDERR_FILENO);
+            execvp(arguments[0], arguments.data());
+            _exit(127);
+        }
+    }
+    ~Program() { end(SIGINT); }
+    Program(const Program &) = delete;
+    Program &operator=(const Program &) = delete;
+
+    // Its exit status, or 128 and the signal that ended it.
+    int wait() {
+        int status = 0;
+        if (pid_ > 0 && waitpid(pid_, &status, 0) == pid_) {
+            pid_ = -1;
+            status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        }
+        return status_;
+    }
+    int end(int signal) {
+        if (pid_ > 0) {
+            kill(pid_, signal);
+        }
+        return wait();
+    }
+    pid_t pid() const { return pid_; }
+    std::string output() const { return read_file(output_); }
+
+private:
+    std::string output_;
+    pid_t pid_ = -1;
+    int status_ = -1;
+};
+
+struct Result {
+    int status;
+    std::string output;
+};
+
+std::string next_file() {
+    static int number = 0;
+    return "output" + std::to_string(++number) + ".txt";
+}
+
+Result run(const Words &words) {
+    Program program(words, next_file());
+    const int status = program.wait();
+    return {status, program.output()};
+}
+
+// Every process that the lab with this folder has brought into being.
+Words processes_of(const std::string &folder) {
+    Words found;
+    for (const auto &entry : fs::directory_iterator("/proc")) {
+        const std::string environment = read_file(entry.path().string() + "/environ");
+        if (environment.find("QO1905_LAB=" + folder) != std::string::npos) {
+            found.push_back(read_file(entry.path().string() + "/cmdline"));
+        }
+    }
+    return found;
+}
+
+json &named(json &list, const char *key, const std::string &name) {
+    for (json &item : list) {
+        if (item[key] == name) {
+            return item;
+        }
+    }
+    throw std::runtime_error(name + " is not there");
+}
+
+class Lab {
+public:
+    explicit Lab(const Words &words, const Words &before = {})
+        : Lab(Program_words{[&] {
+              Words all = before;
+              all.insert(all.end(), {kLab, "run"});
+              all.insert(all.end(), words.begin(), words.end());
+              return all;
+          }()}) {}
+
+    const std::string &folder() const { return folder_; }
+    std::string output() const { return program_.output(); }
+    int wait() { return program_.wait(); }
+    int end(int signal) { return program_.end(signal); }
+    pid_t pid() const { return program_.pid(); }
+
+    Result order(Words words) const {
+        words.insert(words.begin(), {kLab, "--lab", folder_});
+        return run(words);
+    }
+    json data() const { return json::parse(order({"status", "--json"}).output); }
+    json device(const std::string &name) const {
+        json all = data();
+        return named(all["devices"], "name", name);
+    }
+    std::string file(const std::string &device, const std::string &name) const {
+        return read_file(folder_ + "/devices/" + device + '/' + name);
+    }
+    // The data model; null while it is being written.
+    json model(const std::string &device) const { return json::parse(file(device, "tmp/qo1905.json"), nullptr, false); }
+
+    bool wait_for_cycles(const std::string &name, int more) const {
+        const int before = device(name)["cycles"];
+        return wait_until([&] { return device(name)["cycles"] >= before + more; });
+    }
+
+private:
+    struct Program_words {
+        Words words;
+    };
+    explicit Lab(const Program_words &words) : program_(words.words, next_file()) {
+        wait_until([this] {
+            const std::string text = output();
+            const std::size_t at = text.find("everything is in ");
+            const std::size_t end = text.find(';', at);
+            folder_ = at == std::string::npos || end == std::string::npos ? "" : text.substr(at + 17, end - at - 17);
+            return !folder_.empty();
+        });
+        if (folder_.empty()) {
+            throw std::runtime_error("no lab: " + output());
+        }
+    }
+
+    Program program_;
+    std::string folder_;
+};
+
+// ---- what the files say ----
+
+struct Seen {
+    int rate;
+    int signal;
+    std::string device;  // AL MAC
+};
+
+std::vector<json> remote_devices(const json &model) {
+    std::vector<json> devices;
+    if (model.is_discarded()) {  // just being written
+        return devices;
+    }
+    const json topology = model.value("/Device/X_0A3C5E_IEEE1905/AL/NetworkTopology"_json_pointer, json::object());
+    for (const auto &[key, value] : topology.items()) {
+        if (key.rfind("IEEE1905Device.", 0) == 0) {
+            devices.push_back(value);
+        }
+    }
+    return devices;
+}
+
+// The Wi-Fi stations of a data model by MAC.
+std::map<std::string, Seen> stations_in(const json &model) {
+    std::map<std::string, Seen> stations;
+    for (const json &device : remote_devices(model)) {
+        for (const auto &[key, value] : device.items()) {
+            if (key.rfind("NonIEEE1905Neighbor.", 0) == 0 && value.contains("RATE")) {
+                stations[value["NeighborInterfaceId"]] = {value["RATE"], value["RSSI"], device["IEEE1905Id"]};
+            }
+        }
+    }
+    return stations;
+}
+
+// The lines of an association list by MAC.
+std::map<std::string, std::string> lines_by_mac(const std::string &text) {
+    std::map<std::string, std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines[line.substr(0, 17)] = line;
+    }
+    return lines;
+}
+
+json read_scenario(const std::string &name) { return json::parse(read_file(kScenarios + name + ".json")); }
+
+// ---- the tests ----
+
+class MeshTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (run({kSandbox, "--probe"}).status != 0) {
+            GTEST_SKIP() << "this machine denies namespaces, and a mesh needs a sandbox per device";
+        }
+        std::string folder = testing::TempDir() + "qo1905-mesh-test.XXXXXX";
+        ASSERT_NE(mkdtemp(folder.data()), nullptr);
+        fs::current_path(folder);
+        own_folder_ = folder;
+    }
+    void TearDown() override {
+        fs::current_path("/");
+        if (!own_folder_.empty()) {
+            fs::remove_all(own_folder_);
+        }
+    }
+
+    static std::string write_scenario(const json &scenario) {
+        std::ofstream("scenario.json") << scenario;
+        return fs::absolute("scenario.json");
+    }
+
+    static void expect_nothing_left(const std::string &folder) {
+        EXPECT_THAT(processes_of(folder), IsEmpty());
+        EXPECT_FALSE(fs::exists(folder));
+    }
+
+private:
+    std::string own_folder_;
+};
+
+TEST_F(MeshTest, AfterTwoCyclesTheModelAgreesWithTheWorld) {
+    Lab lab({"home", "--still", "--cycles", "2", "--keep"});
+    ASSERT_EQ(lab.wait(), 0) << lab.output();
+    std::string kept = lab.folder();
+    kept.replace(kept.find("-lab."), 5, "-kept.");
+    const std::string folder = kept + "/devices/gateway/tmp/";
+    const json model = json::parse(read_file(folder + "qo1905.json"));
+    const std::string low = read_file(folder + "ecnt_agent_assoc_list.24g");
+    const std::string high = read_file(folder + "ecnt_agent_assoc_list.5g");
+    fs::remove_all(kept);
+
+    json scenario = read_scenario("home");
+    const std::vector<json> devices = remote_devices(model);
+    ASSERT_EQ(devices.size(), 2U);
+    for (std::size_t i = 0; i < devices.size(); ++i) {
+        const json &expected = scenario["devices"][i + 1];
+        EXPECT_EQ(devices[i]["IEEE1905Id"], expected["al_mac"]);
+        EXPECT_EQ(devices[i]["FirmwareVersion"], expected["firmware_version"]);
+        EXPECT_EQ(devices[i]["Hostname"], expected["name"]);
+        EXPECT_EQ(devices[i]["DeviceIP"], expected.value("lease_ip", expected["ip"]));
+    }
+    const auto stations = stations_in(model);
+    std::size_t with_agents = 0;
+    for (const json &station : scenario["stations"]) {
+        const std::string mac = station["mac"];
+        const std::string where = station["device"];
+        if (where == "gateway") {  // its own stations are no remote device's
+            EXPECT_EQ(stations.count(mac), 0U) << mac;
+            continue;
+        }
+        ++with_agents;
+        ASSERT_EQ(stations.count(mac), 1U) << mac;
+        EXPECT_EQ(stations.at(mac).rate, station["rate"]) << mac;
+        EXPECT_EQ(stations.at(mac).signal, station["signal"]) << mac;
+        EXPECT_EQ(stations.at(mac).device, named(scenario["devices"], "name", where)["al_mac"]) << mac;
+        const bool is_high = station["band"] == "5 GHz";
+        const auto lines = lines_by_mac(is_high ? high : low);
+        ASSERT_EQ(lines.count(mac), 1U) << mac;
+        std::istringstream line(lines.at(mac));
+        std::string column;
+        int rate = 0, signal = 0, zero = 0, level = 0;
+        std::string interface;
+        line >> column >> rate >> signal >> zero >> level >> interface;
+        EXPECT_EQ(rate, station["rate"]) << mac;
+        EXPECT_EQ(signal, station["signal"]) << mac;
+        EXPECT_EQ(interface, is_high ? "rai0" : "ra0") << mac;
+        EXPECT_EQ(lines_by_mac(is_high ? low : high).count(mac), 0U) << mac;
+    }
+    EXPECT_EQ(stations.size(), with_agents);
+    EXPECT_EQ(lines_by_mac(low).size() + lines_by_mac(high).size(), with_agents);
+}
+
+TEST_F(MeshTest, ARoamingStationMovesWithinTwoCycles) {
+    const Lab lab({"home", "--still", "--speed", "50"});
+    ASSERT_TRUE(wait_until([&] { return stations_in(lab.model("gateway")).count(kTablet) != 0; }));
+    EXPECT_EQ(stations_in(lab.model("gateway"))[kTablet].device, "02:0a:00:00:00:01");
+    const Result moved = lab.order({"move", kTablet, "attic"});
+    EXPECT_EQ(moved.output, std::string(kTablet) + " is on attic rai0\n");
+    ASSERT_TRUE(lab.wait_for_cycles("gateway", 2));
+    EXPECT_EQ(stations_in(lab.model("gateway"))[kTablet].device, "02:0b:00:00:00:01");
+    // The attic is on channel 36: the line stands among its stations, behind living-room's.
+    EXPECT_THAT(lines_by_mac(lab.file("gateway", "tmp/ecnt_agent_assoc_list.5g"))[kTablet], HasSubstr(" 369"));
+}
+
+TEST_F(MeshTest, AStationThatLeftIsGone) {
+    json scenario = read_scenario("home");
+    scenario["pace"] = {{"roam", 0}, {"leave", 100}, {"come_back", 0}};
+    for (json &station : scenario["stations"]) {
+        station["stays"] = station["mac"] != kTablet;
+    }
+    const Lab lab({write_scenario(scenario), "--speed", "50"});
+    ASSERT_TRUE(wait_until([&] { return lab.device("gateway")["cycles"] >= 2; }));
+    const auto stations = stations_in(lab.model("gateway"));
+    EXPECT_EQ(stations.count(kTablet), 0U);
+    EXPECT_EQ(stations.count(kTv), 1U);
+    EXPECT_EQ(lines_by_mac(lab.file("gateway", "tmp/ecnt_agent_assoc_list.5g")).count(kTablet), 0U);
+    EXPECT_THAT(lab.file("gateway", "dnsmasq/dnsmasq.leases"), AllOf(HasSubstr(kTv), Not(HasSubstr(kTablet))));
+}
+
+// A Controller tells all Agents the state of its own interfaces every cycle; here it has none that is called rai0.
+TEST_F(MeshTest, APayloadSwitchesAnInterfaceOffAndOn) {
+    json scenario = read_scenario("home");
+    scenario["devices"][0]["radios"][1]["bss"][0]["interface"] = "rai3";
+    const Lab lab({write_scenario(scenario), "--still", "--speed", "50"});
+    ASSERT_TRUE(wait_until([&] { return stations_in(lab.model("gateway")).count(kTv) != 0; }));
+    const std::string order = R"({"SrcAlMac": "02:c0:00:00:00:01", "Interface": "rai0", "Enable": )";
+    EXPECT_EQ(lab.order({"send", "living-room", order + "\"false\"}"}).status, 0);
+    ASSERT_TRUE(wait_until([&] { return lab.device("living-room")["off"] == json({"rai0"}); }));
+    ASSERT_TRUE(lab.wait_for_cycles("gateway", 2));
+    auto stations = stations_in(lab.model("gateway"));
+    for (const char *mac : {kTv, kPhoneBen, kTablet}) {
+        EXPECT_EQ(stations.count(mac), 0U) << mac;
+    }
+    EXPECT_EQ(stations.count("02:57:00:00:00:11"), 1U) << "2.4 GHz stays";
+    EXPECT_EQ(stations.count(kPhoneAnna), 1U) << "the other Agent stays, uplink and all";
+    EXPECT_EQ(lab.order({"send", "living-room", order + "\"true\"}"}).status, 0);
+    ASSERT_TRUE(wait_until([&] { return lab.device("living-room")["off"].empty(); }));
+    ASSERT_TRUE(lab.wait_for_cycles("gateway", 2));
+    stations = stations_in(lab.model("gateway"));
+    for (const char *mac : {kTv, kPhoneBen, kTablet}) {
+        EXPECT_EQ(stations.count(mac), 1U) << mac;
+    }
+}
+
+TEST_F(MeshTest, WhatIsSwitchedAtTheControllerIsSwitchedEverywhere) {
+    const Lab lab({"home", "--still", "--speed", "50"});
+    ASSERT_TRUE(wait_until([&] { return stations_in(lab.model("gateway")).count(kTv) != 0; }));
+    EXPECT_EQ(lab.order({"wifi", "gateway", "rai0", "off"}).output, "gateway switches rai0 off\n");
+    EXPECT_TRUE(wait_until([&] {
+        return lab.device("living-room")["off"] == json({"rai0"}) && lab.device("attic")["off"] == json({"rai0"});
+    }));
+    EXPECT_TRUE(wait_until([&] { return stations_in(lab.model("gateway")).count(kTv) == 0; }));
+    EXPECT_EQ(lab.order({"wifi", "gateway", "rai0", "on"}).status, 0);
+    EXPECT_TRUE(wait_until([&] { return stations_in(lab.model("gateway")).count(kTv) == 1; }));
+}
+
+TEST_F(MeshTest, ABlockListThrowsStationsOffUntilTheyAreTakenFromIt) {
+    const Lab lab({"home", "--still", "--speed", "50"});
+    ASSERT_TRUE(wait_until([&] { return stations_in(lab.model("gateway")).count(kPhoneAnna) != 0; }));
+    const std::string order = R"({"SrcAlMac": "02:c0:00:00:00:01", "Interface": "rai0", "Enable": "true", )";
+    const std::string list = R"("FilterLists": "02-57-00-00-00-24,02:57:00:00:00:22"})";
+    EXPECT_EQ(lab.order({"send", "attic", order + R"("FilterMode": 0, )" + list}).status, 0);
+    ASSERT_TRUE(wait_until([&] { return lab.device("attic")["blocked"] == json({kWeather, kPhoneAnna}); }));
+    ASSERT_TRUE(lab.wait_for_cycles("gateway", 2));
+    auto stations = stations_in(lab.model("gateway"));
+    EXPECT_EQ(stations.count(kPhoneAnna) + stations.count(kWeather), 0U);
+    EXPECT_EQ(stations.count(kLaptopBen), 1U);
+    EXPECT_THAT(lab.order({"move", kPhoneAnna, "attic"}).output, HasSubstr("cannot connect there"));
+    EXPECT_EQ(lab.order({"send", "attic", order + R"("FilterMode": 1, )" + list}).status, 0);
+    ASSERT_TRUE(wait_until([&] { return lab.device("attic")["blocked"].empty(); }));
+    ASSERT_TRUE(lab.wait_for_cycles("gateway", 2));
+    stations = stations_in(lab.model("gateway"));
+    EXPECT_EQ(stations.count(kPhoneAnna) + stations.count(kWeather), 2U);
+}
+
+TEST_F(MeshTest, RebootRebootsOneDeviceAndTheOthersKeepGoing) {
+    Lab lab({"home", "--still", "--speed", "50"});
+    ASSERT_TRUE(wait_until([&] { return lab.device("attic")["cycles"] >= 1; }));
+    EXPECT_EQ(lab.order({"send", "attic", R"({"Reboot": 1})"}).status, 0);
+    ASSERT_TRUE(wait_until([&] { return lab.device("attic")["up"] == false; }));
+    EXPECT_EQ(lab.order({"send", "attic", "{}"}).output, "qo1905-lab: attic is down\n");
+    ASSERT_TRUE(wait_until([&] { return stations_in(lab.model("gateway")).count(kPhoneAnna) == 0; }));
+    ASSERT_TRUE(wait_until([&] { return lab.device("attic")["starts"] == 2; }));
+    ASSERT_TRUE(wait_until([&] { return stations_in(lab.model("gateway")).count(kPhoneAnna) != 0; }));
+    EXPECT_EQ(lab.device("gateway")["starts"], 1);
+    EXPECT_EQ(lab.device("living-room")["starts"], 1);
+    EXPECT_EQ(lab.end(SIGTERM), 128 + SIGTERM);
+    EXPECT_THAT(lab.output(),
+                AllOf(HasSubstr("== attic reboots\n"), HasSubstr("== attic is up\n"), Not(HasSubstr("DIED"))));
+}
+
+TEST_F(MeshTest, AHostThatDiesIsToldAndMakesTheRunFail) {
+    Lab lab({"home", "--still", "--speed", "50", "--cycles", "10"});
+    ASSERT_TRUE(wait_until([&] { return lab.device("attic")["cycles"] >= 1; }));
+    for (const auto &entry : fs::directory_iterator("/proc")) {
+        const std::string process = entry.path();
+        const bool is_host = read_file(process + "/comm") == "qo1905-host\n" &&
+                             read_file(process + "/environ").find("QO1905_LAB=" + lab.folder()) != std::string::npos;
+        if (is_host && fs::equivalent(process + "/root/tmp", lab.folder() + "/devices/attic/tmp")) {
+            kill(std::stoi(entry.path().filename()), SIGSEGV);
+        }
+    }
+    EXPECT_EQ(lab.wait(), 1);
+    EXPECT_THAT(lab.output(), HasSubstr("!! attic DIED; the last it said:\n"));
+}
+
+// Its own words, asked over HTTP.
+std::string get(const std::string &url, const std::string &path) {
+    httplib::Client client(url.substr(0, url.size() - 1));
+    const auto result = client.Get(path);
+    return result && result->status == 200 ? result->body : "";
+}
+
+TEST_F(MeshTest, TheRestServerFollowsTheRole) {
+    const Lab lab({"home", "--still", "--speed", "50"});
+    ASSERT_TRUE(wait_until([&] { return lab.device("gateway")["rest"] != ""; }));
+    const std::string first = lab.device("gateway")["rest"];
+    EXPECT_THAT(first, StartsWith("http://127.0.0.1:"));
+    EXPECT_EQ(lab.device("attic")["rest"], "");
+    EXPECT_TRUE(wait_until([&] { return get(first, "/qo1905.json") == lab.file("gateway", "tmp/qo1905.json"); }));
+    EXPECT_EQ(get(first, "/ecnt_agent_assoc_list.5g"), lab.file("gateway", "tmp/ecnt_agent_assoc_list.5g"));
+    EXPECT_EQ(get(first, "/host.log"), "");
+    EXPECT_EQ(httplib::Client(first.substr(0, first.size() - 1)).Get("/qo1905_log.json")->status, 404);
+
+    const Result swapped = lab.order({"role", "attic", "controller"});
+    EXPECT_EQ(swapped.output, "attic is the Controller now, and gateway an Agent\n");
+    ASSERT_TRUE(wait_until([&] { return lab.device("attic")["rest"] != "" && lab.device("gateway")["rest"] == ""; }));
+    EXPECT_FALSE(fs::exists(lab.folder() + "/devices/gateway/run/rest_api_server.pid"));
+    const std::string second = lab.device("attic")["rest"];
+    EXPECT_TRUE(second == first || get(first, "/") == "") << "the old one has been killed";
+    EXPECT_TRUE(wait_until([&] { return get(second, "/qo1905.json") == lab.file("attic", "tmp/qo1905.json"); }));
+    ASSERT_TRUE(lab.wait_for_cycles("attic", 3));
+    // Once each: what a server says when it starts.
+    EXPECT_THAT(lab.file("gateway", "tmp/rest_server.log"),
+                testing::MatchesRegex("ohttpd_rest [0-9]+: serving [^\n]+\n"));
+    EXPECT_THAT(lab.file("attic", "tmp/rest_server.log"),
+                testing::MatchesRegex("ohttpd_rest [0-9]+: serving [^\n]+\n"));
+}
+
+TEST_F(MeshTest, ReportsArriveAgainAfterTheDaemonRestarts) {
+    const Lab lab({"home", "--speed", "50"});
+    ASSERT_TRUE(wait_until([&] { return lab.device("gateway")["received"] >= 4; }));
+    EXPECT_EQ(lab.order({"restart-mapd", "gateway"}).status, 0);
+    ASSERT_TRUE(wait_until([&] { return !fs::exists(lab.folder() + "/devices/gateway/tmp/mapd_ctrl"); }));
+    const unsigned before = lab.device("gateway")["received"];
+    const auto start = Clock::now();
+    ASSERT_TRUE(wait_until([&] { return lab.device("gateway")["received"] > before; }));
+    EXPECT_LT(Clock::now() - start, 10s);
+    for (const char *name : {"gateway", "living-room", "attic"}) {
+        EXPECT_EQ(lab.device(name)["starts"], 1) << name;
+        EXPECT_EQ(lab.device(name)["running"], true) << name;
+    }
+}
+
+TEST_F(MeshTest, LongMessagesUnknownDestinationsAndDevicesThatAreDownAreLostAndCounted) {
+    json scenario = read_scenario("home");
+    json &stations = scenario["stations"];
+    for (int i = 10; i < 40; ++i) {  // more than a report to the Controller can carry
+        json station = stations[5];
+        station["mac"] = "02:57:00:00:01:" + std::to_string(i);
+        stations.push_back(station);
+    }
+    const Lab lab({write_scenario(scenario), "--still", "--speed", "50"});
+    ASSERT_TRUE(wait_until([&] { return lab.device("living-room")["lost"]["too long"] >= 2; }));
+    EXPECT_EQ(lab.device("attic")["lost"]["too long"], 0);
+    EXPECT_EQ(lab.order({"down", "gateway"}).output, "gateway is down\n");
+    EXPECT_TRUE(wait_until([&] { return lab.device("attic")["lost"]["out of reach"] >= 2; }));
+    EXPECT_EQ(lab.order({"role", "gateway", "agent"}).output, "gateway is an Agent now; the mesh has no Controller\n");
+    EXPECT_TRUE(wait_until([&] { return lab.device("attic")["lost"]["to unknown devices"] >= 2; }));
+    EXPECT_EQ(lab.order({"up", "gateway"}).output, "gateway starts\n");
+    EXPECT_EQ(lab.order({"send", "attic", std::string(1001, 'x')}).status, 1);
+}
+
+// ---- orders ----
+
+TEST_F(MeshTest, OrdersAnswerAsPeopleExpect) {
+    const Lab lab({"home", "--still", "--speed", "50"});
+    ASSERT_TRUE(wait_until([&] { return lab.device("attic")["cycles"] >= 1; }));
+    const struct {
+        Words words;
+        int status;
+        const char *output;
+    } cases[] = {
+        {{"status"}, 0, "DEVICE           ROLE        STATE "},
+        {{"files", "attic"}, 0, "/devices/attic/tmp/qo1905.json\n"},
+        {{"files", "cellar"}, 1, "qo1905-lab: there is no device \"cellar\"; there are: gateway, living-room, attic\n"},
+        {{"send", "cellar", "{}"}, 1, "there is no device"},
+        {{"send", "attic"}, 2, "JSON is required"},
+        {{"send", "attic", "no JSON at all"}, 0, "delivered to attic\n"},
+        {{"send", "attic", "\xff"}, 2, "words have to be UTF-8"},
+        {{"role", "attic", "boss"}, 2, "boss not in {controller,agent}"},
+        {{"role", "attic", "agent"}, 0, "attic is that already\n"},
+        {{"wifi", "attic", "ra9", "on"}, 1, "attic has no \"ra9\"; it has: ra0, rai0\n"},
+        {{"wifi", "attic", "ra0", "maybe"}, 2, "maybe not in {on,off}"},
+        {{"move", "02:57:00:00:00:99", "attic"}, 1, "there is no station"},
+        {{"move", kTv, "cellar"}, 1, "there is no device"},
+        {{"up", "attic"}, 0, "attic is up already\n"},
+        {{"down", "attic"}, 0, "attic is down\n"},
+        {{"down", "attic"}, 0, "attic is down already\n"},
+        {{"restart-mapd", "attic"}, 1, "attic is down\n"},
+        {{"frobnicate"}, 2, "Run with --help for more information.\n"},
+        {{}, 2, "A subcommand is required\n"},
+    };
+    for (const auto &item : cases) {
+        const Result result = lab.order(item.words);
+        EXPECT_EQ(result.status, item.status) << result.output;
+        EXPECT_THAT(result.output, HasSubstr(item.output));
+    }
+    for (const char *command :
+         {"run", "generate", "status", "files", "send", "role", "down", "up", "restart-mapd", "wifi", "move"}) {
+        const Result help = run({kLab, command, "--help"});
+        EXPECT_EQ(help.status, 0) << command;
+        EXPECT_THAT(help.output, HasSubstr("Usage: ")) << command;
+    }
+}
+
+TEST_F(MeshTest, AnOrderWithoutALabSaysHowToStartOne) {
+    const Result result = run({kLab, "--lab", "/tmp/none", "status"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "qo1905-lab: /tmp/none: no lab answers there\n");
+}
+
+TEST_F(MeshTest, WrongArgumentsAndScenariosEndWithStatus2) {
+    const struct {
+        Words words;
+        const char *output;
+    } cases[] = {
+        {{"nope"}, "qo1905-lab: nope: no such file, and no scenario of the lab's: home office villa\n"},
+        {{"--cycles", "x"}, "--cycles"},
+        {{"--speed", "0"}, "--speed"},
+        {{"--log-level", "10"}, "--log-level"},
+        {{"home", "villa"}, "villa"},
+    };
+    for (const auto &item : cases) {
+        Words words = {kLab, "run"};
+        words.insert(words.end(), item.words.begin(), item.words.end());
+        const Result result = run(words);
+        EXPECT_EQ(result.status, 2) << result.output;
+        EXPECT_THAT(result.output, HasSubstr(item.output));
+    }
+    std::ofstream("scenario.json") << "{\"devices\": []}";
+    EXPECT_EQ(run({kLab, "run", "scenario.json"}).output,
+              "qo1905-lab: scenario.json: devices: must have 1 to 255 items\n");
+}
+
+TEST_F(MeshTest, AGeneratedScenarioRuns) {
+    const Result generated = run({kLab, "generate", "4", "30", "--shape", "chain", "--seed", "3"});
+    ASSERT_EQ(generated.status, 0);
+    std::ofstream("scenario.json") << generated.output;
+    Lab lab({"./scenario.json", "--speed", "50", "--cycles", "3"});
+    EXPECT_EQ(lab.wait(), 0);
+    EXPECT_THAT(lab.output(), HasSubstr("cycle    3  gateway       Controller  5 devices, 4 Agents, "));
+}
+
+TEST_F(MeshTest, AtLogLevel7TheModulesAreHeardAndAPipeGetsNoColour) {
+    Lab lab({"home", "--speed", "50", "--cycles", "1", "--log-level", "7"});
+    EXPECT_EQ(lab.wait(), 0);
+    EXPECT_THAT(
+        lab.output(),
+        HasSubstr("gateway | [qo1905] [checkUpdate1905Information:3152] ~~~~~~ Update 1905 information! ~~~~~~\n"));
+    EXPECT_THAT(lab.output(), Not(HasSubstr("\033")));
+}
+
+// ---- nothing is left behind ----
+
+TEST_F(MeshTest, CtrlCAtAnyMomentLeavesNothingBehind) {
+    for (const int delay : {0, 3, 10, 30, 60, 100, 200, 400, 800, 1300}) {
+        Lab lab({"home", "--speed", "50"});
+        std::this_thread::sleep_for(std::chrono::milliseconds(delay));
+        kill(lab.pid(), SIGINT);
+        std::this_thread::sleep_for(5ms);
+        EXPECT_EQ(lab.end(SIGINT), 128 + SIGINT) << "an impatient second one changes nothing";
+        expect_nothing_left(lab.folder());
+    }
+}
+
+TEST_F(MeshTest, AReaderThatGoesEndsTheLab) {
+    const Result result = run({"sh", "-c", kLab + " run --speed 50 | head -3"});
+    const std::size_t at = result.output.find("/tmp/qo1905-lab.");
+    ASSERT_NE(at, std::string::npos);
+    const std::string folder = result.output.substr(at, 22);
+    EXPECT_TRUE(wait_until([&] { return !fs::exists(folder); }));
+    expect_nothing_left(folder);
+}
+
+TEST_F(MeshTest, ALabThatIsKilledTakesItsProcessesWithItAndTheNextTidiesUp) {
+    std::string folder;
+    {
+        Lab lab({"home", "--speed", "50"});
+        folder = lab.folder();
+        ASSERT_TRUE(wait_until([&] { return lab.device("gateway")["cycles"] >= 1; }));
+        EXPECT_EQ(lab.end(SIGKILL), 128 + SIGKILL);
+    }
+    EXPECT_TRUE(wait_until([&] { return processes_of(folder).empty(); }));
+    // Too young a folder may be a lab that is about to start.
+    EXPECT_EQ(run({"touch", "-d", "1 minute ago", folder}).status, 0);
+    Lab next({"home", "--speed", "100", "--cycles", "1"});
+    EXPECT_EQ(next.wait(), 0);
+    EXPECT_FALSE(fs::exists(folder));
+}
+
+TEST_F(MeshTest, TwoLabsRunAtOnce) {
+    Lab one({"home", "--still", "--speed", "50"});
+    Lab other({"home", "--still", "--speed", "50"});
+    EXPECT_NE(one.folder(), other.folder());
+    ASSERT_TRUE(
+        wait_until([&] { return one.device("gateway")["rest"] != "" && other.device("gateway")["rest"] != ""; }));
+    EXPECT_NE(one.device("gateway")["rest"], other.device("gateway")["rest"]);
+    const Result ambiguous = run({kLab, "status"});
+    EXPECT_EQ(ambiguous.status, 2);
+    EXPECT_THAT(ambiguous.output,
+                AllOf(HasSubstr("several labs are running"), HasSubstr(one.folder()), HasSubstr(other.folder())));
+    EXPECT_EQ(one.order({"move", kTv, "attic"}).status, 0);
+    ASSERT_TRUE(one.wait_for_cycles("gateway", 2));
+    ASSERT_TRUE(other.wait_for_cycles("gateway", 2));
+    EXPECT_EQ(stations_in(one.model("gateway"))[kTv].device, "02:0b:00:00:00:01");
+    EXPECT_EQ(stations_in(other.model("gateway"))[kTv].device, "02:0a:00:00:00:01");
+    EXPECT_EQ(one.end(SIGINT), 130);
+    expect_nothing_left(one.folder());
+    ASSERT_TRUE(other.wait_for_cycles("gateway", 2));
+    EXPECT_EQ(other.end(SIGINT), 130);
+    expect_nothing_left(other.folder());
+}
+
+TEST_F(MeshTest, AUserWhoIsNotRootRunsALab) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "all the other tests of this run are that user's";
+    }
+    const Words nobody = {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+    Words look = nobody;
+    look.insert(look.end(), {kSandbox, "--probe"});
+    if (run(look).status != 0) {
+        GTEST_SKIP() << "that user cannot read " << QO1905_BINARY_DIR << ", or gets no namespaces";
+    }
+    fs::permissions(".", fs::perms::all);
+    Lab lab({"home", "--speed", "50", "--cycles", "3"}, nobody);
+    EXPECT_EQ(lab.wait(), 0) << lab.output();
+    expect_nothing_left(lab.folder());
+}
+
+// ---- the office ----
+
+struct Load {
+    long heap = 0, resident = 0;
+    int descriptors = 0, threads = 0;
+};
+
+// How much each device takes at most in any of the coming cycles.
+std::map<std::string, Load> watch_load(const Lab &lab, unsigned until_cycle) {
+    std::map<std::string, Load> loads;
+    wait_until(
+        [&] {
+            const json data = lab.data();
+            for (const json &device : data["devices"]) {
+                Load &load = loads[device["name"]];
+                const json &last = device["last_cycle"];
+                load.heap = std::max<long>(load.heap, last["heap_bytes"]);
+                load.resident = std::max<long>(load.resident, last["resident_kb"]);
+                load.descriptors = std::max<int>(load.descriptors, last["descriptors"]);
+                load.threads = std::max<int>(load.threads, last["threads"]);
+            }
+            return data["cycle"] >= until_cycle;
+        },
+        300s);
+    return loads;
+}
+
+TEST_F(MeshTest, TheOfficeAtTwentyTimesRealSpeedNeitherDiesNorGrows) {
+    Lab lab({"office", "--speed", "20"});
+    ASSERT_TRUE(wait_until([&] { return lab.data()["cycle"] >= 20; }, 120s));
+    auto early = watch_load(lab, 80);
+    auto late = watch_load(lab, 200);
+    const json data = lab.data();
+    unsigned long sent = 0, received = 0;
+    std::map<std::string, unsigned long> lost;
+    for (const json &device : data["devices"]) {
+        const std::string name = device["name"];
+        std::cout << name << ": heap " << early[name].heap << " -> " << late[name].heap << " bytes, resident "
+                  << early[name].resident << " -> " << late[name].resident << " KiB, descriptors "
+                  << early[name].descriptors << " -> " << late[name].descriptors << ", threads " << early[name].threads
+                  << " -> " << late[name].threads << '\n';
+        EXPECT_EQ(device["starts"], 1) << name;
+        EXPECT_EQ(device["running"], true) << name;
+        EXPECT_GE(device["cycles"], 150) << name;
+        // The stations come and go, so what one table takes differs from cycle to cycle; nothing may add up.
+        EXPECT_LE(late[name].heap, early[name].heap + 64 * 1024) << name;
+        EXPECT_LE(late[name].resident, early[name].resident + 1024) << name;
+        EXPECT_LE(late[name].descriptors, early[name].descriptors) << name;
+        EXPECT_LE(late[name].threads, early[name].threads) << name;
+        EXPECT_TRUE(json::accept(lab.file(name, "tmp/dump.txt"))) << name;
+        sent += device["sent"].get<unsigned long>();
+        received += device["received"].get<unsigned long>();
+        for (const auto &[reason, count] : device["lost"].items()) {
+            lost[reason] += count.get<unsigned long>();
+        }
+    }
+    std::cout << "messages: " << sent << " sent, " << received << " received, lost " << lost["too long"]
+              << " too long\n";
+    EXPECT_EQ(lost["to unknown devices"] + lost["out of reach"], 0U);
+    EXPECT_EQ(lost["without a listener"], 0U);
+    EXPECT_EQ(sent, received + lost["too long"]);
+    EXPECT_EQ(lab.end(SIGINT), 130);
+    EXPECT_THAT(lab.output(),
+                AllOf(Not(HasSubstr("DIED")), Not(HasSubstr("does not parse")), Not(HasSubstr("no files"))));
+}
+
+}  // namespace
