@@ -15,6 +15,7 @@ qo1905_report *high_layer_table QO1905_GUARDED_BY(update_lock) = nullptr;
 // Changed under the lock; the timer thread looks at it without, to leave an empty table alone.
 std::atomic<unsigned> high_layer_count{0};
 qo1905_report *high_layer_copy = nullptr;
+const ReportIndex *index_of_copy = nullptr;
 
 // These fail when a record grows, so that the copies below are looked at again.
 static_assert(sizeof(qo1905_client) == (sizeof(void *) == 8 ? 16 : 12));
@@ -128,5 +129,14 @@ void move_reports_to_copy() {
 }
 
 const qo1905_report *copied_reports() { return high_layer_copy; }
+
+CopiedReportsIndexed::CopiedReportsIndexed() {
+    index_.enter(high_layer_copy);
+    index_of_copy = &index_;
+}
+
+CopiedReportsIndexed::~CopiedReportsIndexed() { index_of_copy = nullptr; }
+
+const ReportIndex *report_index() { return index_of_copy; }
 
 }  // namespace qo1905

@@ -6,6 +6,7 @@
 #include "core/paths.h"
 #include "model/list.h"
 #include "model/qo1905.h"
+#include "output/device_objects.h"
 #include "output/writer.h"
 
 namespace qo1905 {
@@ -51,15 +52,6 @@ private:
     char text_[kChannelSize] = {};
 };
 
-const qo1905_sta_info *find_station(const qo1905_device &device, const Mac &mac, const Band &band) {
-    for (const qo1905_sta_info &station : ListNodes(device.STAInfo)) {
-        if (same_mac(station.STAMac, mac) && band.takes_media_type(station.MediaType)) {
-            return &station;
-        }
-    }
-    return nullptr;
-}
-
 // The two zeros before the channel stand where storage addresses used to; no reader may rely on them.
 void write_line(MemoryText &out, const qo1905_sta_info &station, std::string_view interface_name,
                 std::string_view channel) {
@@ -79,14 +71,18 @@ void write_line(MemoryText &out, const qo1905_sta_info &station, std::string_vie
     out.put("\n");
 }
 
-void write_device(MemoryText &out, const qo1905_device &device, const Band &band, std::string_view channel) {
+void write_device(MemoryText &out, const qo1905_device &device, const StationList &stations, const Band &band,
+                  std::string_view channel) {
+    const auto is_of_band = [&band](const qo1905_sta_info &station) {
+        return band.takes_media_type(station.MediaType);
+    };
     for (const qo1905_non1905_group &group : ListNodes(device.NonIEEE1905Neighbor)) {
         const std::string_view name = field_text(group.Name);
         if (!band.takes_group(name)) {
             continue;
         }
         for (const qo1905_non1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
-            const qo1905_sta_info *station = find_station(device, neighbor.NeighborInterfaceId, band);
+            const qo1905_sta_info *station = stations.find(neighbor.NeighborInterfaceId, is_of_band);
             if (station != nullptr) {
                 write_line(out, *station, name, channel);
             }
@@ -99,9 +95,11 @@ void write_band(const Band &band) {
     const qo1905_network_topology *network = getNetTopolTable();
     if (network != nullptr && network->IEEE1905DeviceNumberOfEntries != 0) {
         ChannelText channel;
+        StationList stations;
         for (const qo1905_device &device : ListNodes(network->IEEE1905Device)) {
             channel.enter_device(field_text(device.Info.*band.channel));
-            write_device(text, device, band, channel.view());
+            stations.enter(device.STAInfo);
+            write_device(text, device, stations, band, channel.view());
         }
     }
     write_text_file(band.path, text);

@@ -142,13 +142,15 @@ void write_devices(JsonWriter &json, const qo1905_network_topology &network) {
     if (network.IEEE1905DeviceNumberOfEntries == 0) {
         return;
     }
+    StationList stations;
     unsigned d = 0;
     for (const qo1905_device &device : ListNodes(network.IEEE1905Device)) {
         json.open({"IEEE1905Device.", ++d});
         write_device_info(json, device);
         write_device_interfaces(json, device);
-        write_non1905_neighbors(json, device);
-        write_1905_neighbors(json, device);
+        stations.enter(device.STAInfo);
+        write_non1905_neighbors(json, device, stations);
+        write_1905_neighbors(json, device, stations);
         write_bridging_tuples(json, device);
         json.close();
     }

@@ -38,16 +38,6 @@ private:
     BoundedText<32> name_;
 };
 
-// The first station with this MAC; null when there is none.
-const qo1905_sta_info *checkIntfMacMediaType(const qo1905_device &device, const Mac &mac) {
-    for (const qo1905_sta_info &station : ListNodes(device.STAInfo)) {
-        if (same_mac(station.STAMac, mac)) {
-            return &station;
-        }
-    }
-    return nullptr;
-}
-
 void write_radio_values(JsonWriter &json, const qo1905_sta_info &station) {
     json.name("MediaType", media_type_name(station.MediaType));
     json.number("RATE", station.PhyRate);
@@ -85,20 +75,18 @@ bool is_told(const qo1905_sta_info *station, const qo1905_device_interface *loca
 }
 
 // One Wi-Fi form per station with the neighbour's MAC. Advances the counter; returns the number of objects written.
-unsigned checkIeee1905NbrIsWIFI(JsonWriter &json, const qo1905_device &device, const qo1905_1905_neighbor &neighbor,
+unsigned checkIeee1905NbrIsWIFI(JsonWriter &json, const StationList &stations, const qo1905_1905_neighbor &neighbor,
                                 unsigned &counter, std::string_view local_interface) {
     unsigned written = 0;
-    for (const qo1905_sta_info &station : ListNodes(device.STAInfo)) {
-        if (!same_mac(station.STAMac, neighbor.NeighborDeviceId)) {
-            continue;
-        }
+    (void)stations.find(neighbor.NeighborDeviceId, [&](const qo1905_sta_info &station) {
         open_neighbor(json, {kIeee1905Neighbor, counter++}, local_interface, "NeighborInterfaceId",
                       neighbor.NeighborDeviceId);
         write_radio_values(json, station);
         json.boolean("IEEE802dot1Bridge", neighbor.IEEE802dot1Bridge == 1);
         json.close();
         ++written;
-    }
+        return false;
+    });
     return written;
 }
 
@@ -138,7 +126,7 @@ void write_device_interfaces(JsonWriter &json, const qo1905_device &device) {
     }
 }
 
-void write_non1905_neighbors(JsonWriter &json, const qo1905_device &device) {
+void write_non1905_neighbors(JsonWriter &json, const qo1905_device &device, const StationList &stations) {
     if (device.NonIEEE1905NeighborNumberOfEntries == 0) {
         return;
     }
@@ -147,7 +135,7 @@ void write_non1905_neighbors(JsonWriter &json, const qo1905_device &device) {
     for (const qo1905_non1905_group &group : ListNodes(device.NonIEEE1905Neighbor)) {
         const qo1905_device_interface *local = local_name.enter_group(group.LocalInterface);
         for (const qo1905_non1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
-            const qo1905_sta_info *station = checkIntfMacMediaType(device, neighbor.NeighborInterfaceId);
+            const qo1905_sta_info *station = stations.find_first(neighbor.NeighborInterfaceId);
             if (is_told(station, local)) {
                 write_non1905_neighbor(json, {kNonIeee1905Neighbor, j}, local_name.view(), neighbor.NeighborInterfaceId,
                                        station);
@@ -157,7 +145,7 @@ void write_non1905_neighbors(JsonWriter &json, const qo1905_device &device) {
     }
 }
 
-void write_1905_neighbors(JsonWriter &json, const qo1905_device &device) {
+void write_1905_neighbors(JsonWriter &json, const qo1905_device &device, const StationList &stations) {
     if (device.IEEE1905NeighborNumberOfEntries == 0) {
         return;
     }
@@ -166,7 +154,7 @@ void write_1905_neighbors(JsonWriter &json, const qo1905_device &device) {
     for (const qo1905_1905_group &group : ListNodes(device.IEEE1905Neighbor)) {
         local_name.enter_group(group.LocalInterface);
         for (const qo1905_1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
-            if (checkIeee1905NbrIsWIFI(json, device, neighbor, j, local_name.view()) == 0) {
+            if (checkIeee1905NbrIsWIFI(json, stations, neighbor, j, local_name.view()) == 0) {
                 write_wired_1905_neighbor(json, neighbor, j++, local_name.view());
             }
         }

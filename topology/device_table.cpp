@@ -27,20 +27,18 @@ void copy_field(char (&to)[N], const char (&from)[N]) {
 }
 
 // Every report of this Agent in turn: the latest wins, also with a text that it leaves empty.
-void merge_reports(qo1905_device &device, const qo1905_report *reports) {
-    if (reports == nullptr) {
+void merge_reports(qo1905_device &device) {
+    if (copied_reports() == nullptr) {
         fill_field(device.Info.FirmwareVersion, "");
         fill_field(device.Info.Hostname, "Unknown");
         fill_field(device.Info.DeviceIP, "");
         return;
     }
-    for (const qo1905_report &report : ListNodes(reports)) {
-        if (same_mac(report.agentAlMac, device.IEEE1905Id)) {
-            copy_field(device.Info.FirmwareVersion, report.firmwareversion);
-            copy_field(device.Info.Hostname, report.hostname);
-            copy_field(device.Info.DeviceIP, report.deviceIP);
-        }
-    }
+    for_each_report_of(device.IEEE1905Id, [&device](const qo1905_report &report) {
+        copy_field(device.Info.FirmwareVersion, report.firmwareversion);
+        copy_field(device.Info.Hostname, report.hostname);
+        copy_field(device.Info.DeviceIP, report.deviceIP);
+    });
 }
 
 // What dnsmasq leased is truer than what the device says of itself.
@@ -62,6 +60,7 @@ int32_t getIeee1905DevTable(json_object *topology) {
         return QO1905_FAILURE;
     }
     move_reports_to_copy();
+    const CopiedReportsIndexed indexed;
     const Leases leases;
     destroyIeee1905DevTable(network->IEEE1905Device);
     ListTail<qo1905_device> tail(network->IEEE1905Device);
@@ -74,7 +73,7 @@ int32_t getIeee1905DevTable(json_object *topology) {
         set_defaults(*device);
         // Element 0 is the local device.
         result = getNbrDevInfo(topology, device, static_cast<std::uint16_t>(i + 1));
-        merge_reports(*device, copied_reports());
+        merge_reports(*device);
         merge_lease(*device, leases);
         tail.append(device);
     }

@@ -12,6 +12,7 @@
 #include "core/text.h"
 #include "model/high_layer_table.h"
 #include "model/list.h"
+#include "model/mac_index.h"
 #include "model/qo1905.h"
 
 namespace qo1905 {
@@ -106,22 +107,64 @@ const char *neighbor_interface(const JsonItems &links, const char *neighbor_al) 
     return nullptr;
 }
 
-// The rate that an Agent reported for a station: that of its last report with the station in it.
-std::uint16_t reported_rate(const Mac &agent, const Mac &station) {
-    std::uint16_t rate = 0;
-    for (const qo1905_report &report : ListNodes(copied_reports())) {
-        if (!same_mac(report.agentAlMac, agent)) {
-            continue;
-        }
-        for (const qo1905_client &client : ListNodes(report.clientList)) {
-            if (same_mac(client.Mac, station)) {
-                rate = client.phyRate;
-                break;
-            }
+// The rates that an Agent reported for its stations. That of the last report with the station in it counts, and in a
+// report that of the first entry.
+class ReportedRates {
+public:
+    void enter(const Mac &agent) {
+        copy_mac(agent_, agent);
+        std::size_t clients = 0;
+        for_each_client([&clients](const qo1905_client &, std::uint64_t) { ++clients; });
+        is_indexed_ = index_.begin(clients);
+        if (is_indexed_) {
+            for_each_client(
+                [this](const qo1905_client &client, std::uint64_t age) { index_.add(client.Mac, &client, age); });
+            index_.sort();
         }
     }
-    return rate;
-}
+
+    // 0 for a station that was never reported.
+    std::uint16_t of(const Mac &station) const { return is_indexed_ ? look_up(station) : search(station); }
+
+private:
+    // Calls `visit` with every client that this Agent reported and a number that is highest for the one that counts.
+    template <class Visit>
+    void for_each_client(Visit visit) const {
+        std::uint64_t reports = 0;
+        for_each_report_of(agent_, [&](const qo1905_report &report) {
+            std::uint32_t clients_after = UINT32_MAX;
+            for (const qo1905_client &client : ListNodes(report.clientList)) {
+                visit(client, reports << 32U | clients_after--);
+            }
+            ++reports;
+        });
+    }
+
+    std::uint16_t look_up(const Mac &station) const {
+        std::uint16_t rate = 0;
+        for (const MacIndex::Entry *entry = index_.find(station); entry != nullptr; entry = index_.next(entry)) {
+            rate = static_cast<const qo1905_client *>(entry->record)->phyRate;
+        }
+        return rate;
+    }
+
+    // Without memory for the index.
+    std::uint16_t search(const Mac &station) const {
+        std::uint16_t rate = 0;
+        std::uint64_t highest = 0;
+        for_each_client([&](const qo1905_client &client, std::uint64_t age) {
+            if (same_mac(client.Mac, station) && age > highest) {
+                highest = age;
+                rate = client.phyRate;
+            }
+        });
+        return rate;
+    }
+
+    Mac agent_ = {};
+    MacIndex index_;
+    bool is_indexed_ = false;
+};
 
 // One call's work. The steps follow the order in which the record's lists are filled.
 class EntryParser {
@@ -163,6 +206,7 @@ private:
     bool add_fixed_interfaces() {
         const char *al_mac = json_text(entry_, "AL MAC");
         parse_mac(al_mac, device_.IEEE1905Id);
+        rates_.enter(device_.IEEE1905Id);
         const char *uplink = json_text(json_items(entry_, "BH Interface(APCLI)")[0], "MAC address");
         device_.InterfaceNumberOfEntries = 2;
         return add_interface(al_mac, QO1905_MEDIA_FAST_ETHERNET) && add_interface(uplink, QO1905_MEDIA_80211N_5GHZ);
@@ -246,7 +290,7 @@ private:
             node->MediaType = medium->media_type;
         }
         node->RSSI = rssi_;
-        node->PhyRate = reported_rate(device_.IEEE1905Id, node->STAMac);
+        node->PhyRate = rates_.of(node->STAMac);
         stations_.append(node);
     }
 
@@ -342,6 +386,7 @@ private:
     ListTail<qo1905_non1905_group> non1905_groups_;
     ListTail<qo1905_1905_group> groups_;
     ListTail<qo1905_sta_info> stations_;
+    ReportedRates rates_;
     std::size_t wifi_backhauls_ = 0;
     std::size_t last_station_count_ = 0;  // of the last BSS with a list of them, not the sum
     std::int16_t rssi_ = 0;               // of the last text that was a number

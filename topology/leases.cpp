@@ -64,17 +64,11 @@ Leases::Leases() {
             copy_mac(last_kept, values.mac);
         }
     }
+    by_mac_.enter(first_);
 }
 
 Leases::~Leases() { free_list(first_); }
 
-const Lease *Leases::find(const Mac &mac) const {
-    for (const Lease &lease : ListNodes(first_)) {
-        if (same_mac(lease.mac, mac)) {
-            return &lease;
-        }
-    }
-    return nullptr;
-}
+const Lease *Leases::find(const Mac &mac) const { return by_mac_.find_first(mac); }
 
 }  // namespace qo1905

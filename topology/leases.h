@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/mac.h"
+#include "model/mac_index.h"
 
 namespace qo1905 {
 
@@ -27,6 +28,7 @@ public:
 
 private:
     Lease *first_ = nullptr;
+    IndexedList<Lease, &Lease::mac> by_mac_;
 };
 
 }  // namespace qo1905

@@ -341,7 +341,7 @@ std::string Mesh::switch_wifi(const std::string &device, const std::string &inte
                 publish();
                 const std::string done = "switches " + interface + (enabled ? " on" : " off");
                 screen_.happening(device, done);
-                return device + ' ' + done;
+                return std::string(device).append(" ").append(done);
             }
             names += (names.empty() ? "" : ", ") + bss.interface;
         }

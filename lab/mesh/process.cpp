@@ -73,6 +73,7 @@ Process::Process(asio::io_context &io, const std::vector<std::string> &command, 
     }
     output_->end.assign(ends[0]);
     std::vector<char *> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string &word : command) {
         arguments.push_back(const_cast<char *>(word.c_str()));
     }

@@ -50,7 +50,7 @@ std::string name_of(Value meaning, const Names<Value> &names) {
 
 // Device names become folders and words of commands.
 std::string read_device_name(const JsonValue &value) {
-    const std::string name = value.text();
+    std::string name = value.text();
     const auto fits = [](unsigned char c) { return std::isalnum(c) != 0 || c == '-' || c == '_'; };
     if (name.empty() || name.size() > 32 || name[0] == '-' || !std::all_of(name.begin(), name.end(), fits)) {
         value.fail("must be 1 to 32 letters, digits, \"-\" or \"_\"");
@@ -59,7 +59,7 @@ std::string read_device_name(const JsonValue &value) {
 }
 
 std::string read_short_text(const JsonValue &value) {
-    const std::string text = value.text();
+    std::string text = value.text();
     if (text.size() > kMaxText) {
         value.fail("must be at most " + std::to_string(kMaxText) + " bytes long");
     }
@@ -68,7 +68,7 @@ std::string read_short_text(const JsonValue &value) {
 
 // A word of a lease line.
 std::string read_word(const JsonValue &value) {
-    const std::string word = read_short_text(value);
+    std::string word = read_short_text(value);
     if (word.empty() || std::any_of(word.begin(), word.end(), [](unsigned char c) { return c <= ' ' || c == 0x7f; })) {
         value.fail("must be a word without blanks");
     }

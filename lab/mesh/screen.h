@@ -17,7 +17,7 @@ public:
     void changes(const World &world, const Changes &changes);
     void happening(const std::string &who, const std::string &what);
     void trouble(const std::string &who, const std::string &what);
-    void said(const std::string &who, const std::string &line);
+    void said(const std::string &who, const std::string &text);
 
     // False when nobody reads any more.
     bool is_open() const;

@@ -1,0 +1,98 @@
+// The index gives what a plain walk through the list gives, which is written down here once more, on random lists with
+// many doubles; with and without memory.
+#include "model/mac_index.h"
+
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "model/qo1905.h"
+#include "tests/support/failing_allocations.h"
+#include "tests/support/module_test.h"
+
+using qo1905::IndexedList;
+using qo1905::Mac;
+using qo1905::MacIndex;
+
+namespace {
+
+using StationList = IndexedList<qo1905_sta_info, &qo1905_sta_info::STAMac>;
+
+// MACs of a small choice, so that many are the same, in all bytes.
+void draw_mac(std::mt19937 &random, Mac &mac) {
+    std::memset(mac, 0, sizeof(Mac));
+    mac[random() % 6] = static_cast<uint8_t>(random() % 3);
+    mac[5] = static_cast<uint8_t>(random() % 4);
+}
+
+std::vector<const qo1905_sta_info *> walk(const qo1905_sta_info *head, const Mac &mac) {
+    std::vector<const qo1905_sta_info *> found;
+    for (const qo1905_sta_info *station = head; station != nullptr; station = station->next) {
+        if (std::memcmp(station->STAMac, mac, sizeof(Mac)) == 0) {
+            found.push_back(station);
+        }
+    }
+    return found;
+}
+
+std::vector<const qo1905_sta_info *> ask(const StationList &list, const Mac &mac) {
+    std::vector<const qo1905_sta_info *> found;
+    EXPECT_EQ(list.find(mac,
+                        [&](const qo1905_sta_info &station) {
+                            found.push_back(&station);
+                            return false;
+                        }),
+              nullptr);
+    return found;
+}
+
+void compare_with_walk(bool with_memory) {
+    std::mt19937 random(1905);
+    StationList list;  // kept, as the writers keep it from device to device
+    for (int round = 0; round < 2000; ++round) {
+        std::vector<qo1905_sta_info> stations(random() % 60);
+        for (std::size_t i = 0; i < stations.size(); ++i) {
+            stations[i] = {};
+            draw_mac(random, stations[i].STAMac);
+            stations[i].next = i + 1 < stations.size() ? &stations[i + 1] : nullptr;
+        }
+        const qo1905_sta_info *head = stations.empty() ? nullptr : stations.data();
+        if (!with_memory) {
+            fail_allocations_from(1);
+        }
+        list.enter(head);
+        allocate_again();
+        for (int i = 0; i < 20; ++i) {
+            Mac mac;
+            draw_mac(random, mac);
+            const auto expected = walk(head, mac);
+            ASSERT_EQ(ask(list, mac), expected);
+            ASSERT_EQ(list.find_first(mac), expected.empty() ? nullptr : expected.front());
+            const auto second = [calls = 0](const qo1905_sta_info &) mutable { return ++calls == 2; };
+            ASSERT_EQ(list.find(mac, second), expected.size() < 2 ? nullptr : expected[1]);
+        }
+    }
+}
+
+TEST(MacIndex, FindsWhatAWalkFindsInTheSameOrder) { compare_with_walk(true); }
+
+TEST(MacIndex, WithoutMemoryTheListIsWalked) { compare_with_walk(false); }
+
+TEST(MacIndex, AnEmptyOneFindsNothing) {
+    const Mac mac = {};
+    MacIndex index;
+    EXPECT_EQ(index.find(mac), nullptr);
+    EXPECT_TRUE(index.begin(0));
+    index.sort();
+    EXPECT_EQ(index.find(mac), nullptr);
+    const StationList list;
+    EXPECT_EQ(list.find_first(mac), nullptr);
+}
+
+TEST(MacIndex, MoreRecordsThanThereCanBeAreRefused) {
+    MacIndex index;
+    EXPECT_FALSE(index.begin(SIZE_MAX / 2));
+    EXPECT_TRUE(index.begin(1));
+}
+
+}  // namespace
