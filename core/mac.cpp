@@ -18,7 +18,9 @@ int hex_digit(char c) {
     return -1;
 }
 
-// The plain form, twelve digits in pairs and nothing else, is nearly all there is, and sscanf is slow.
+}  // namespace
+
+// Nearly all there is, and sscanf is slow.
 bool parse_plain_mac(const char *text, Mac &mac) {
     Mac parsed;
     for (int i = 0; i < 6; ++i) {
@@ -33,8 +35,6 @@ bool parse_plain_mac(const char *text, Mac &mac) {
     copy_mac(mac, parsed);
     return true;
 }
-
-}  // namespace
 
 void parse_mac(const char *text, Mac &mac) {
     if (text == nullptr || parse_plain_mac(text, mac)) {

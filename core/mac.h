@@ -18,7 +18,10 @@ using Mac = std::uint8_t[6];
 // text changes nothing.
 void parse_mac(const char *text, Mac &mac);
 
-// The same from a field that may be full to its end.
+// Reads the plain form: twelve digits in pairs with colons between and nothing else; false when it is another.
+bool parse_plain_mac(const char *text, Mac &mac);
+
+// What parse_mac reads, from a field that may be full to its end.
 template <std::size_t N>
 void parse_mac_field(const char (&field)[N], Mac &mac) {
     char text[N + 1];

@@ -1,8 +1,6 @@
 // Writes the two association lists: one line per Wi-Fi station anywhere in the mesh, one file per band. Timer thread,
 // right after the build.
 
-#include <cstdio>
-
 #include "core/paths.h"
 #include "model/list.h"
 #include "model/qo1905.h"
@@ -22,7 +20,6 @@ bool is_24g_name(std::string_view name) { return !contains(name, "rai") && name 
 bool is_5g_name(std::string_view name) { return contains(name, "rai"); }
 
 struct Band {
-    const char *path;
     char (qo1905_device_info::*channel)[kChannelSize];
     bool (*takes_group)(std::string_view name);
     std::uint32_t media_types[kMediaTypes];
@@ -52,23 +49,22 @@ private:
     char text_[kChannelSize] = {};
 };
 
+// So many blanks that the text behind them ends in this column.
+std::string_view padding(std::string_view text, std::size_t width) {
+    static constexpr char kBlanks[] = "          ";
+    return {kBlanks, text.size() < width ? width - text.size() : 0};
+}
+
 // The two zeros before the channel stand where storage addresses used to; no reader may rely on them.
 void write_line(MemoryText &out, const qo1905_sta_info &station, std::string_view interface_name,
                 std::string_view channel) {
-    char numbers[64];
-    const int length = std::snprintf(numbers, sizeof(numbers), "  %10d  %4hd  %4d  %5d ", station.PhyRate, station.RSSI,
-                                     0, station.SignalLevel);
-    constexpr std::size_t kNameWidth = 8;
-    constexpr char kBlanks[] = "        ";
-    out.put_mac(station.STAMac);
-    out.put({numbers, static_cast<std::size_t>(length)});
-    if (interface_name.size() < kNameWidth) {
-        out.put({kBlanks, kNameWidth - interface_name.size()});
-    }
-    out.put(interface_name);
-    out.put(" 0 0 ");
-    out.put(channel);
-    out.put("\n");
+    const MacText mac(station.STAMac);
+    const Digits rate(station.PhyRate);
+    const Digits rssi(station.RSSI);
+    const Digits level(station.SignalLevel);
+    out.put({mac.view(), "  ", padding(rate.view(), 10), rate.view(), "  ", padding(rssi.view(), 4), rssi.view(),
+             "     0  ", padding(level.view(), 5), level.view(), " ", padding(interface_name, 8), interface_name,
+             " 0 0 ", channel, "\n"});
 }
 
 void write_device(MemoryText &out, const qo1905_device &device, const StationList &stations, const Band &band,
@@ -90,20 +86,35 @@ void write_device(MemoryText &out, const qo1905_device &device, const StationLis
     }
 }
 
-void write_band(const Band &band) {
+// A file as it grows.
+struct BandList {
+    const Band &band;
     MemoryText text;
+    ChannelText channel;
+};
+
+// Both in one walk: finding a device's stations by MAC is half of the work.
+void list_stations(BandList &low, BandList &high) {
     const qo1905_network_topology *network = getNetTopolTable();
-    if (network != nullptr && network->IEEE1905DeviceNumberOfEntries != 0) {
-        ChannelText channel;
-        StationList stations;
-        for (const qo1905_device &device : ListNodes(network->IEEE1905Device)) {
-            channel.enter_device(field_text(device.Info.*band.channel));
-            stations.enter(device.STAInfo);
-            write_device(text, device, stations, band, channel.view());
+    if (network == nullptr || network->IEEE1905DeviceNumberOfEntries == 0) {
+        return;
+    }
+    StationList stations;
+    for (const qo1905_device &device : ListNodes(network->IEEE1905Device)) {
+        stations.enter(device.STAInfo);
+        for (BandList *list : {&low, &high}) {
+            list->channel.enter_device(field_text(device.Info.*list->band.channel));
+            write_device(list->text, device, stations, list->band, list->channel.view());
         }
     }
-    write_text_file(band.path, text);
 }
+
+constexpr Band kBand24G = {&qo1905_device_info::Channel24G,
+                           is_24g_name,
+                           {QO1905_MEDIA_80211B_24GHZ, QO1905_MEDIA_80211G_24GHZ, QO1905_MEDIA_80211N_24GHZ}};
+constexpr Band kBand5G = {&qo1905_device_info::Channel5G,
+                          is_5g_name,
+                          {QO1905_MEDIA_80211A_5GHZ, QO1905_MEDIA_80211N_5GHZ, QO1905_MEDIA_80211AC_5GHZ}};
 
 }  // namespace
 }  // namespace qo1905
@@ -111,13 +122,10 @@ void write_band(const Band &band) {
 using namespace qo1905;
 
 int32_t updateWifiAssocList() {
-    write_band({kAssocList24G,
-                &qo1905_device_info::Channel24G,
-                is_24g_name,
-                {QO1905_MEDIA_80211B_24GHZ, QO1905_MEDIA_80211G_24GHZ, QO1905_MEDIA_80211N_24GHZ}});
-    write_band({kAssocList5G,
-                &qo1905_device_info::Channel5G,
-                is_5g_name,
-                {QO1905_MEDIA_80211A_5GHZ, QO1905_MEDIA_80211N_5GHZ, QO1905_MEDIA_80211AC_5GHZ}});
+    BandList low{kBand24G, {}, {}};
+    BandList high{kBand5G, {}, {}};
+    list_stations(low, high);
+    write_text_file(kAssocList24G, low.text);
+    write_text_file(kAssocList5G, high.text);
     return 0;
 }

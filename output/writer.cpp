@@ -45,33 +45,20 @@ char *MemoryText::reserve(std::size_t more) {
     return room;
 }
 
-void MemoryText::put(std::string_view text) {
-    if (text.empty()) {
+void MemoryText::put(std::initializer_list<std::string_view> pieces) {
+    std::size_t size = 0;
+    for (const std::string_view piece : pieces) {
+        size += piece.size();
+    }
+    char *room = reserve(size);
+    if (room == nullptr) {
         return;
     }
-    if (char *room = reserve(text.size())) {
-        std::memcpy(room, text.data(), text.size());
-    }
-}
-
-void MemoryText::put_decimal(std::int64_t value) {
-    char digits[20];
-    std::size_t first = sizeof(digits);
-    // All numbers of the files fit in 33 bits; a 32-bit division does for those beyond the sign.
-    auto magnitude = static_cast<std::uint32_t>(value < 0 ? -value : value);
-    do {
-        digits[--first] = static_cast<char>('0' + magnitude % 10);
-        magnitude /= 10;
-    } while (magnitude != 0);
-    if (value < 0) {
-        digits[--first] = '-';
-    }
-    put({digits + first, sizeof(digits) - first});
-}
-
-void MemoryText::put_mac(const Mac &mac) {
-    if (char *room = reserve(kMacTextLength)) {
-        print_mac(mac, room);
+    for (const std::string_view piece : pieces) {
+        if (!piece.empty()) {
+            std::memcpy(room, piece.data(), piece.size());
+            room += piece.size();
+        }
     }
 }
 
@@ -96,9 +83,21 @@ void write_text_file(const char *path, const MemoryText &text) {
     (void)std::fwrite(text.view().data(), 1, text.view().size(), file.get());
 }
 
-void JsonWriter::indent() {
-    constexpr char kTabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t";
-    out_.put({kTabs, depth_ < sizeof(kTabs) ? depth_ : sizeof(kTabs) - 1});
+Digits::Digits(std::int64_t value) {
+    // All numbers of the files fit in 33 bits; a 32-bit division does for those beyond the sign.
+    auto magnitude = static_cast<std::uint32_t>(value < 0 ? -value : value);
+    do {
+        text_[--first_] = static_cast<char>('0' + magnitude % 10);
+        magnitude /= 10;
+    } while (magnitude != 0);
+    if (value < 0) {
+        text_[--first_] = '-';
+    }
+}
+
+std::string_view JsonWriter::indent() const {
+    static constexpr char kTabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t";
+    return {kTabs, depth_ < sizeof(kTabs) ? depth_ : sizeof(kTabs) - 1};
 }
 
 void JsonWriter::begin() {
@@ -112,59 +111,37 @@ void JsonWriter::end() {
     out_.put("\n");
 }
 
-void JsonWriter::start_member(Key key) {
-    if (!first_) {
-        out_.put(",\n");
-    }
-    first_ = false;
-    indent();
-    out_.put("\"");
-    out_.put(key.name);
-    if (key.number != 0) {
-        out_.put_decimal(key.number);
-    }
-    out_.put("\": ");
-}
-
 void JsonWriter::open(Key key) {
-    start_member(key);
-    out_.put("{\n");
+    raw(key, "{\n", "", "");
     ++depth_;
     first_ = true;
 }
 
 void JsonWriter::close() {
-    out_.put("\n");
     --depth_;
-    indent();
-    out_.put("}");
+    out_.put({"\n", indent(), "}"});
     first_ = false;
 }
 
-void JsonWriter::number(Key key, std::int64_t value) {
-    start_member(key);
-    out_.put_decimal(value);
-}
+void JsonWriter::number(Key key, std::int64_t value) { raw(key, "", Digits(value).view(), ""); }
 
-void JsonWriter::mac(Key key, const Mac &value) {
-    start_member(key);
-    out_.put("\"");
-    out_.put_mac(value);
-    out_.put("\"");
-}
+void JsonWriter::mac(Key key, const Mac &value) { raw(key, "\"", MacText(value).view(), "\""); }
 
 void JsonWriter::name(Key key, std::string_view value) { raw(key, "\"", value, "\""); }
 
 void JsonWriter::raw(Key key, std::string_view prefix, std::string_view value, std::string_view suffix) {
-    start_member(key);
-    out_.put(prefix);
-    out_.put(value);
-    out_.put(suffix);
+    const Digits number(key.number);
+    out_.put({first_ ? "" : ",\n", indent(), "\"", key.name, key.number != 0 ? number.view() : "", "\": ", prefix,
+              value, suffix});
+    first_ = false;
 }
 
 void JsonWriter::text(Key key, std::string_view value) {
-    start_member(key);
-    out_.put("\"");
+    if (is_plain_json_text(value)) {
+        name(key, value);
+        return;
+    }
+    raw(key, "\"", "", "");
     out_.put_escaped(value);
     out_.put("\"");
 }

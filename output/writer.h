@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <string_view>
 
 #include "core/mac.h"
@@ -20,9 +21,8 @@ public:
     MemoryText(const MemoryText &) = delete;
     MemoryText &operator=(const MemoryText &) = delete;
 
-    void put(std::string_view text);
-    void put_decimal(std::int64_t value);
-    void put_mac(const Mac &mac);
+    void put(std::string_view text) { put({text}); }
+    void put(std::initializer_list<std::string_view> pieces);  // one behind the other
     void put_escaped(std::string_view text);
 
     bool failed() const { return failed_; }
@@ -47,6 +47,27 @@ struct Key {
     constexpr Key(const char *key_name, unsigned key_number) : name(key_name), number(key_number) {}
     std::string_view name;
     unsigned number = 0;
+};
+
+// Of any number that a record holds.
+class Digits {
+public:
+    explicit Digits(std::int64_t value);
+    std::string_view view() const { return {text_ + first_, sizeof(text_) - first_}; }
+
+private:
+    char text_[20];
+    std::size_t first_ = sizeof(text_);
+};
+
+// A MAC as all files have it.
+class MacText {
+public:
+    explicit MacText(const Mac &mac) { print_mac(mac, text_); }
+    std::string_view view() const { return {text_, sizeof(text_)}; }
+
+private:
+    char text_[kMacTextLength];
 };
 
 class JsonWriter {
@@ -76,8 +97,7 @@ public:
     void text(Key key, std::string_view value);
 
 private:
-    void start_member(Key key);
-    void indent();
+    std::string_view indent() const;
 
     MemoryText &out_;
     unsigned depth_ = 0;

@@ -41,14 +41,6 @@ void merge_reports(qo1905_device &device) {
     });
 }
 
-// What dnsmasq leased is truer than what the device says of itself.
-void merge_lease(qo1905_device &device, const Leases &leases) {
-    const Lease *lease = leases.find(device.IEEE1905Id);
-    if (lease != nullptr) {
-        copy_field(device.Info.DeviceIP, lease->address);
-    }
-}
-
 }  // namespace
 }  // namespace qo1905
 
@@ -61,7 +53,6 @@ int32_t getIeee1905DevTable(json_object *topology) {
     }
     move_reports_to_copy();
     const CopiedReportsIndexed indexed;
-    const Leases leases;
     destroyIeee1905DevTable(network->IEEE1905Device);
     ListTail<qo1905_device> tail(network->IEEE1905Device);
     int32_t result = QO1905_SUCCESS;
@@ -74,8 +65,8 @@ int32_t getIeee1905DevTable(json_object *topology) {
         // Element 0 is the local device.
         result = getNbrDevInfo(topology, device, static_cast<std::uint16_t>(i + 1));
         merge_reports(*device);
-        merge_lease(*device, leases);
         tail.append(device);
     }
+    merge_leases(network->IEEE1905Device);
     return result;
 }

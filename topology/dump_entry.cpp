@@ -23,9 +23,26 @@ constexpr int kFirst5GChannel = 36;
 
 bool is_text(const char *text, std::string_view expected) { return text != nullptr && expected == text; }
 
+// "-55": nearly all there is, and sscanf is slow.
+bool parse_plain_number(const char *text, std::int16_t &value) {
+    constexpr int kMaxDigits = 4;
+    const bool negative = *text == '-';
+    text += negative ? 1 : 0;
+    int number = 0;
+    int digits = 0;
+    for (; digits < kMaxDigits && *text >= '0' && *text <= '9'; ++digits) {
+        number = number * 10 + (*text++ - '0');
+    }
+    if (digits == 0 || *text != '\0') {
+        return false;
+    }
+    value = static_cast<std::int16_t>(negative ? -number : number);
+    return true;
+}
+
 // Keeps the value where the text is no number.
 void parse_rssi(const char *text, std::int16_t &value) {
-    if (text != nullptr) {
+    if (text != nullptr && !parse_plain_number(text, value)) {
         (void)std::sscanf(text, "%hd", &value);
     }
 }
@@ -264,28 +281,29 @@ private:
         const JsonItems stations(list);
         last_station_count_ = stations.size();
         for (json_object *station : stations) {
-            const char *mac = json_text(station, "STA MAC address");
+            Mac mac = {};
+            parse_mac(json_text(station, "STA MAC address"), mac);
             const char *backhaul = json_text(station, "BH STA");
             if (is_text(backhaul, "No")) {
                 if (auto *entry = clients.add()) {
-                    parse_mac(mac, entry->NeighborInterfaceId);
+                    copy_mac(entry->NeighborInterfaceId, mac);
                 }
             } else if (is_text(backhaul, "Yes")) {
                 if (auto *entry = mesh_stations.add()) {
-                    parse_mac(mac, entry->NeighborDeviceId);
+                    copy_mac(entry->NeighborDeviceId, mac);
                 }
             }
             add_station(station, mac);
         }
     }
 
-    void add_station(json_object *station, const char *mac) {
+    void add_station(json_object *station, const Mac &mac) {
         parse_rssi(json_text(station, "uplink rssi"), rssi_);
         auto *node = record_new<qo1905_sta_info>();
         if (node == nullptr) {
             return;
         }
-        parse_mac(mac, node->STAMac);
+        copy_mac(node->STAMac, mac);
         if (const MediumName *medium = wifi_medium(json_text(station, "Medium"))) {
             node->MediaType = medium->media_type;
         }

@@ -1,34 +1,12 @@
-// The DHCP leases of the local dnsmasq server, read once per cycle. Timer thread.
+// The addresses that dnsmasq leased: what it says is truer than what a device says of itself. Timer thread.
 #pragma once
 
-#include "core/mac.h"
-#include "model/mac_index.h"
+#include "model/qo1905.h"
 
 namespace qo1905 {
 
-inline constexpr int kLeaseAddressSize = 128;
-
-// What a line of the lease file says, or what is left of the lines before where it does not parse.
-struct Lease {
-    Lease *next;
-    Mac mac;
-    char address[kLeaseAddressSize];  // may fill the field without a zero byte
-};
-
-class Leases {
-public:
-    // Reads the lease file; without one there are no leases. A line that there is no memory for is left out.
-    Leases();
-    ~Leases();
-    Leases(const Leases &) = delete;
-    Leases &operator=(const Leases &) = delete;
-
-    // The first line for this MAC; null when there is none.
-    const Lease *find(const Mac &mac) const;
-
-private:
-    Lease *first_ = nullptr;
-    IndexedList<Lease, &Lease::mac> by_mac_;
-};
+// Reads the lease file and copies the address of the first line with a device's AL MAC into its `DeviceIP`. Without a
+// lease file, or without memory to look the devices up, all stay as they are.
+void merge_leases(qo1905_device *devices);
 
 }  // namespace qo1905

@@ -1,0 +1,347 @@
+// How long each step of a cycle takes, against json-c parsing the same dump and freeing it again, which no reader of
+// the dump can do without. Prints one table; figures of one line come from one run, interleaved, the fastest of several
+// each.
+
+#include <benchmark/benchmark.h>
+#include <json-c/json.h>
+#include <malloc.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <memory>
+
+#include "bench/host.h"
+#include "bench/mesh.h"
+#include "core/annotations.h"
+#include "core/json.h"
+#include "model/al_table.h"
+#include "model/high_layer_table.h"
+#include "model/qo1905.h"
+
+namespace {
+
+struct Size {
+    std::size_t devices;
+    std::size_t stations;
+};
+constexpr Size kSizes[] = {{3, 15}, {16, 500}, {64, 4000}, {256, 16000}, {1000, 64000}};
+constexpr char kDumpFile[] = "/tmp/dump.txt";
+constexpr char kLeaseFile[] = "/var/dnsmasq/dnsmasq.leases";
+
+const bench::Mesh &mesh(const Size &size) {
+    static std::map<std::size_t, bench::Mesh> meshes;
+    auto found = meshes.find(size.devices);
+    if (found == meshes.end()) {
+        found = meshes.emplace(size.devices, bench::make_mesh(size.devices, size.stations)).first;
+    }
+    return found->second;
+}
+
+// The world of one size, until the next: the dump, and for `reported` the leases and every Agent's report.
+void enter(const Size &size, bool reported) QO1905_ANNOTATE(no_thread_safety_analysis) {
+    static std::size_t devices = 0;
+    static bool was_reported = false;
+    if (devices == size.devices && was_reported == reported) {
+        return;
+    }
+    devices = size.devices;
+    was_reported = reported;
+    qo1905::destroy_al_table();
+    if (qo1905::copied_reports() != nullptr) {
+        qo1905::destroyDupEcnt1905Table();
+    }
+    bench::write_file(kDumpFile, mesh(size).dump);
+    bench::write_file(kLeaseFile, reported ? mesh(size).leases : "");
+    for (const std::string &report : mesh(size).reports) {
+        if (reported) {
+            (void)higherLayerDataRcvHandle(report.c_str(), static_cast<int32_t>(report.size()));
+        }
+    }
+    (void)initALTable();
+    // What the parser's many small blocks left to be merged is merged now, not in whatever step asks for a large block
+    // next.
+    (void)malloc_trim(0);
+}
+
+using Step = void (*)(benchmark::State &state, const Size &size);
+
+void parse(benchmark::State &state, const Size &size) {
+    enter(size, false);
+    for (auto _ : state) {
+        (void)_;
+        json_object_put(json_object_from_file(kDumpFile));
+    }
+}
+
+// All that the module does in a cycle but the commands, the dump's parsing included.
+void cycle(benchmark::State &state, const Size &size) {
+    enter(size, true);
+    for (auto _ : state) {
+        (void)_;
+        (void)initALTable();
+        (void)writeJsonDataModel();
+        (void)updateWifiAssocList();
+    }
+}
+
+// Of the device list alone, from a dump that is parsed already.
+void build(benchmark::State &state, const Size &size, bool reported) {
+    enter(size, reported);
+    const qo1905::JsonTree tree(json_object_from_file(kDumpFile));
+    json_object *topology = json_object_object_get(tree.get(), "topology information");
+    qo1905_network_topology &network = *getNetTopolTable();
+    for (auto _ : state) {
+        (void)_;
+        state.PauseTiming();
+        (void)qo1905::destroyIeee1905DevTable(network.IEEE1905Device);
+        state.ResumeTiming();
+        network.IEEE1905DeviceNumberOfEntries = static_cast<uint16_t>(get1905AgentDevNumber(topology));
+        (void)getIeee1905DevTable(topology);
+    }
+}
+
+void build_alone(benchmark::State &state, const Size &size) { build(state, size, false); }
+void import_reports(benchmark::State &state, const Size &size) { build(state, size, true); }
+
+void write_model(benchmark::State &state, const Size &size) {
+    enter(size, true);
+    for (auto _ : state) {
+        (void)_;
+        (void)writeJsonDataModel();
+    }
+}
+
+void write_lists(benchmark::State &state, const Size &size) {
+    enter(size, true);
+    for (auto _ : state) {
+        (void)_;
+        (void)updateWifiAssocList();
+    }
+}
+
+void write_log(benchmark::State &state, const Size &size) {
+    enter(size, true);
+    for (auto _ : state) {
+        (void)_;
+        (void)writeJsonqo1905log();
+    }
+}
+
+void destroy(benchmark::State &state, const Size &size) {
+    enter(size, true);
+    const qo1905::JsonTree tree(json_object_from_file(kDumpFile));
+    json_object *topology = json_object_object_get(tree.get(), "topology information");
+    qo1905_network_topology &network = *getNetTopolTable();
+    for (auto _ : state) {
+        (void)_;
+        state.PauseTiming();
+        network.IEEE1905DeviceNumberOfEntries = static_cast<uint16_t>(get1905AgentDevNumber(topology));
+        (void)getIeee1905DevTable(topology);
+        state.ResumeTiming();
+        (void)qo1905::destroyIeee1905DevTable(network.IEEE1905Device);
+    }
+    (void)getIeee1905DevTable(topology);
+}
+
+// The messages, which do not depend on the mesh.
+void empty_high_layer_table() QO1905_ANNOTATE(no_thread_safety_analysis) { (void)qo1905::destroyEcnt1905Table(); }
+
+void handle_report(benchmark::State &state) {
+    const std::string report = bench::make_report(60);
+    for (auto _ : state) {
+        (void)_;
+        (void)higherLayerDataRcvHandle(report.c_str(), static_cast<int32_t>(report.size()));
+        state.PauseTiming();
+        empty_high_layer_table();
+        state.ResumeTiming();
+    }
+}
+
+void parse_report(benchmark::State &state) {
+    const std::string report = bench::make_report(60);
+    for (auto _ : state) {
+        (void)_;
+        json_object_put(json_tokener_parse(report.c_str()));
+    }
+}
+
+void send_report(benchmark::State &state) {
+    bench::host.role = "2";
+    bench::host.stations = 7;  // on each of eight interfaces
+    for (auto _ : state) {
+        (void)_;
+        (void)highLayerDataSend();
+    }
+    bench::host.role = "1";
+}
+
+// ---- the table ----
+
+std::FILE *table = nullptr;
+
+struct StepName {
+    const char *name;
+    Step step;
+};
+constexpr StepName kSteps[] = {{"parse", parse},
+                               {"build", build_alone},
+                               {"build+reports", import_reports},
+                               {"model file", write_model},
+                               {"lists", write_lists},
+                               {"log file", write_log},
+                               {"destroy", destroy},
+                               {"cycle", cycle}};
+
+std::string name_of(const char *step, const Size &size) { return step + ("/" + std::to_string(size.devices)); }
+
+// Keeps the fastest of all runs of each benchmark, in ns.
+class Fastest : public benchmark::BenchmarkReporter {
+public:
+    bool ReportContext(const Context &) override { return true; }
+    void ReportRuns(const std::vector<Run> &runs) override {
+        for (const Run &run : runs) {
+            if (run.run_type == Run::RT_Iteration) {
+                const double time = run.GetAdjustedCPUTime() * 1e9 / benchmark::GetTimeUnitMultiplier(run.time_unit);
+                double &best = times_.emplace(run.run_name.function_name, time).first->second;
+                best = std::min(best, time);
+            }
+        }
+    }
+    // Not a number for what was filtered out.
+    double time(const std::string &name) const {
+        const auto found = times_.find(name);
+        return found != times_.end() ? found->second : std::nan("");
+    }
+
+private:
+    std::map<std::string, double> times_;
+};
+
+std::string shown_time(double ns) {
+    char text[32];
+    (void)std::snprintf(text, sizeof(text), ns < 1e6 ? "%.1f us" : "%.2f ms", ns < 1e6 ? ns / 1e3 : ns / 1e6);
+    return text;
+}
+
+struct Memory {
+    double bytes_of_stations;  // heap of the device list, without the device records themselves
+    double bytes;              // with them
+    double allocations;        // of a build and all files
+};
+
+// Per station of the Agents.
+Memory measure_memory(const Size &size) {
+    enter(size, true);
+    const qo1905::JsonTree tree(json_object_from_file(kDumpFile));
+    json_object *topology = json_object_object_get(tree.get(), "topology information");
+    qo1905_network_topology &network = *getNetTopolTable();
+    (void)qo1905::destroyIeee1905DevTable(network.IEEE1905Device);
+    const auto used_before = mallinfo2();
+    const unsigned long before = bench::allocations();
+    (void)getIeee1905DevTable(topology);
+    const auto used_after = mallinfo2();
+    (void)writeJsonDataModel();
+    (void)updateWifiAssocList();
+    const auto stations = static_cast<double>(size.stations);
+    const auto bytes = static_cast<double>(used_after.uordblks + used_after.hblkhd) -
+                       static_cast<double>(used_before.uordblks + used_before.hblkhd);
+    const double records = static_cast<double>(size.devices - 1) * sizeof(qo1905_device);
+    return {(bytes - records) / stations, bytes / stations,
+            static_cast<double>(bench::allocations() - before) / stations};
+}
+
+void print_sizes(const Fastest &fastest) {
+    (void)std::fprintf(table, "\n%-15s", "");
+    for (const Size &size : kSizes) {
+        char title[32];
+        (void)std::snprintf(title, sizeof(title), "%zu / %zu", size.devices, size.stations);
+        (void)std::fprintf(table, " %23s", title);
+    }
+    (void)std::fprintf(table, "\n%-15s", "step");
+    for (std::size_t i = 0; i < std::size(kSizes); ++i) {
+        (void)std::fprintf(table, " %11s %5s %5s", "time", "ratio", "grows");
+    }
+    (void)std::fprintf(table, "\n");
+    for (const StepName &step : kSteps) {
+        (void)std::fprintf(table, "%-15s", step.name);
+        double per_station_before = 0;
+        for (const Size &size : kSizes) {
+            const double time = fastest.time(name_of(step.name, size));
+            const double per_station = time / static_cast<double>(size.stations);
+            (void)std::fprintf(table, " %11s %5.2f", shown_time(time).c_str(),
+                               time / fastest.time(name_of("parse", size)));
+            if (per_station_before > 0) {
+                (void)std::fprintf(table, " %5.2f", per_station / per_station_before);
+            } else {
+                (void)std::fprintf(table, "     -");
+            }
+            per_station_before = per_station;
+        }
+        (void)std::fprintf(table, "\n");
+    }
+}
+
+void print_beyond(const Fastest &fastest) {
+    (void)std::fprintf(table, "%-15s", "cycle - parse");
+    for (const Size &size : kSizes) {
+        const double floor = fastest.time(name_of("parse", size));
+        const double beyond = fastest.time(name_of("cycle", size)) - floor;
+        (void)std::fprintf(table, " %11s %5.2f      ", shown_time(beyond).c_str(), beyond / floor);
+    }
+    (void)std::fprintf(table, "\n");
+}
+
+void print_memory() {
+    constexpr const char *kRows[] = {"bytes of lists", "bytes in all", "allocations"};
+    (void)std::fprintf(table, "\nper station\n");
+    std::vector<Memory> memory;
+    for (const Size &size : kSizes) {
+        memory.push_back(measure_memory(size));
+    }
+    for (int row = 0; row < 3; ++row) {
+        (void)std::fprintf(table, "%-15s", kRows[row]);
+        for (const Memory &item : memory) {
+            const double values[] = {item.bytes_of_stations, item.bytes, item.allocations};
+            (void)std::fprintf(table, " %11.2f            ", values[row]);
+        }
+        (void)std::fprintf(table, "\n");
+    }
+}
+
+void print_messages(const Fastest &fastest) {
+    (void)std::fprintf(table, "\nmessages\n%-32s %11s\n%-32s %11s %5.2f of it\n%-32s %11s\n",
+                       "parse a report of 60 stations", shown_time(fastest.time("parse_report")).c_str(), "handle it",
+                       shown_time(fastest.time("handle_report")).c_str(),
+                       fastest.time("handle_report") / fastest.time("parse_report"), "build and send one of 56",
+                       shown_time(fastest.time("send_report")).c_str());
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    // What the module prints is measured, and not shown.
+    table = fdopen(dup(STDOUT_FILENO), "w");
+    if (table == nullptr || std::freopen("/dev/null", "w", stdout) == nullptr) {
+        return 1;
+    }
+    benchmark::Initialize(&argc, argv);
+    for (const Size &size : kSizes) {
+        for (const StepName &step : kSteps) {
+            const auto run = [&step, &size](benchmark::State &state) { step.step(state, size); };
+            (void)benchmark::RegisterBenchmark(name_of(step.name, size).c_str(), run);
+        }
+    }
+    (void)benchmark::RegisterBenchmark("parse_report", parse_report);
+    (void)benchmark::RegisterBenchmark("handle_report", handle_report);
+    (void)benchmark::RegisterBenchmark("send_report", send_report);
+    Fastest fastest;
+    (void)benchmark::RunSpecifiedBenchmarks(&fastest);
+    print_sizes(fastest);
+    print_beyond(fastest);
+    print_memory();
+    print_messages(fastest);
+    return 0;
+}
