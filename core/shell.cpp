@@ -49,18 +49,20 @@ void run_command(const char *command) {
 
 Pipe read_command(const char *command) { return Pipe(popen(command, "re")); }
 
-bool is_bare_text(std::string_view text) {
+int bare_words(std::string_view text) {
+    int words = 0;
     bool word_begins = true;
     for (const char c : text) {
         if (!is_blank(c) && !is_word_character(c)) {
-            return false;
+            return -1;
         }
         if (word_begins && c == '-') {
-            return false;
+            return -1;
         }
+        words += word_begins && !is_blank(c) ? 1 : 0;
         word_begins = is_blank(c);
     }
-    return true;
+    return words;
 }
 
 void append_quoted_json(SendPayload &out, std::string_view value) {
@@ -92,7 +94,7 @@ bool build_send_command(SendCommand &command, std::string_view destination, std:
     command.append(" \"");
     command.append(payload);
     command.append("\"");
-    return is_bare_text(destination) && !command.truncated();
+    return bare_words(destination) >= 0 && !command.truncated();
 }
 
 bool build_kill_command(KillCommand &command, std::string_view line) {
@@ -108,7 +110,8 @@ bool build_block_command(BlockCommand &command, bool block, std::string_view sta
     command.append(station);
     command.append(" ");
     command.append(interface_text);
-    return is_bare_text(station) && is_bare_text(interface_text);
+    const int interface_words = bare_words(interface_text);
+    return bare_words(station) == 1 && (interface_words == 0 || interface_words == 1);
 }
 
 }  // namespace qo1905

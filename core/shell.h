@@ -24,9 +24,9 @@ void run_command(const char *command);
 // What a command prints, to be read; null when it cannot be run. Programs started meanwhile do not inherit the pipe.
 Pipe read_command(const char *command);
 
-// True when the text may stand bare in a command: letters, digits, ':', '.', '_', '-', blank and tab only, no word
-// beginning with '-'.
-bool is_bare_text(std::string_view text);
+// How many words a text is that stands bare in a command; -1 when it may not: it may hold letters, digits, ':', '.', '_',
+// '-', blank and tab only, and no word may begin with '-'.
+int bare_words(std::string_view text);
 
 // "kill -9" for the line of a process id file, taken as it is. False when it must not be run: the line is not one
 // number above 1.
@@ -44,7 +44,8 @@ std::size_t send_payload_limit(std::string_view destination);
 bool build_send_command(SendCommand &command, std::string_view destination, std::string_view payload);
 
 // "block_acl": puts a station into the block list, or takes it out. A command that is longer than its buffer is cut, as
-// its readers know it. False when it must not be run.
+// its readers know it. False when it must not be run: the station is not one plain word, so that others would take its
+// place, or the interface's text is more than one.
 bool build_block_command(BlockCommand &command, bool block, std::string_view station, std::string_view interface_text);
 
 }  // namespace qo1905

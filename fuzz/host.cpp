@@ -1,9 +1,12 @@
 #include "fuzz/host.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <json-c/json.h>
+#include <spawn.h>
 #include <sys/select.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +17,7 @@
 #include <fstream>
 #include <iterator>
 #include <mutex>
+#include <set>
 #include <thread>
 
 #include "model/qo1905.h"
@@ -61,11 +65,76 @@ void expect_program(const std::vector<std::string> &words, std::string_view comm
     fail("another program", command);
 }
 
+// A real sh with a function in place of every program, and no others to be found. What is called prints its words, each
+// ended by a zero byte, and a line end; anything else that happened shows as an error.
+constexpr char kRecordingShell[] =
+    "PATH=/nonexistent\n"
+    "record() { printf '%s\\0' \"$@\"; echo; }\n"
+    "mapd_cli() { record mapd_cli \"$@\"; }\n"
+    "reboot() { record reboot \"$@\"; }\n"
+    "kill() { record kill \"$@\"; }\n"
+    "rm() { record rm \"$@\"; }\n"
+    "start_rest_server() { record /etc/rc.d/S81ohttpd_rest \"$@\"; }\n"
+    "alias /etc/rc.d/S81ohttpd_rest=start_rest_server\n"
+    "eval \"$1\"\n";
+
+// What the shell printed, errors included.
+std::string run_recording(const std::string &command) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        fail("no pipe", command);
+    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, ends[1], STDERR_FILENO);
+    const char *arguments[] = {"sh", "-c", kRecordingShell, "sh", command.c_str(), nullptr};
+    pid_t shell = -1;
+    if (posix_spawn(&shell, "/bin/sh", &actions, nullptr, const_cast<char *const *>(arguments), environ) != 0) {
+        fail("no shell", command);
+    }
+    posix_spawn_file_actions_destroy(&actions);
+    close(ends[1]);
+    std::string output;
+    char chunk[8192];
+    for (ssize_t size = 0; (size = read(ends[0], chunk, sizeof(chunk))) > 0;) {
+        output.append(chunk, static_cast<std::size_t>(size));
+    }
+    close(ends[0]);
+    (void)waitpid(shell, nullptr, 0);
+    return output;
+}
+
+// A real shell has to call just this program with just these words. Commands seen before are not run again.
+void expect_one_call(const std::vector<std::string> &words, const std::string &command) {
+    constexpr std::size_t kMaxSeen = 200000;
+    static auto &seen = *new std::set<std::string>;
+    if (seen.size() > kMaxSeen) {
+        seen.clear();
+    }
+    if (!seen.insert(command).second) {
+        return;
+    }
+    std::string expected;
+    for (const std::string &word : words) {
+        expected += word + '\0';
+    }
+    if (run_recording(command) != expected + '\n') {
+        fail("the shell makes something else of it", command);
+    }
+}
+
+std::string &message() {
+    static auto &text = *new std::string;
+    return text;
+}
+
 // A higher-layer message has exactly its seven words, and its payload is JSON.
 void expect_message(const std::vector<std::string> &words, std::string_view command) {
     if (words.size() < 3 || words[2] != "tx_higher_layer_data") {
         return;
     }
+    message() = words.back();
     json_tokener *tokener = json_tokener_new();
     json_tokener_set_flags(tokener, JSON_TOKENER_STRICT | JSON_TOKENER_VALIDATE_UTF8);
     if (words.size() != 7) {
@@ -123,6 +192,17 @@ std::vector<std::string> words_of(std::string_view command) {
         fail("a quote stays open", command);
     }
     return words;
+}
+
+const std::string &last_message() { return message(); }
+
+void expect_member(const std::string &json, const char *key, const std::string &text) {
+    json_object *tree = json_tokener_parse(json.c_str());
+    const char *value = json_object_get_string(json_object_object_get(tree, key));
+    if (value == nullptr || text != value) {
+        fail(key, json);
+    }
+    json_object_put(tree);
 }
 
 int waits() {
@@ -241,6 +321,7 @@ int mapd_interface_ctrl_attach(mapd_interface *) { return 0; }
 int system(const char *command) {
     const auto words = fuzz::words_of(command);
     fuzz::expect_program(words, command);
+    fuzz::expect_one_call(words, command);
     fuzz::expect_message(words, command);
     return 0;
 }

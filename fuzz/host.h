@@ -1,5 +1,5 @@
-// The host of a fuzz target: every import of the platform, as quiet and as fast as it can be, and a shell that runs
-// nothing but looks at every command.
+// The host of a fuzz target: every import of the platform, as quiet and as fast as it can be, and a shell that records
+// how programs are called and runs none.
 #pragma once
 
 #include <cstddef>
@@ -28,6 +28,12 @@ extern Host &host;
 // The words that a POSIX shell makes of a command, if it is one simple program without anything to expand or to
 // redirect. Aborts otherwise: then a stranger's text got through.
 std::vector<std::string> words_of(std::string_view command);
+
+// The message of the last command that sent one, as JSON text.
+const std::string &last_message();
+
+// Aborts when a member of a JSON object is not just this text.
+void expect_member(const std::string &json, const char *key, const std::string &text);
 
 // How often the receiver thread began to wait.
 int waits();

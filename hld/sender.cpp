@@ -105,7 +105,7 @@ void build_report(SendPayload &payload, const AgentValues &values) {
 
 // A MAC that is no plain text is told, and nothing is sent with it.
 bool is_plain_mac(std::string_view mac) {
-    if (is_bare_text(mac)) {
+    if (bare_words(mac) >= 0) {
         return true;
     }
     std::printf("%s: message not sent, a MAC is not plain text\n", kName);

@@ -93,15 +93,18 @@ TEST(MacText, PrintsPairsOfLowerCaseDigits) {
 }
 
 TEST(BareText, TakesWordsOfHarmlessCharactersOnly) {
-    for (const char *good : {"", "02:57:00:00:00:01", "a b\tc", "A.b_c-d", " x", "0"}) {
-        EXPECT_TRUE(is_bare_text(good)) << good;
+    EXPECT_EQ(bare_words(""), 0);
+    EXPECT_EQ(bare_words(" \t"), 0);
+    for (const char *good : {"02:57:00:00:00:01", "A.b_c-d", " x", "0", "\tx "}) {
+        EXPECT_EQ(bare_words(good), 1) << good;
     }
+    EXPECT_EQ(bare_words("a b\tc"), 3);
     for (const char *bad : {"-x",  "a -x", "a\t-x", "a\nb", "a\n", "\r",  "a;b", "a&b",  "a|b",     "$a",
                             "`a`", "'a'",  "\"a\"", "a\\b", "a/b", "~",   "*",   "?",    "[a]",     "{a}",
                             "(a)", "<a",   ">a",    "#a",   "!a",  "a=b", "%a",  "\x7f", "\xc3\xa9"}) {
-        EXPECT_FALSE(is_bare_text(bad)) << bad;
+        EXPECT_EQ(bare_words(bad), -1) << bad;
     }
-    EXPECT_FALSE(is_bare_text(std::string_view("a\0b", 3)));
+    EXPECT_EQ(bare_words(std::string_view("a\0b", 3)), -1);
 }
 
 // The fast path takes the plain form only and must agree with the C library on it, and leave all else to it.

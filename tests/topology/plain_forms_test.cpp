@@ -1,0 +1,112 @@
+// Lease lines and signal texts are read by hand where they have the form that nearly all have. Whatever the form, the
+// result is the C library's, which is asked here for thousands of lines that are nearly of that form.
+#include <cstdio>
+#include <cstring>
+#include <random>
+
+#include "tests/support/module_test.h"
+
+namespace {
+
+using PlainFormsTest = ModuleTest;
+
+std::string choose(std::mt19937 &random, const std::vector<std::string> &texts) {
+    return texts[random() % texts.size()];
+}
+
+// ---- leases ----
+
+const std::vector<std::string> kMacs = {"02:0a:00:00:00:01",
+                                        "02:0a:00:00:00:02",
+                                        "02:0A:00:00:00:01",
+                                        "2:a:0:0:0:1",
+                                        "02:0a:00:00:00",
+                                        "02:0a:00:00:00:1",
+                                        "02-0a-00-00-00-01",
+                                        "02:0a:00:00:00:011",
+                                        "02:0a:00:00:00:zz",
+                                        "",
+                                        "x",
+                                        " 02:0a:00:00:00:02"};
+
+std::string draw_line(std::mt19937 &random) {
+    const std::vector<std::string> blanks = {" ", " ", " ", " ", "  ", "\t", ""};
+    return choose(random, {"1795262400", "0", "-1", "+7", "x", "", " 12", "99999999999999999999", "duid"}) +
+           choose(random, blanks) + choose(random, kMacs) + choose(random, blanks) +
+           choose(random, {"10.0.0.1", "10.0.0.2", "10.0.0.3", "", "fe80::1", "a\tb", std::string(300, '7')}) +
+           choose(random, blanks) + choose(random, {"name", "*", ""}) + choose(random, blanks) +
+           choose(random, {"01:02", "*", "", "\r"}) + choose(random, {"\n", "\n", "\n", "\n\n", ""});
+}
+
+// The address that the file gives a device; empty when none.
+std::string leased(const std::string &text, const uint8_t (&al_mac)[6]) {
+    write_file("leases.txt", text);
+    std::FILE *file = std::fopen("leases.txt", "r");
+    uint8_t mac[6] = {};
+    char address[512] = {};
+    char line[512];
+    std::string found;
+    while (found.empty() && std::fgets(line, sizeof(line), file) != nullptr) {
+        (void)std::sscanf(line, "%*u %hhx:%hhx:%hhx:%hhx:%hhx:%hhx %511[^ ] %*[^ ] %*[^ ] %*[^ ]\n", &mac[0], &mac[1],
+                          &mac[2], &mac[3], &mac[4], &mac[5], address);
+        if (std::memcmp(mac, al_mac, sizeof(mac)) == 0) {
+            found = address[0] == '\0' ? "(empty)" : std::string(address).substr(0, 128);
+        }
+    }
+    (void)std::fclose(file);
+    return found;
+}
+
+TEST_F(PlainFormsTest, LeasesAreReadAsTheCLibraryReadsThem) {
+    std::mt19937 random(1905);
+    const std::string device = R"({"Device role": "02", "AL MAC": ")";
+    for (int round = 0; round < 400; ++round) {
+        std::string text;
+        for (auto lines = random() % 8; lines > 0; --lines) {
+            text += draw_line(random);
+        }
+        write_file(kLeases, text);
+        const auto devices = build(device + "02:0a:00:00:00:01\"}, " + device + "02:0a:00:00:00:02\"}, " + device +
+                                   "02:0a:00:00:00:01\"}");
+        ASSERT_EQ(devices.size(), 3U);
+        for (const qo1905_device *built : devices) {
+            const std::string expected = leased(text, built->IEEE1905Id);
+            const auto &field = built->Info.DeviceIP;
+            const std::string address(field, strnlen(field, sizeof(field)));
+            ASSERT_EQ(address, expected == "(empty)" ? "" : expected) << visible(text);
+        }
+    }
+}
+
+// ---- signals ----
+
+TEST_F(PlainFormsTest, SignalsAreReadAsTheCLibraryReadsThem) {
+    std::mt19937 random(1905);
+    const std::vector<std::string> texts = {"-55",    "-5",    "0",      "-0",     "7",     "+5",   "-",
+                                            "",       "--5",   " -60",   "-60 ",   "-60x",  "x",    "9999",
+                                            "-9999",  "12345", "-12345", "32768",  "-0x10", "0x1f", "70000",
+                                            "-40000", "007",   "1e3",    "-55dBm", "\\n-3"};
+    for (int round = 0; round < 300; ++round) {
+        std::string stations;
+        std::vector<int> expected;
+        int16_t value = 0;
+        for (int i = 0; i < 12; ++i) {
+            const std::string text = choose(random, texts);
+            stations +=
+                (i == 0 ? "" : ",") + (R"({"STA MAC address": "02:57:00:00:00:01", "uplink rssi": ")" + text) + "\"}";
+            (void)std::sscanf(text == "\\n-3" ? "\n-3" : text.c_str(), "%hd", &value);
+            expected.push_back(value);
+        }
+        const auto devices =
+            build(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02", "Number of radios": 1, "Radio Info": [)"
+                  R"({"channel": "1", "BSSINFO": [{"BSSID": "02:00:00:00:00:01", "connected sta info": [)" +
+                  stations + "]}]}]}");
+        std::vector<int> signals;
+        for (const qo1905_sta_info *station : nodes(devices.at(0)->STAInfo)) {
+            signals.push_back(station->RSSI);
+        }
+        ASSERT_EQ(signals, expected) << stations;
+    }
+}
+
+}  // namespace
