@@ -52,6 +52,7 @@ done
 bwrap_arguments() {
     local name
     printf '%s\0' --die-with-parent --unshare-pid --unshare-ipc --dev /dev --proc /proc --tmpfs /var --tmpfs /etc
+    printf '%s\0' --size 4096 --tmpfs /small # a disk that is full at once
     for name in usr bin sbin lib lib32 lib64 libx32 opt; do
         printf '%s\0' --ro-bind-try "/$name" "/$name"
     done

@@ -1,4 +1,5 @@
-// Makes an allocation of the module fail; for tests that are linked with its rooms (the linker's --wrap).
+// Makes an allocation of the module or of json-c fail; for tests that are linked with both (the linker's --wrap). Only on
+// the thread that asks for it.
 #pragma once
 
 // The allocation number `which` from now on, counted from 1, fails; 0: none.
@@ -12,3 +13,6 @@ bool allocation_failed();
 
 // All succeed again.
 void allocate_again();
+
+// Blocks that are allocated and not yet freed, by all threads.
+long live_blocks();

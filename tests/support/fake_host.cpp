@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -61,10 +62,12 @@ void fill_field(char (&field)[N], const std::string &text) {
     std::memcpy(field, text.data(), std::min(N, text.size()));
 }
 
-// Not through calloc, which a test may have failing.
+// Not through malloc or calloc, which a test may have failing.
 template <class T>
 T *zeroed() {
-    auto *block = static_cast<T *>(std::malloc(sizeof(T)));
+    constexpr std::size_t kAlignment = alignof(max_align_t);
+    auto *block =
+        static_cast<T *>(std::aligned_alloc(kAlignment, (sizeof(T) + kAlignment - 1) / kAlignment * kAlignment));
     std::memset(block, 0, sizeof(T));
     return block;
 }
@@ -84,6 +87,16 @@ std::FILE *canned_pipe(const std::string &text) {
 
 bool is_canned(std::FILE *file) { return canned_pipes().erase(file) == 1; }
 
+// Counts the calls of the one that a test has failing.
+bool fails(const char *call, int error) {
+    const Guard guard(host_lock);
+    if (host.failing_number == 0 || host.failing_call != call || --host.failing_number != 0) {
+        return false;
+    }
+    errno = error;
+    return true;
+}
+
 }  // namespace
 
 void reset() {
@@ -97,7 +110,9 @@ void reset() {
 void record(const std::string &call) {
     {
         const std::lock_guard guard(record_lock);
-        record_of_calls.push_back(call);
+        if (host.keeps_record) {
+            record_of_calls.push_back(call);
+        }
     }
     recorded.notify_all();
 }
@@ -256,6 +271,9 @@ int system(const char *command) {
     if (host.on_command != nullptr) {
         host.on_command();
     }
+    if (fake::fails("system", EAGAIN)) {
+        return -1;
+    }
     const int result = real_shell ? fake::real<int(const char *)>("system")(command) : 0;
     record(std::string("system ") + command);
     return result;
@@ -264,6 +282,9 @@ int system(const char *command) {
 FILE *fopen(const char *path, const char *mode) {
     if (*mode == 'w') {
         record(std::string("fopen ") + path + " " + mode);
+    }
+    if (fake::fails("fopen", EMFILE)) {
+        return nullptr;
     }
     return fake::real<FILE *(const char *, const char *)>("fopen")(path, mode);
 }
@@ -275,11 +296,17 @@ int setvbuf(FILE *file, char *buffer, int mode, size_t size) noexcept {
 
 size_t fwrite(const void *data, size_t size, size_t count, FILE *file) {
     record("fwrite " + std::to_string(size * count));
+    if (fake::fails("fwrite", ENOSPC)) {
+        return 0;
+    }
     return fake::real<size_t(const void *, size_t, size_t, FILE *)>("fwrite")(data, size, count, file);
 }
 
 FILE *popen(const char *command, const char *mode) {
     record(std::string("popen ") + command);
+    if (fake::fails("popen", ENOMEM)) {
+        return nullptr;
+    }
     if (host.real_shell) {
         return fake::real<FILE *(const char *, const char *)>("popen")(command, mode);
     }
@@ -358,8 +385,9 @@ int select(int count, fd_set *readable, fd_set *writable, fd_set *exceptional, t
     char text[32];
     std::snprintf(text, sizeof(text), "select %ld.%06ld", static_cast<long>(timeout->tv_sec),
                   static_cast<long>(timeout->tv_usec));
-    const int result = fake::real<int(int, fd_set *, fd_set *, fd_set *, timeval *)>("select")(
-        count, readable, writable, exceptional, timeout);
+    const int result = fake::fails("select", ENOMEM) ? -1
+                                                     : fake::real<int(int, fd_set *, fd_set *, fd_set *, timeval *)>(
+                                                           "select")(count, readable, writable, exceptional, timeout);
     record(text);
     return result;
 }
