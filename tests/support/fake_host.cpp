@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
@@ -97,7 +98,27 @@ bool fails(const char *call, int error) {
     return true;
 }
 
+// A thread's failures at the lock without a success between; -1 on threads that are not counted.
+thread_local int failures_in_a_row = -1;
+std::atomic<int> drops{0};
+
+void count_lock_attempt(bool won) {
+    constexpr int kAttempts = 11;
+    if (failures_in_a_row < 0) {
+        return;
+    }
+    failures_in_a_row = won ? 0 : failures_in_a_row + 1;
+    if (failures_in_a_row == kAttempts) {
+        failures_in_a_row = 0;
+        ++drops;
+    }
+}
+
 }  // namespace
+
+void count_dropped_reports_here() { failures_in_a_row = 0; }
+
+int dropped_reports() { return drops; }
 
 void reset() {
     const Guard guard(host_lock);
@@ -368,7 +389,9 @@ int pthread_mutex_trylock(pthread_mutex_t *mutex) noexcept {
             return EBUSY;
         }
     }
-    return fake::real<int(pthread_mutex_t *)>("pthread_mutex_trylock")(mutex);
+    const int result = fake::real<int(pthread_mutex_t *)>("pthread_mutex_trylock")(mutex);
+    fake::count_lock_attempt(result == 0);
+    return result;
 }
 
 int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*start)(void *),

@@ -26,6 +26,7 @@ bool unusable = false;
 constexpr int kNotSpoiled = -2;
 int spoiled = kNotSpoiled;
 int test_end = -1;
+bool attached = false;
 auto &connections = *new std::vector<std::unique_ptr<mapd_interface>>;
 
 bool take_failure(int &failures) {
@@ -68,6 +69,11 @@ void give_unusable_descriptor() {
 void spoil_descriptor_at_attach(int fd) {
     const std::lock_guard guard(lock);
     spoiled = fd;
+}
+
+bool is_attached() {
+    const std::lock_guard guard(lock);
+    return attached;
 }
 
 void send_datagram(const std::string &bytes) {
@@ -116,6 +122,8 @@ int mapd_interface_ctrl_attach(mapd_interface *connection) {
         }
     }
     fake::record("mapd_interface_ctrl_attach");
+    const std::lock_guard guard(fake::lock);
+    fake::attached = !fails;
     return fails ? -1 : 0;
 }
 }

@@ -18,6 +18,9 @@ void give_unusable_descriptor();
 // The next attach leaves another descriptor in its connection's record.
 void spoil_descriptor_at_attach(int fd);
 
+// The module has attached a connection.
+bool is_attached();
+
 // Sends a datagram to the module on the connection opened last.
 void send_datagram(const std::string &bytes);
 
