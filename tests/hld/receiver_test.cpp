@@ -258,6 +258,19 @@ TEST_F(ReceiverTest, NothingReceivedIsWaitedOut) {
     EXPECT_EQ(fake::count("usleep 50000"), 1);
 }
 
+TEST_F(ReceiverTest, AWaitThatFailsLosesNothing) {
+    start();
+    for (int failed = 1; failed <= 3; ++failed) {
+        fake::change([](fake::Host &host) {
+            host.failing_call = "select";
+            host.failing_number = 1;
+        });
+        settle(2 * failed - 1);
+        settle(2 * failed);
+    }
+    EXPECT_EQ(fake::count(kOpen), 1);
+}
+
 // Afresh on each pass: the C library is allowed to change the time-out.
 TEST_F(ReceiverTest, WaitsThreeSecondsOnEveryPass) {
     start();
