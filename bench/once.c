@@ -1,0 +1,88 @@
+/* The module as a whole process: one table build and one model file from /tmp/dump.txt, without the pause before the
+   build. In C and with nothing but what a host has to provide, so that what is measured is the module. */
+#include <dlfcn.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include "platform/helpers.h"
+#include "platform/lanmon.h"
+#include "platform/mapd_client.h"
+#include "platform/mcfg.h"
+
+int log_level = 0;
+
+void lanmon_timer_event_add(struct qo1905_event *event) { (void)event; }
+struct lanmon_l2_device *lanmon_db_L2Device_get(void) {
+    return NULL;
+}
+int lanmon_db_is_subIntf(const struct sta_query_record *station, char *mac, int size) {
+    (void)station, (void)mac, (void)size;
+    return 0;
+}
+int getEasyMeshStatus(void) { return 1; }
+static int answer(char *buffer, int size, const char *text) {
+    return snprintf(buffer, (size_t)size, "%s", text) < size ? 0 : -1;
+}
+int EasyMeshGetDeviceRole(char *role, int size) { return answer(role, size, "1") == 0; }
+int getControllerMac(char *mac, int size) { return answer(mac, size, "02:0a:00:00:00:01"); }
+int getFWVersion(char *version, int size) { return answer(version, size, "1"); }
+int getHostName(char *name, int size) { return answer(name, size, "a"); }
+int getDeviceIP(char *address, int size) { return answer(address, size, "10.0.0.1"); }
+int qoUtilIGetBaseMACwithColon(char *mac, int size) { return answer(mac, size, "02:0a:00:00:00:01"); }
+int StaInfo(const char *ifname, int station, struct sta_query_record *record) {
+    (void)ifname, (void)station, (void)record;
+    return 0;
+}
+int configWlanEnable(int instance, int enable, const char *dat_path, const char *prefix) {
+    (void)instance, (void)enable, (void)dat_path, (void)prefix;
+    return 0;
+}
+struct mapd_interface *mapd_interface_ctrl_open(const char *path) {
+    (void)path;
+    return NULL;
+}
+int mapd_interface_ctrl_attach(struct mapd_interface *conn) {
+    (void)conn;
+    return -1;
+}
+int usleep(useconds_t microseconds) {
+    (void)microseconds;
+    return 0;
+}
+
+/* One interface that is up. */
+int mcfgFeObjStructGetNext(uint32_t object_id, struct mcfg_instance *instance, void **object) {
+    struct mcfg_wifi_ssid *ssid;
+    if (object_id != MCFG_WIFI_SSID || instance->index[0] > 0) {
+        return 1;
+    }
+    ssid = calloc(1, sizeof(*ssid));
+    if (ssid == NULL) {
+        return 1;
+    }
+    strcpy(ssid->Status, "Up");
+    strcpy(ssid->Name, "ra0");
+    strcpy(ssid->MACAddress, "02:0a:00:00:06:00");
+    instance->index[0] = 1;
+    *object = ssid;
+    return MCFG_SUCCESS;
+}
+
+int main(int argc, char **argv) {
+    int32_t (*build)(void);
+    int32_t (*write_model)(void);
+    void *module = argc == 2 ? dlopen(argv[1], RTLD_NOW) : NULL;
+    if (module == NULL) {
+        fprintf(stderr, "usage: once MODULE\n%s\n", argc == 2 ? dlerror() : "");
+        return 2;
+    }
+    *(void **)&build = dlsym(module, "initALTable");
+    *(void **)&write_model = dlsym(module, "writeJsonDataModel");
+    if (build() != 0 || write_model() != 0) {
+        return 1;
+    }
+    _exit(0); /* as a daemon, which frees nothing at its end */
+}
