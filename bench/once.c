@@ -71,18 +71,46 @@ int mcfgFeObjStructGetNext(uint32_t object_id, struct mcfg_instance *instance, v
     return MCFG_SUCCESS;
 }
 
+static long resident_kb(void) {
+    long pages = 0;
+    FILE *file = fopen("/proc/self/statm", "r");
+    if (file == NULL || fscanf(file, "%*s %ld", &pages) != 1) {
+        pages = 0;
+    }
+    if (file != NULL) {
+        fclose(file);
+    }
+    return pages * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+/* With a number of cycles it also writes the association lists and tells what is resident: before the module is loaded,
+   after that, and at the end. */
 int main(int argc, char **argv) {
     int32_t (*build)(void);
     int32_t (*write_model)(void);
-    void *module = argc == 2 ? dlopen(argv[1], RTLD_NOW) : NULL;
+    int32_t (*write_lists)(void);
+    const int cycles = argc == 3 ? atoi(argv[2]) : 0;
+    const long before = resident_kb();
+    long loaded;
+    void *module = argc > 1 ? dlopen(argv[1], RTLD_NOW) : NULL;
     if (module == NULL) {
-        fprintf(stderr, "usage: once MODULE\n%s\n", argc == 2 ? dlerror() : "");
+        fprintf(stderr, "usage: once MODULE [CYCLES]\n%s\n", argc > 1 ? dlerror() : "");
         return 2;
     }
     *(void **)&build = dlsym(module, "initALTable");
     *(void **)&write_model = dlsym(module, "writeJsonDataModel");
-    if (build() != 0 || write_model() != 0) {
+    *(void **)&write_lists = dlsym(module, "updateWifiAssocList");
+    loaded = resident_kb();
+    for (int i = 0; i < cycles; ++i) {
+        if (build() != 0 || write_model() != 0 || write_lists() != 0) {
+            return 1;
+        }
+    }
+    if (argc == 3) {
+        printf("%ld %ld %ld\n", before, loaded, resident_kb());
+    } else if (build() != 0 || write_model() != 0) {
         return 1;
     }
+    fflush(NULL);
     _exit(0); /* as a daemon, which frees nothing at its end */
 }
