@@ -24,7 +24,8 @@ void run_command(const char *command);
 // What a command prints, to be read; null when it cannot be run. Programs started meanwhile do not inherit the pipe.
 Pipe read_command(const char *command);
 
-// How many words a text is that stands bare in a command; -1 when it may not: it may hold letters, digits, ':', '.', '_',
+// How many words a text is that stands bare in a command; -1 when it may not: it may hold letters, digits, ':', '.',
+// '_',
 // '-', blank and tab only, and no word may begin with '-'.
 int bare_words(std::string_view text);
 

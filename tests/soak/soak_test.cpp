@@ -92,6 +92,7 @@ private:
     bool was_full_ = false;
 };
 
+// `resident_kb`: of memory that was asked for; pages of program files come and go with what else is run.
 struct Sample {
     long resident_kb, blocks, descriptors, threads;
 };
@@ -105,7 +106,7 @@ Sample sample() {
     long resident = 0;
     std::ifstream file("/proc/self/status");
     for (std::string word; file >> word;) {
-        if (word == "VmRSS:") {
+        if (word == "RssAnon:") {
             file >> resident;
         }
     }
@@ -385,7 +386,8 @@ TEST_F(SoakTest, ThousandsOfCyclesOfARestlessMeshLeaveNothingBehind) {
     EXPECT_EQ(late.blocks, early.blocks);
     EXPECT_EQ(late.descriptors, early.descriptors);
     EXPECT_EQ(late.threads, early.threads);
-    EXPECT_LE(late.resident_kb, early.resident_kb + either(0L, 4096L)) << "of which the short form sees but noise";
+    // A few pages lie differently each time; four bytes a cycle would be more.
+    EXPECT_LE(late.resident_kb, early.resident_kb + 64);
 }
 
 // ---- a reader beside the writer ----

@@ -1,5 +1,5 @@
-// Makes an allocation of the module or of json-c fail; for tests that are linked with both (the linker's --wrap). Only on
-// the thread that asks for it.
+// Makes an allocation of the module or of json-c fail; for tests that are linked with both (the linker's --wrap). Only
+// on the thread that asks for it.
 #pragma once
 
 // The allocation number `which` from now on, counted from 1, fails; 0: none.

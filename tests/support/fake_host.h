@@ -93,8 +93,8 @@ void record(const std::string &call);
 // Waits until a call stands in the record so many times; false when it does not within ten seconds.
 bool wait_for(const std::string &call, int times = 1);
 
-// The lock, on the threads that ask for it: how often one failed to get it eleven times in a row, which is when the receiver
-// thread drops a report.
+// The lock, on the threads that ask for it: how often one failed to get it eleven times in a row, which is when the
+// receiver thread drops a report.
 void count_dropped_reports_here();
 int dropped_reports();
 
