@@ -62,11 +62,12 @@ bwrap_arguments() {
 }
 
 start_in_namespaces() {
-    local arguments
+    local arguments project_bind=--bind
+    [ -z "$strict" ] || project_bind=--ro-bind # a device of a mesh changes nothing here
     mapfile -d '' -t arguments < <(bwrap_arguments)
     arguments+=(--bind "$root/tmp" /tmp --bind "$root/run" /run --symlink /run /var/run
         --bind "$root/dnsmasq" /var/dnsmasq --bind "$root/rc.d" /etc/rc.d
-        --bind "$project" "$project" --chdir "$project"
+        "$project_bind" "$project" "$project" --chdir "$project"
         --setenv PATH "$path" --setenv HOME /tmp --setenv QO1905_SANDBOX namespaces --setenv QO1905_SCRATCH /tmp/scratch)
     if [ -n "${QO1905_BUILD_DIR:-}" ]; then
         arguments+=(--bind "$QO1905_BUILD_DIR" "$QO1905_BUILD_DIR")

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
@@ -15,6 +17,9 @@ namespace lab {
 using Json = nlohmann::ordered_json;
 
 std::string read_text(const std::string &path) {
+    if (std::filesystem::is_directory(path)) {
+        throw Error(path + ": cannot be read: " + std::strerror(EISDIR));
+    }
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
@@ -41,7 +46,7 @@ std::string child_place(const std::string &place, const std::string &key) {
 }
 
 // What the parser says after its own heading and place.
-std::string reason(const Json::parse_error &error) {
+std::string reason(const Json::exception &error) {
     const std::string what = error.what();
     const std::size_t colon = what.find(": ");
     return colon == std::string::npos ? what : what.substr(colon + 2);
@@ -62,10 +67,18 @@ JsonValue JsonValue::parse(const std::string &text, const std::string &source) {
         const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(error.byte, text.size()));
         const auto line = 1 + std::count(text.begin(), end, '\n');
         throw Error(source + ": line " + std::to_string(line) + ": no JSON: " + reason(error));
+    } catch (const Json::exception &error) {
+        throw Error(source + ": no JSON: " + reason(error));
     }
 }
 
-void JsonValue::fail(const std::string &what) const { throw Error(place_ + ": " + what); }
+// On one line, whatever was in the file.
+void JsonValue::fail(const std::string &what) const {
+    std::string text = place_ + ": " + what;
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, '?');
+    throw Error(text);
+}
 
 std::vector<std::string> JsonValue::keys() const {
     if (!value_->is_object()) {
@@ -125,11 +138,12 @@ bool JsonValue::boolean() const {
 }
 
 int JsonValue::integer(int least, int most) const {
-    const bool fits = value_->is_number_integer() && *value_ >= least && *value_ <= most;
-    if (!fits) {
+    const bool too_large = value_->is_number_unsigned() && value_->get<std::uint64_t>() > INT32_MAX;
+    const auto value = value_->is_number_integer() && !too_large ? value_->get<std::int64_t>() : INT64_MIN;
+    if (value < least || value > most) {
         fail("must be a whole number from " + std::to_string(least) + " to " + std::to_string(most));
     }
-    return value_->get<int>();
+    return static_cast<int>(value);
 }
 
 std::string JsonValue::mac() const {

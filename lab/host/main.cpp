@@ -44,6 +44,7 @@ void load_module(const std::string &path) {
     if (init == nullptr) {
         throw lab::Error(path + ": no module, it has no qo1905_init");
     }
+    lab::change_log_writer = reinterpret_cast<int32_t (*)()>(dlsym(module, "writeJsonqo1905log"));
     init();
     if (lab::registered_event() == nullptr) {
         throw lab::Error(path + ": registered no timer event");

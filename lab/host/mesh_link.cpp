@@ -70,10 +70,13 @@ bool MeshLink::read_line(std::string &line) {
     while ((end = input_.find('\n')) == std::string::npos) {
         char chunk[65536];
         const ssize_t size = recv(fd_, chunk, sizeof(chunk), 0);
-        if (size <= 0 && errno != EINTR) {
+        if (size < 0 && errno == EINTR) {
+            continue;
+        }
+        if (size <= 0) {
             return false;
         }
-        input_.append(chunk, static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+        input_.append(chunk, static_cast<std::size_t>(size));
     }
     line = input_.substr(0, end);
     input_.erase(0, end + 1);
@@ -108,6 +111,7 @@ void MeshLink::tick(unsigned cycle) {
     if (units_ >= next_call_) {
         next_call_ = units_ + registered_event()->interval;
         registered_event()->handler();
+        write_change_log();
     }
     const struct mallinfo2 heap = mallinfo2();
     send(nlohmann::json({{"cycle", cycle},

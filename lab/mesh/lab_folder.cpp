@@ -24,18 +24,6 @@ constexpr const char *kFolders = "/tmp/qo1905-lab.";
 constexpr const char *kKept = "/tmp/qo1905-kept.";
 constexpr std::time_t kYoung = 10;  // seconds in which a lab takes its lock
 
-// A sandbox that was killed a moment ago may still be writing.
-void remove_folder(const std::string &path) {
-    constexpr int kTries = 100;
-    std::error_code error;
-    for (int i = 0; i < kTries && fs::exists(path, error); ++i) {
-        fs::remove_all(path, error);
-        if (error) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-    }
-}
-
 int open_locked(const std::string &path) {
     const int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd >= 0 && flock(fd, LOCK_EX | LOCK_NB) != 0) {
@@ -59,6 +47,17 @@ void remove_abandoned() {
 
 }  // namespace
 
+void remove_folder(const std::string &path) {
+    constexpr int kTries = 100;
+    std::error_code error;
+    for (int i = 0; i < kTries && fs::exists(path, error); ++i) {
+        fs::remove_all(path, error);
+        if (error) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }
+}
+
 std::vector<std::string> lab_folders() {
     std::vector<std::string> folders;
     std::error_code error;
@@ -79,6 +78,10 @@ LabFolder::LabFolder(bool keep) : path_(std::string(kFolders) + "XXXXXX"), keep_
         throw Error(path_ + ": no folder: " + std::strerror(errno));
     }
     lock_ = open_locked(path_);
+    if (lock_ < 0) {
+        remove_folder(path_);
+        throw Error(path_ + ": cannot be locked: " + std::strerror(errno));
+    }
 }
 
 LabFolder::~LabFolder() {

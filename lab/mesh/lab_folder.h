@@ -24,6 +24,9 @@ private:
     int lock_;  // held as long as the lab runs
 };
 
+// Tries again for a while: a sandbox that was killed a moment ago may still be writing.
+void remove_folder(const std::string &path);
+
 // The folders of this user's labs, running or not.
 std::vector<std::string> lab_folders();
 

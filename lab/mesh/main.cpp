@@ -1,10 +1,14 @@
 // qo1905-lab: runs a mesh of real modules on this machine, and gives a running one its orders.
 
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 
 #include <CLI/CLI.hpp>
+#include <cmath>
 #include <csignal>
+#include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <set>
@@ -54,24 +58,49 @@ std::string scenario_file(const std::string &name) {
 std::string build_folder() { return fs::read_symlink("/proc/self/exe").parent_path(); }
 
 // What is killed in a sandbox ends a moment later, as this process's child; nothing of it is left after this.
-void wait_for_sandboxes() {
-    constexpr int kTries = 500;
-    for (int i = 0; i < kTries; ++i) {
-        const pid_t ended = waitpid(-1, nullptr, WNOHANG);
-        if (ended < 0) {
-            return;
-        }
-        if (ended == 0) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+struct SandboxesEnded {
+    SandboxesEnded() = default;
+    ~SandboxesEnded() {
+        constexpr int kTries = 500;
+        for (int i = 0; i < kTries; ++i) {
+            const pid_t ended = waitpid(-1, nullptr, WNOHANG);
+            if (ended < 0) {
+                return;
+            }
+            if (ended == 0) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            }
         }
     }
+    SandboxesEnded(const SandboxesEnded &) = delete;
+    SandboxesEnded &operator=(const SandboxesEnded &) = delete;
+};
+
+// A device takes half a dozen.
+void raise_descriptor_limit() {
+    rlimit limit = {};
+    (void)getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    (void)setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+// CLI11's ranges let "nan" through.
+std::string check_number(const std::string &text) {
+    return std::isfinite(std::strtod(text.c_str(), nullptr)) ? "" : "must be a number";
 }
 
 // Ends the loop on a signal that asks to. Lives longer than all that has to be cleaned up, so that an impatient second
 // signal does not end the cleaning.
 class EndSignals {
 public:
-    explicit EndSignals(asio::io_context &io) : signals_(io, SIGINT, SIGTERM, SIGHUP) {
+    explicit EndSignals(asio::io_context &io) : signals_(io) {
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+            struct sigaction before = {};
+            (void)sigaction(signal, nullptr, &before);
+            if (before.sa_handler != SIG_IGN) {  // nohup, or a shell that has put this into the background
+                signals_.add(signal);
+            }
+        }
         signals_.async_wait([this, &io](const asio::error_code &error, int signal) {
             if (!error) {
                 signal_ = signal;
@@ -123,11 +152,12 @@ int run(RunOptions options) {
     options.mesh.scenario = fs::path(file).stem();
     asio::io_context io;
     const EndSignals end(io);
+    raise_descriptor_limit();
     const lab::LabFolder folder(options.keep);
+    const SandboxesEnded at_the_end;
     // Every process of this lab can be told by it, whatever it becomes.
     (void)setenv("QO1905_LAB", folder.path().c_str(), 1);
     const int status = run_mesh(io, std::move(scenario), folder.path(), options);
-    wait_for_sandboxes();
     return end.signal() != 0 ? kSignalled + end.signal() : std::max(status, 0);
 }
 
@@ -140,7 +170,8 @@ void add_run(CLI::App &app, int &status) {
         ->capture_default_str();
     run_command->add_option("--speed", options->mesh.speed, "Times real speed; a cycle takes 20 s at 1")
         ->capture_default_str()
-        ->check(CLI::Range(0.05, 1000.0));
+        ->check(CLI::Range(0.05, 1000.0))
+        ->check(check_number);
     run_command
         ->add_option("--log-level", options->log_level, "At 7 and above the modules trace, and all they say is shown")
         ->capture_default_str()
@@ -165,7 +196,9 @@ void add_generate(CLI::App &app) {
         {"star", lab::Shape::kStar}, {"chain", lab::Shape::kChain}, {"tree", lab::Shape::kTree}};
     command->add_option("--shape", plan->shape, "How the Agents are linked: star, chain or tree (the default)")
         ->transform(CLI::CheckedTransformer(shapes));
-    command->add_option("--seed", plan->seed, "Another seed, another mesh")->capture_default_str();
+    command->add_option("--seed", plan->seed, "Another seed, another mesh")
+        ->capture_default_str()
+        ->check(CLI::Range(0, INT32_MAX));
     command->add_option("--roam", plan->pace.roam, "Percent of the stations that roam in a cycle")
         ->capture_default_str()
         ->check(CLI::Range(0, 100));
@@ -248,7 +281,8 @@ int parse_and_run(int argc, char **argv) {
     const std::pair<std::string, std::string> device = {"DEVICE", "Its name, as status shows it"};
     orders.add_status();
     orders.add_files();
-    orders.add("send", "Deliver a message to a device, as if it came from the mesh",
+    orders.add("send",
+               "Deliver a message (UTF-8; after -- if it begins with -) to a device, as if it came from the mesh",
                {device, {"JSON", R"(Such as '{"SrcAlMac": "02:c0:00:00:00:01", "Reboot": 1}')"}});
     orders.add("role", "Change a device's role; a new Controller makes the old one an Agent",
                {device, {"ROLE", "controller or agent"}});

@@ -1,9 +1,9 @@
 #include "lab/mesh/mesh.h"
 
 #include <algorithm>
-#include <cctype>
 
 #include "lab/common/error.h"
+#include "lab/common/text.h"
 #include "lab/mesh/views.h"
 
 namespace lab {
@@ -14,14 +14,10 @@ using namespace std::chrono_literals;
 constexpr unsigned kCycleUnits = 20;
 constexpr std::size_t kMaxMessage = 1000;
 constexpr auto kStartTime = 60s;  // for all hosts
+constexpr auto kLastCycleTime = 60s;
 constexpr auto kDaemonRestart = 1s;
 constexpr unsigned kRebootCycles = 3;
 constexpr auto kShortestReboot = 1s;
-
-std::string lower_case(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
-}
 
 }  // namespace
 
@@ -32,7 +28,7 @@ Mesh::Mesh(asio::io_context &io, Scenario scenario, NodeSetup setup, MeshOptions
       world_(std::move(scenario)),
       counts_(world_.size()),
       clock_(io),
-      start_deadline_(io) {
+      deadline_(io) {
     NodeEvents &events = *this;
     for (std::size_t i = 0; i < world_.size(); ++i) {
         nodes_.push_back(std::make_unique<Node>(io, events, setup_, i, world_.spec(i).name));
@@ -62,23 +58,39 @@ void Mesh::start() {
     for (std::size_t i = 0; i < world_.size(); ++i) {
         start_node(i);
     }
-    start_deadline_.expires_after(kStartTime);
-    start_deadline_.async_wait([this](const asio::error_code &error) {
+    deadline_.expires_after(kStartTime);
+    deadline_.async_wait([this](const asio::error_code &error) {
         if (!error && !clock_runs_) {
             throw Error("not all hosts have started within a minute");
         }
     });
 }
 
+// One that cannot be started is down, and that is told; the others go on.
 void Mesh::start_node(std::size_t device) {
     ++counts_[device].starts;
-    nodes_[device]->start();
+    try {
+        nodes_[device]->start();
+    } catch (const std::exception &error) {
+        nodes_[device]->stop();
+        world_.set_up(device, false);
+        some_died_ = true;
+        screen_.trouble(nodes_[device]->name(), std::string("cannot be started: ") + error.what());
+    }
     publish();
 }
 
 void Mesh::ready(Node &node) {
     if (clock_runs_) {
         screen_.happening(node.name(), "is up");
+    }
+    go_on();
+}
+
+// After anything that others may have been waiting for.
+void Mesh::go_on() {
+    if (clock_runs_) {
+        end_after_last_cycle();
         return;
     }
     const bool all = std::all_of(nodes_.begin(), nodes_.end(),
@@ -90,7 +102,7 @@ void Mesh::ready(Node &node) {
 
 void Mesh::start_clock() {
     clock_runs_ = true;
-    start_deadline_.cancel();
+    deadline_.cancel();
     clock_.expires_after(period());
     clock_.async_wait([this](const asio::error_code &error) {
         if (!error) {
@@ -106,6 +118,12 @@ void Mesh::tick() {
         node->tick(world_.cycle());
     }
     if (options_.cycles != 0 && world_.cycle() >= options_.cycles) {
+        deadline_.expires_after(kLastCycleTime);
+        deadline_.async_wait([this](const asio::error_code &error) {
+            if (!error) {
+                end_without_the_last();
+            }
+        });
         end_after_last_cycle();
         return;
     }
@@ -119,11 +137,24 @@ void Mesh::tick() {
 
 // Devices that are down have none to wait for.
 void Mesh::end_after_last_cycle() {
+    if (options_.cycles == 0 || world_.cycle() < options_.cycles) {
+        return;
+    }
     const bool all_done = std::all_of(nodes_.begin(), nodes_.end(), [](const auto &node) { return node->is_idle(); });
     if (all_done && status_ < 0) {
         status_ = some_died_ ? 1 : 0;
         io_.stop();
     }
+}
+
+void Mesh::end_without_the_last() {
+    for (const auto &node : nodes_) {
+        if (!node->is_idle()) {
+            screen_.trouble(node->name(), "has not done its last cycle within a minute");
+        }
+    }
+    status_ = 1;
+    io_.stop();
 }
 
 void Mesh::cycle_done(Node &node, const CycleReport &report) {
@@ -134,25 +165,24 @@ void Mesh::cycle_done(Node &node, const CycleReport &report) {
     if (!screen_.is_open()) {
         io_.stop();
     }
-    if (options_.cycles != 0 && world_.cycle() >= options_.cycles) {
-        end_after_last_cycle();
-    }
+    go_on();
 }
 
 void Mesh::look_for_ends() {
+    Process::reap();
     for (const auto &node : nodes_) {
         node->look_for_end();
     }
 }
 
-void Mesh::ended(Node &node, NodeEnd end) {
+void Mesh::ended(Node &node, NodeEnd end, const std::string &how) {
     world_.set_up(node.index(), false);
     if (end == NodeEnd::kReboot) {
         screen_.happening(node.name(), "reboots");
         start_node_later(node.index());
     } else {
         some_died_ = true;
-        screen_.trouble(node.name(), "DIED; the last it said:");
+        screen_.trouble(node.name(), "DIED " + how + "; the last it said:");
         for (const std::string &line : node.last_words()) {
             screen_.trouble(node.name(), "| " + line);
         }
@@ -161,9 +191,7 @@ void Mesh::ended(Node &node, NodeEnd end) {
     if (!clock_runs_ && end == NodeEnd::kDied) {
         throw Error(node.name() + ": its host did not start");
     }
-    if (options_.cycles != 0 && world_.cycle() >= options_.cycles) {
-        end_after_last_cycle();
-    }
+    go_on();
 }
 
 void Mesh::start_node_later(std::size_t device) {
@@ -211,10 +239,16 @@ void Mesh::transmit(Node &node, const std::string &al_mac, const std::string &pa
         lose(node, Loss::kUnknown);
     } else if (!world_.reaches(node.index(), *to)) {
         lose(node, Loss::kOutOfReach);
-    } else if (nodes_[*to]->deliver(payload) == Delivery::kNobody) {
+    } else if (!nodes_[*to]->deliver(payload)) {
         lose(node, Loss::kNoListener);
+    }
+}
+
+void Mesh::delivered(Node &node, bool arrived) {
+    if (arrived) {
+        ++counts_[node.index()].traffic.received;
     } else {
-        ++counts_[*to].traffic.received;
+        lose(node, Loss::kNoListener);  // whoever sent it believed that it had arrived
     }
 }
 
@@ -266,10 +300,9 @@ std::string Mesh::send(const std::string &device, const std::string &payload) {
         throw Error("a payload of " + std::to_string(payload.size()) + " bytes: the air carries " +
                     std::to_string(kMaxMessage) + " at most");
     }
-    if (node.deliver(payload) == Delivery::kNobody) {
-        throw Error(device + ": nobody listens there now");
+    if (!node.deliver(payload)) {
+        throw Error(device + (node.is_ready() ? ": nobody listens there now" : " is starting"));
     }
-    ++counts_[node.index()].traffic.received;
     return "delivered to " + device;
 }
 
@@ -285,7 +318,7 @@ std::string Mesh::set_role(const std::string &device, Role role) {
         done += ", and " + world_.spec(*before).name + " an Agent";
     }
     if (!world_.controller()) {
-        done += "; the mesh has no Controller";
+        done += "; the mesh has no Controller, and without one no device writes files";
     }
     screen_.heading(done);
     publish();
@@ -303,6 +336,7 @@ std::string Mesh::take_down(const std::string &device) {
     world_.set_up(place, false);
     screen_.happening(device, "is taken down");
     publish();
+    go_on();
     return device + " is down";
 }
 
@@ -314,6 +348,9 @@ std::string Mesh::bring_up(const std::string &device) {
     }
     world_.set_up(place, true);
     start_node(place);
+    if (!nodes_[place]->is_running()) {
+        throw Error(device + " cannot be started");
+    }
     return device + " starts";
 }
 

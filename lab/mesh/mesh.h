@@ -33,7 +33,7 @@ struct Traffic {
     unsigned long lost_in_all() const;
 };
 
-// Three digits of it, "0.333".
+// Three digits of a small one, "0.333"; all of a large one.
 std::string short_number(double value);
 
 class Mesh : private NodeEvents {
@@ -80,14 +80,17 @@ private:
     void switched(Node &node, int instance, bool enabled) override;
     void ready(Node &node) override;
     void cycle_done(Node &node, const CycleReport &report) override;
-    void ended(Node &node, NodeEnd end) override;
+    void ended(Node &node, NodeEnd end, const std::string &how) override;
+    void delivered(Node &node, bool arrived) override;
     void said(Node &node, const std::string &line) override;
 
+    void go_on();
     void start_node(std::size_t device);
     void start_node_later(std::size_t device);
     void start_clock();
     void tick();
     void end_after_last_cycle();
+    void end_without_the_last();
     void publish();
     void lose(Node &node, Loss loss);
     std::size_t place_of(const std::string &device) const;
@@ -105,7 +108,7 @@ private:
     std::vector<std::unique_ptr<asio::steady_timer>> timers_;  // a device's restart
     std::vector<std::unique_ptr<asio::steady_timer>> daemon_timers_;
     asio::steady_timer clock_;
-    asio::steady_timer start_deadline_;
+    asio::steady_timer deadline_;  // of the start, later of the last cycle
     bool clock_runs_ = false;
     bool some_died_ = false;
     int status_ = -1;

@@ -1,11 +1,11 @@
 // What a mesh tells of itself, as a table and as data.
 
 #include <filesystem>
+#include <fstream>
 #include <iomanip>
 #include <numeric>
 #include <sstream>
 
-#include "lab/common/json.h"
 #include "lab/mesh/mesh.h"
 #include "lab/mesh/views.h"
 
@@ -19,8 +19,9 @@ constexpr const char *kLossNames[kLosses] = {"too long", "to unknown devices", "
 }  // namespace
 
 std::string short_number(double value) {
+    constexpr double kLarge = 100;
     std::ostringstream text;
-    text << std::setprecision(3) << value;
+    text << std::setprecision(value < kLarge ? 3 : 9) << value;
     return text.str();
 }
 
@@ -31,8 +32,10 @@ std::string Mesh::rest_url(const Node &node) const {
     if (!node.is_running() || !std::filesystem::exists(node.folder() + "/run/rest_api_server.pid")) {
         return {};
     }
-    const std::string file = node.folder() + "/run/rest_api_server.url";
-    return std::filesystem::exists(file) ? read_text(file) : "";
+    std::ifstream file(node.folder() + "/run/rest_api_server.url");
+    std::string url;
+    (void)std::getline(file, url);
+    return url;
 }
 
 nlohmann::ordered_json Mesh::status_data() const {

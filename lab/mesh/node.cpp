@@ -1,11 +1,13 @@
 #include "lab/mesh/node.h"
 
-#include <algorithm>
-#include <cctype>
+#include <sys/wait.h>
+
 #include <filesystem>
 
 #include "lab/common/error.h"
+#include "lab/common/text.h"
 #include "lab/mapd/wire.h"
+#include "lab/mesh/lab_folder.h"
 
 namespace lab {
 namespace {
@@ -18,11 +20,6 @@ constexpr auto kRetry = std::chrono::milliseconds(5);
 constexpr std::size_t kMaxLog = std::size_t{16} << 20U;
 constexpr std::size_t kLastWords = 5;
 constexpr const char *kRebootMark = "/run/rebooting";  // left by lab/programs/reboot
-
-std::string lower_case(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
-}
 
 }  // namespace
 
@@ -50,7 +47,7 @@ Node::~Node() {
 void Node::start() {
     stop();
     for (const char *part : {"/tmp", "/run", "/dnsmasq", "/rc.d"}) {
-        fs::remove_all(folder_ + part);
+        remove_folder(folder_ + part);
         fs::create_directories(folder_ + part);
     }
     log_.open(folder_ + "/host.log", std::ios::app);
@@ -96,9 +93,13 @@ void Node::look_for_end() {
     if (!process_ || !process_->has_ended(status)) {
         return;
     }
-    const bool reboots = fs::exists(folder_ + kRebootMark);
+    std::error_code error;
+    const bool reboots = fs::exists(folder_ + kRebootMark, error);
     stop();
-    events_.ended(*this, reboots ? NodeEnd::kReboot : NodeEnd::kDied);
+    // The sandbox tells the signal that ended the host as a shell does, 128 and its number.
+    const std::string how = WIFEXITED(status) ? "with status " + std::to_string(WEXITSTATUS(status))
+                                              : "by signal " + std::to_string(WTERMSIG(status));
+    events_.ended(*this, reboots ? NodeEnd::kReboot : NodeEnd::kDied, how);
 }
 
 // A line that a host says goes into its log, which begins anew when it gets long.
@@ -123,7 +124,7 @@ void Node::listen() {
     acceptor_ = asio::local::stream_protocol::acceptor(io_, folder_ + "/run/lab.sock");
     acceptor_.async_accept([this](const asio::error_code &error, LineLink::Socket socket) {
         if (error) {
-            return;
+            return;  // the host ends when its link does
         }
         link_ = std::make_shared<LineLink>(std::move(socket));
         link_->open([this](const std::string &line) { hear(line); }, [] {});
@@ -244,19 +245,22 @@ void Node::block_acl(const std::vector<std::string> &words) {
     }
 }
 
-Delivery Node::deliver(const std::string &payload) {
+bool Node::deliver(const std::string &payload) {
     if (!server_ || events_to_send_.size() >= kMaxEventsToSend) {
-        return Delivery::kNobody;
+        return false;
     }
     const std::string event = encode_higher_layer_event(kProtocol, payload);
     const Delivery delivery = events_to_send_.empty() ? server_->broadcast(event) : Delivery::kBusy;
+    if (delivery == Delivery::kDone) {
+        events_.delivered(*this, true);
+    }
     if (delivery == Delivery::kBusy) {
         events_to_send_.push_back(event);
         if (events_to_send_.size() == 1) {
             flush_events();
         }
     }
-    return delivery;
+    return delivery != Delivery::kNobody;
 }
 
 void Node::flush_events() {
@@ -265,11 +269,14 @@ void Node::flush_events() {
         if (error || !server_) {
             return;
         }
-        while (!events_to_send_.empty() && server_->broadcast(events_to_send_.front()) != Delivery::kBusy) {
+        while (!events_to_send_.empty()) {
+            const Delivery delivery = server_->broadcast(events_to_send_.front());
+            if (delivery == Delivery::kBusy) {
+                flush_events();
+                return;
+            }
             events_to_send_.pop_front();
-        }
-        if (!events_to_send_.empty()) {
-            flush_events();
+            events_.delivered(*this, delivery == Delivery::kDone);
         }
     });
 }

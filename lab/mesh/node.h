@@ -40,7 +40,8 @@ public:
     virtual void switched(Node &node, int instance, bool enabled) = 0;
     virtual void ready(Node &node) = 0;  // its host has loaded the module
     virtual void cycle_done(Node &node, const CycleReport &report) = 0;
-    virtual void ended(Node &node, NodeEnd end) = 0;
+    virtual void ended(Node &node, NodeEnd end, const std::string &how) = 0;
+    virtual void delivered(Node &node, bool arrived) = 0;        // a message to the module; false when nobody took it
     virtual void said(Node &node, const std::string &line) = 0;  // the host or its module, on standard output
 };
 
@@ -80,11 +81,11 @@ public:
     // Lets a cycle pass. One that comes while the host is still busy with another is run right after it.
     void tick(unsigned cycle);
 
-    // The last cycle that the host has done or been let off.
+    // It is in no cycle.
     bool is_idle() const { return !is_busy_; }
 
-    // Hands a message to the module: kBusy means later, when there is room.
-    Delivery deliver(const std::string &payload);
+    // Hands a message to the module, now or when there is room; false when nobody listens.
+    bool deliver(const std::string &payload);
 
     void write_leases(const std::string &text) const;
 

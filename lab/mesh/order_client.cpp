@@ -1,5 +1,7 @@
 #include "lab/mesh/order_client.h"
 
+#include <poll.h>
+
 #include <asio.hpp>
 #include <nlohmann/json.hpp>
 
@@ -11,10 +13,15 @@ namespace {
 
 using Stream = asio::local::stream_protocol;
 
+constexpr int kAnswerMs = 10000;
+
 bool connect_to_lab(Stream::socket &socket, const std::string &folder) {
-    asio::error_code error;
-    (void)socket.connect(Stream::endpoint(folder + kOrderSocket), error);
-    return !error;
+    try {
+        socket.connect(Stream::endpoint(folder + kOrderSocket));
+        return true;
+    } catch (const asio::system_error &) {  // also for a path that is too long
+        return false;
+    }
 }
 
 // A lab that was killed answers nobody.
@@ -57,6 +64,10 @@ std::string give_order(const std::string &folder, const std::string &order, cons
     std::string text;
     try {
         (void)asio::write(socket, asio::buffer(request.dump() + '\n'));
+        pollfd readable = {socket.native_handle(), POLLIN, 0};
+        if (poll(&readable, 1, kAnswerMs) != 1) {
+            throw Error("it is busy, or stopped");
+        }
         const std::size_t size = asio::read_until(socket, asio::dynamic_buffer(text), '\n');
         const nlohmann::json reply = nlohmann::json::parse(text.substr(0, size));
         text = reply.at("text");

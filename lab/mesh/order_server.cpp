@@ -54,7 +54,11 @@ OrderServer::OrderServer(asio::io_context &io, Mesh &mesh, const std::string &pa
 
 void OrderServer::accept() {
     acceptor_.async_accept([this](const asio::error_code &error, LineLink::Socket socket) {
+        if (error == asio::error::operation_aborted) {
+            return;
+        }
         if (error) {
+            accept();  // whoever knocked has gone, or there is no descriptor now
             return;
         }
         const auto link = std::make_shared<LineLink>(std::move(socket));

@@ -4,7 +4,6 @@
 
 #include <asio.hpp>
 #include <memory>
-#include <set>
 #include <string>
 
 #include "lab/mesh/line_link.h"

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <map>
 
 #include "lab/common/error.h"
 
@@ -15,6 +16,13 @@ namespace lab {
 namespace {
 
 constexpr std::size_t kMaxLine = 65536;
+
+// All that run.
+std::map<pid_t, Process *> &processes() {
+    static std::map<pid_t, Process *> map;
+    return map;
+}
+
 constexpr unsigned kFirstOther = 3;  // descriptors before it are input, output and errors
 
 // In the child, between fork and exec. Signals and descriptors as a program expects them.
@@ -87,6 +95,7 @@ Process::Process(asio::io_context &io, const std::vector<std::string> &command, 
     if (pid_ < 0) {
         throw Error(command[0] + ": no process: " + std::strerror(errno));
     }
+    processes()[pid_] = this;
     output_->read_line();
 }
 
@@ -95,18 +104,28 @@ Process::~Process() {
     asio::error_code ignored;
     (void)output_->end.close(ignored);
     if (pid_ > 0) {
+        processes().erase(pid_);
         (void)kill(-pid_, SIGKILL);
         (void)kill(pid_, SIGKILL);  // in case it has not yet got its group
         (void)waitpid(pid_, nullptr, 0);
     }
 }
 
-bool Process::has_ended(int &status) {
-    if (pid_ > 0 && waitpid(pid_, &status, WNOHANG) == pid_) {
-        pid_ = -1;
-        return true;
+bool Process::has_ended(int &status) const {
+    status = status_;
+    return pid_ < 0;
+}
+
+void Process::reap() {
+    int status = 0;
+    for (pid_t pid = 0; (pid = waitpid(-1, &status, WNOHANG)) > 0;) {
+        const auto found = processes().find(pid);
+        if (found != processes().end()) {
+            found->second->pid_ = -1;
+            found->second->status_ = status;
+            processes().erase(found);
+        }
     }
-    return false;
 }
 
 }  // namespace lab

@@ -19,14 +19,18 @@ public:
     Process(const Process &) = delete;
     Process &operator=(const Process &) = delete;
 
-    // True once it has ended; then `status` is what waitpid tells.
-    bool has_ended(int &status);
+    // True once it has ended and reap() has seen that; then `status` is what waitpid tells.
+    bool has_ended(int &status) const;
+
+    // After SIGCHLD: looks after all children that have ended, also those of children that were killed.
+    static void reap();
 
 private:
     struct Output;
 
     std::shared_ptr<Output> output_;  // a read under way needs it longer than this
-    pid_t pid_;
+    pid_t pid_;                       // -1 once it has ended
+    int status_ = 0;
 };
 
 }  // namespace lab

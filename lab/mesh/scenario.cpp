@@ -8,6 +8,7 @@
 
 #include "lab/common/error.h"
 #include "lab/common/json.h"
+#include "lab/common/text.h"
 
 namespace lab {
 namespace {
@@ -63,6 +64,9 @@ std::string read_short_text(const JsonValue &value) {
     if (text.size() > kMaxText) {
         value.fail("must be at most " + std::to_string(kMaxText) + " bytes long");
     }
+    if (text.find('\0') != std::string::npos) {
+        value.fail("must not hold a zero byte");
+    }
     return text;
 }
 
@@ -114,11 +118,13 @@ private:
         pace.leave = value.integer_or("leave", 0, 100, pace.leave);
         pace.come_back = value.integer_or("come_back", 0, 100, pace.come_back);
         pace.drift = value.integer_or("drift", 0, 20, pace.drift);
+        if (pace.roam + pace.leave > 100) {
+            value.fail("roam and leave must be at most 100 together");
+        }
     }
 
     std::string read_new_mac(const JsonValue &value) {
-        std::string mac = value.mac();
-        std::transform(mac.begin(), mac.end(), mac.begin(), [](unsigned char c) { return std::tolower(c); });
+        const std::string mac = lower_case(value.mac());
         if (!macs_.insert(mac).second) {
             value.fail(mac + " is there twice");
         }
@@ -225,6 +231,9 @@ private:
         link.over = read_name(value.at("over"), kMedia);
         link.rate = value.at("rate").integer(1, kMaxRate);
         if (link.over == Medium::kEthernet) {
+            if (value.has("signal")) {
+                value.at("signal").fail("an Ethernet link has none");
+            }
             return;
         }
         link.signal = value.at("signal").integer(kMinSignal, kMaxSignal);

@@ -1,9 +1,12 @@
 #include "lab/mesh/screen.h"
 
+#include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <climits>
 #include <iomanip>
-#include <iostream>
 #include <sstream>
 
 namespace lab {
@@ -15,6 +18,8 @@ constexpr const char *kRed = "31";
 constexpr const char *kPlain = "0";
 constexpr std::size_t kMaxTold = 4;  // changes of one kind that are told one by one
 constexpr int kNameWidth = 12;
+constexpr std::size_t kMaxWaiting = std::size_t{1} << 20U;  // what comes beyond that is not shown
+constexpr int kLastWaitMs = 500;
 
 std::string station_name(const World &world, std::size_t station) {
     const StationSpec &spec = world.station(station);
@@ -37,14 +42,29 @@ void add_told(std::string &text, const std::vector<std::size_t> &stations, const
 
 Screen::Screen() : colour_(isatty(STDOUT_FILENO) != 0) {}
 
-bool Screen::is_open() const { return std::cout.good(); }
+// What is left goes out if somebody reads.
+Screen::~Screen() { write_waiting(kLastWaitMs); }
+
+// Never waits longer than that: a reader that pauses must not stop the world.
+void Screen::write_waiting(int wait_ms) {
+    pollfd writable = {STDOUT_FILENO, POLLOUT, 0};
+    while (is_open_ && !waiting_.empty() && poll(&writable, 1, wait_ms) == 1) {
+        // So much a pipe that is writable takes without blocking.
+        const ssize_t size = write(STDOUT_FILENO, waiting_.data(), std::min<std::size_t>(waiting_.size(), PIPE_BUF));
+        if (size > 0) {
+            waiting_.erase(0, static_cast<std::size_t>(size));
+        } else if (size < 0 && errno != EINTR && errno != EAGAIN) {
+            is_open_ = false;
+        }
+    }
+}
 
 void Screen::line(const char *style, const std::string &text) {
-    if (colour_ && style != kPlain) {
-        std::cout << "\033[" << style << 'm' << text << "\033[0m" << std::endl;
-    } else {
-        std::cout << text << std::endl;
+    if (waiting_.size() < kMaxWaiting) {
+        const bool plain = !colour_ || style == kPlain;
+        waiting_ += plain ? text + '\n' : std::string("\033[") + style + 'm' + text + "\033[0m\n";
     }
+    write_waiting(0);
 }
 
 void Screen::heading(const std::string &text) { line(kBold, "== " + text); }

@@ -11,6 +11,9 @@ namespace lab {
 class Screen {
 public:
     Screen();
+    ~Screen();
+    Screen(const Screen &) = delete;
+    Screen &operator=(const Screen &) = delete;
 
     void heading(const std::string &text);
     void cycle(const World &world, std::size_t device, const CycleReport &report);
@@ -20,13 +23,17 @@ public:
     void said(const std::string &who, const std::string &text);
 
     // False when nobody reads any more.
-    bool is_open() const;
+    bool is_open() const { return is_open_; }
 
 private:
     void line(const char *style, const std::string &text);
     std::string columns(unsigned cycle, const std::string &who) const;
 
+    void write_waiting(int wait_ms);
+
     bool colour_;
+    bool is_open_ = true;
+    std::string waiting_;  // for a reader that does not keep up
 };
 
 }  // namespace lab

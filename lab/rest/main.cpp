@@ -63,8 +63,11 @@ int main() {
     httplib::Server server;
     // Pages on a front-end developer's desk come from another port.
     server.set_default_headers({{"Access-Control-Allow-Origin", "*"}, {"Cache-Control", "no-store"}});
-    // Without SO_REUSEPORT, which would let two servers share a port.
-    server.set_socket_options([](socket_t) {});
+    // Without the library's SO_REUSEPORT, which would let two servers share a port.
+    server.set_socket_options([](socket_t socket) {
+        const int yes = 1;
+        (void)setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
+    });
     server.Get("/", [](const httplib::Request &, httplib::Response &response) {
         response.set_content(index(), "application/json");
     });

@@ -108,6 +108,10 @@ TEST(Scenario, EveryMistakeIsToldWithFilePlaceAndWhatIsWrong) {
         {R"({"devices": []})", "devices: must have 1 to 255 items"},
         {R"({"devices": [1]})", "devices[0]: must be an object"},
         {R"({"seed": -1, "devices": []})", "seed: must be a whole number from 0 to 2147483647"},
+        {R"({"seed": 1e400, "devices": []})", "scenario.json: no JSON: "},
+        {R"({"seed": 18446744073709551615, "devices": []})", "seed: must be a whole number from 0 to 2147483647"},
+        {R"({"a\n\u001b[31mb": 1})", "unknown key \"a??[31mb\""},
+        {R"({"pace": {"roam": 60, "leave": 41}, "devices": []})", "pace: roam and leave must be at most 100 together"},
         {R"({"pace": {"roam": 101}, "devices": []})", "pace.roam: must be a whole number from 0 to 100"},
         {R"({"pace": {"haste": 1}, "devices": []})", "pace: unknown key \"haste\""},
         {R"({"devices": [{"name": "a b"}]})", "devices[0].name: must be 1 to 32 letters, digits"},
@@ -123,6 +127,11 @@ TEST(Scenario, EveryMistakeIsToldWithFilePlaceAndWhatIsWrong) {
          "devices[1]: key \"firmware_version\" is missing"},
         {with_devices(", {" + kAgent + "}"), "devices: must have one device without \"backhaul\", has 2"},
         {"{\"devices\": [{" + kAgent + "}]}", "devices: must have one Controller, has 0"},
+        {with_devices(
+             R"(, {"name": "b", "role": "agent", "al_mac": "02:00:00:00:01:01", "firmware_version": "1\u0000"})"),
+         "devices[1].firmware_version: must not hold a zero byte"},
+        {with_devices(", {" + kAgent + R"(, "backhaul": {"to": "a", "over": "Ethernet", "rate": 1, "signal": "x"}})"),
+         "devices[1].backhaul.signal: an Ethernet link has none"},
         {with_devices(", {" + kAgent + R"(, "ip": "10.0.0.2 x"})"), "devices[1].ip: must be a word without blanks"},
         {with_devices(", {" + kAgent + R"(, "radios": [{"channel": 0, "bss": []}]})"),
          "devices[1].radios[0].channel: must be a whole number from 1 to 196"},
@@ -165,6 +174,7 @@ TEST(Scenario, EveryMistakeIsToldWithFilePlaceAndWhatIsWrong) {
         EXPECT_EQ(told.find('\n'), std::string::npos) << told;
     }
     EXPECT_EQ(mistake_in(with_devices("")), "none");
+    EXPECT_THROW(Scenario::read_file("/tmp"), lab::Error);
 }
 
 TEST(Scenario, WhatIsPrintedReadsBackAsTheSame) {
