@@ -175,7 +175,7 @@ std::vector<Words> recorded() {
     std::size_t at = 0;
     const auto next = [&] {
         const std::size_t end = bytes.find('\0', at);
-        const std::string word = bytes.substr(at, end - at);
+        std::string word = bytes.substr(at, end - at);
         at = end + 1;
         return word;
     };
@@ -391,7 +391,7 @@ TEST_F(ShellSafetyTest, MacOfAKnownDevice) {
 
 std::string json_quoted(const std::string &text) {
     json_object *object = json_object_new_string_len(text.data(), static_cast<int>(text.size()));
-    const std::string quoted = json_object_to_json_string_ext(object, JSON_C_TO_STRING_PLAIN);
+    std::string quoted = json_object_to_json_string_ext(object, JSON_C_TO_STRING_PLAIN);
     json_object_put(object);
     return quoted;
 }
