@@ -87,19 +87,31 @@ void cycle(benchmark::State &state, const Size &size) {
     }
 }
 
-// Of the device list alone, from a dump that is parsed already.
+// A dump that is parsed already, and the device list that is built from it.
+class Topology {
+public:
+    Topology() : tree_(json_object_from_file(kDumpFile)) {}
+    void build() {
+        json_object *topology = json_object_object_get(tree_.get(), "topology information");
+        network_.IEEE1905DeviceNumberOfEntries = static_cast<uint16_t>(get1905AgentDevNumber(topology));
+        (void)getIeee1905DevTable(topology);
+    }
+    void destroy() { (void)qo1905::destroyIeee1905DevTable(network_.IEEE1905Device); }
+
+private:
+    qo1905::JsonTree tree_;
+    qo1905_network_topology &network_ = *getNetTopolTable();
+};
+
 void build(benchmark::State &state, const Size &size, bool reported) {
     enter(size, reported);
-    const qo1905::JsonTree tree(json_object_from_file(kDumpFile));
-    json_object *topology = json_object_object_get(tree.get(), "topology information");
-    qo1905_network_topology &network = *getNetTopolTable();
+    Topology topology;
     for (auto _ : state) {
         (void)_;
         state.PauseTiming();
-        (void)qo1905::destroyIeee1905DevTable(network.IEEE1905Device);
+        topology.destroy();
         state.ResumeTiming();
-        network.IEEE1905DeviceNumberOfEntries = static_cast<uint16_t>(get1905AgentDevNumber(topology));
-        (void)getIeee1905DevTable(topology);
+        topology.build();
     }
 }
 
@@ -132,18 +144,15 @@ void write_log(benchmark::State &state, const Size &size) {
 
 void destroy(benchmark::State &state, const Size &size) {
     enter(size, true);
-    const qo1905::JsonTree tree(json_object_from_file(kDumpFile));
-    json_object *topology = json_object_object_get(tree.get(), "topology information");
-    qo1905_network_topology &network = *getNetTopolTable();
+    Topology topology;
     for (auto _ : state) {
         (void)_;
         state.PauseTiming();
-        network.IEEE1905DeviceNumberOfEntries = static_cast<uint16_t>(get1905AgentDevNumber(topology));
-        (void)getIeee1905DevTable(topology);
+        topology.build();
         state.ResumeTiming();
-        (void)qo1905::destroyIeee1905DevTable(network.IEEE1905Device);
+        topology.destroy();
     }
-    (void)getIeee1905DevTable(topology);
+    topology.build();
 }
 
 // The messages, which do not depend on the mesh.
@@ -235,13 +244,11 @@ struct Memory {
 // Per station of the Agents.
 Memory measure_memory(const Size &size) {
     enter(size, true);
-    const qo1905::JsonTree tree(json_object_from_file(kDumpFile));
-    json_object *topology = json_object_object_get(tree.get(), "topology information");
-    qo1905_network_topology &network = *getNetTopolTable();
-    (void)qo1905::destroyIeee1905DevTable(network.IEEE1905Device);
+    Topology topology;
+    topology.destroy();
     const auto used_before = mallinfo2();
     const unsigned long before = bench::allocations();
-    (void)getIeee1905DevTable(topology);
+    topology.build();
     const auto used_after = mallinfo2();
     (void)writeJsonDataModel();
     (void)updateWifiAssocList();

@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "lab/common/error.h"
+#include "lab/common/unix_address.h"
 #include "lab/host/device.h"
 #include "lab/host/timer.h"
 #include "platform/lanmon.h"
@@ -25,12 +26,10 @@ namespace {
 constexpr unsigned kUnitsPerTick = 20;
 
 int connect_to_mesh(const std::string &path) {
-    sockaddr_un mesh = {};
-    mesh.sun_family = AF_UNIX;
-    if (path.size() >= sizeof(mesh.sun_path)) {
+    sockaddr_un mesh;
+    if (!fill_unix_address(mesh, path)) {
         throw Error(path + ": too long for a socket's path");
     }
-    std::memcpy(mesh.sun_path, path.c_str(), path.size() + 1);
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (fd < 0 || connect(fd, reinterpret_cast<sockaddr *>(&mesh), sizeof(mesh)) != 0) {
         throw Error(path + ": no mesh answers: " + std::strerror(errno));

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "lab/common/error.h"
+#include "lab/common/unix_address.h"
 #include "lab/mapd/wire.h"
 
 namespace lab {
@@ -19,12 +20,10 @@ namespace {
 const sockaddr *as_address(const std::string &bytes) { return reinterpret_cast<const sockaddr *>(bytes.data()); }
 
 int bind_control_socket(const std::string &path) {
-    sockaddr_un own = {};
-    own.sun_family = AF_UNIX;
-    if (path.size() >= sizeof(own.sun_path)) {
+    sockaddr_un own;
+    if (!fill_unix_address(own, path)) {
         throw Error(path + ": too long for a socket's path");
     }
-    std::memcpy(own.sun_path, path.c_str(), path.size() + 1);
     unlink(path.c_str());
     const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (fd < 0 || bind(fd, reinterpret_cast<sockaddr *>(&own), sizeof(own)) != 0) {

@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "lab/common/unix_address.h"
+
 namespace lab {
 
 std::string encode_request(const std::vector<std::string> &words) {
@@ -54,13 +56,11 @@ int open_client_socket() {
 }
 
 bool connect_to(int fd, const std::string &path) {
-    sockaddr_un daemon = {};
-    daemon.sun_family = AF_UNIX;
-    if (path.size() >= sizeof(daemon.sun_path)) {
+    sockaddr_un daemon;
+    if (!fill_unix_address(daemon, path)) {
         errno = ENAMETOOLONG;
         return false;
     }
-    std::memcpy(daemon.sun_path, path.c_str(), path.size() + 1);
     return connect(fd, reinterpret_cast<sockaddr *>(&daemon), sizeof(daemon)) == 0;
 }
 

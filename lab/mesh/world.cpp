@@ -18,6 +18,14 @@ std::optional<std::size_t> find_place(const Items &items, Matches matches) {
     return static_cast<std::size_t>(found - items.begin());
 }
 
+void set_member(std::set<std::string> &names, const std::string &name, bool member) {
+    if (member) {
+        names.insert(name);
+    } else {
+        names.erase(name);
+    }
+}
+
 }  // namespace
 
 World::World(Scenario scenario) : scenario_(std::move(scenario)), random_(scenario_.seed) {
@@ -195,21 +203,11 @@ void World::set_role(std::size_t device, Role role) {
 void World::set_up(std::size_t device, bool up) { devices_[device].up = up; }
 
 void World::set_enabled(std::size_t device, const std::string &interface, bool enabled) {
-    std::set<std::string> &disabled = devices_[device].disabled;
-    if (enabled) {
-        disabled.erase(interface);
-    } else {
-        disabled.insert(interface);
-    }
+    set_member(devices_[device].disabled, interface, !enabled);
 }
 
 void World::block(std::size_t device, const std::string &mac, bool blocked) {
-    std::set<std::string> &list = devices_[device].blocked;
-    if (blocked) {
-        list.insert(mac);
-    } else {
-        list.erase(mac);
-    }
+    set_member(devices_[device].blocked, mac, blocked);
 }
 
 }  // namespace lab
