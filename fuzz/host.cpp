@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
@@ -97,11 +98,18 @@ std::string run_recording(const std::string &command) {
     close(ends[1]);
     std::string output;
     char chunk[8192];
-    for (ssize_t size = 0; (size = read(ends[0], chunk, sizeof(chunk))) > 0;) {
-        output.append(chunk, static_cast<std::size_t>(size));
+    // The fuzzer's timer interrupts calls.
+    for (ssize_t size = 1; size != 0;) {
+        size = read(ends[0], chunk, sizeof(chunk));
+        if (size > 0) {
+            output.append(chunk, static_cast<std::size_t>(size));
+        } else if (size < 0 && errno != EINTR) {
+            fail("the shell's output cannot be read", command);
+        }
     }
     close(ends[0]);
-    (void)waitpid(shell, nullptr, 0);
+    while (waitpid(shell, nullptr, 0) < 0 && errno == EINTR) {
+    }
     return output;
 }
 
