@@ -124,7 +124,7 @@ private:
     }
 
     std::string read_new_mac(const JsonValue &value) {
-        const std::string mac = lower_case(value.mac());
+        std::string mac = lower_case(value.mac());
         if (!macs_.insert(mac).second) {
             value.fail(mac + " is there twice");
         }
