@@ -90,6 +90,7 @@ void Mesh::ready(Node &node) {
 // After anything that others may have been waiting for.
 void Mesh::go_on() {
     if (clock_runs_) {
+        tick_controller();
         end_after_last_cycle();
         return;
     }
@@ -114,9 +115,17 @@ void Mesh::start_clock() {
 void Mesh::tick() {
     screen_.changes(world_, world_.step());
     publish();
-    for (const auto &node : nodes_) {
-        node->tick(world_.cycle());
+    const auto controller = world_.controller();
+    if (controller_waits_ && controller) {  // an Agent hangs
+        nodes_[*controller]->tick(world_.cycle() - 1);
     }
+    for (const auto &node : nodes_) {
+        if (controller != node->index()) {
+            node->tick(world_.cycle());
+        }
+    }
+    controller_waits_ = controller.has_value();
+    tick_controller();
     if (options_.cycles != 0 && world_.cycle() >= options_.cycles) {
         deadline_.expires_after(kLastCycleTime);
         deadline_.async_wait([this](const asio::error_code &error) {
@@ -136,11 +145,26 @@ void Mesh::tick() {
 }
 
 // Devices that are down have none to wait for.
+// A Controller takes over what has been reported since its last cycle, and nothing older. If all devices went at the
+// same moment it would be chance which Agents are in time; in the field they do not.
+void Mesh::tick_controller() {
+    const auto controller = world_.controller();
+    const bool agents_done = std::all_of(
+        nodes_.begin(), nodes_.end(), [&](const auto &node) { return controller == node->index() || node->is_idle(); });
+    if (controller_waits_ && agents_done) {
+        controller_waits_ = false;
+        if (controller) {
+            nodes_[*controller]->tick(world_.cycle());
+        }
+    }
+}
+
 void Mesh::end_after_last_cycle() {
     if (options_.cycles == 0 || world_.cycle() < options_.cycles) {
         return;
     }
-    const bool all_done = std::all_of(nodes_.begin(), nodes_.end(), [](const auto &node) { return node->is_idle(); });
+    const bool all_done = !controller_waits_ &&
+                          std::all_of(nodes_.begin(), nodes_.end(), [](const auto &node) { return node->is_idle(); });
     if (all_done && status_ < 0) {
         status_ = some_died_ ? 1 : 0;
         io_.stop();

@@ -89,6 +89,7 @@ private:
     void start_node_later(std::size_t device);
     void start_clock();
     void tick();
+    void tick_controller();
     void end_after_last_cycle();
     void end_without_the_last();
     void publish();
@@ -110,6 +111,7 @@ private:
     asio::steady_timer clock_;
     asio::steady_timer deadline_;  // of the start, later of the last cycle
     bool clock_runs_ = false;
+    bool controller_waits_ = false;  // for its Agents to have done the cycle
     bool some_died_ = false;
     int status_ = -1;
 };
