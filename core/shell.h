@@ -25,8 +25,7 @@ void run_command(const char *command);
 Pipe read_command(const char *command);
 
 // How many words a text is that stands bare in a command; -1 when it may not: it may hold letters, digits, ':', '.',
-// '_',
-// '-', blank and tab only, and no word may begin with '-'.
+// '_', '-', blank and tab only, and no word may begin with '-'.
 int bare_words(std::string_view text);
 
 // "kill -9" for the line of a process id file, taken as it is. False when it must not be run: the line is not one

@@ -144,7 +144,6 @@ void Mesh::tick() {
     });
 }
 
-// Devices that are down have none to wait for.
 // A Controller takes over what has been reported since its last cycle, and nothing older. If all devices went at the
 // same moment it would be chance which Agents are in time; in the field they do not.
 void Mesh::tick_controller() {
@@ -159,6 +158,7 @@ void Mesh::tick_controller() {
     }
 }
 
+// Devices that are down have none to wait for.
 void Mesh::end_after_last_cycle() {
     if (options_.cycles == 0 || world_.cycle() < options_.cycles) {
         return;
