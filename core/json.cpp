@@ -5,9 +5,52 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+#include "core/owned.h"
+
 namespace qo1905 {
 
 void JsonRelease::operator()(json_object *tree) const { json_object_put(tree); }
+
+namespace {
+
+struct TokenerRelease {
+    void operator()(json_tokener *tokener) const { json_tokener_free(tokener); }
+};
+
+// Reads on to the end, whatever size the file had before; false without memory or beyond what json-c takes.
+bool read_all(int fd, std::size_t size_before, HeapPtr<char> &text, std::size_t &length) {
+    std::size_t capacity = 0;
+    for (ssize_t count = 1; count > 0; length += static_cast<std::size_t>(count)) {
+        if (length == capacity) {
+            capacity = capacity == 0 ? size_before + 1 : capacity * 2;
+            auto *grown = capacity > INT_MAX ? nullptr : static_cast<char *>(std::realloc(text.get(), capacity));
+            if (grown == nullptr) {
+                return false;
+            }
+            (void)text.release();
+            text.reset(grown);
+        }
+        count = std::max<ssize_t>(read(fd, text.get() + length, capacity - length), 0);
+    }
+    return true;
+}
+
+// In one piece, where json-c itself would read 4 KiB at a time into a text that grows.
+json_object *parse_file(int fd, std::size_t size_before) {
+    HeapPtr<char> text;
+    std::size_t length = 0;
+    const std::unique_ptr<json_tokener, TokenerRelease> tokener(json_tokener_new());
+    if (tokener == nullptr || !read_all(fd, size_before, text, length)) {
+        return nullptr;
+    }
+    return json_tokener_parse_ex(tokener.get(), text.get(), static_cast<int>(length));
+}
+
+}  // namespace
 
 JsonTree json_read_file(const char *path) {
     // Non-blocking, so that a FIFO left at this path cannot hold up the timer thread.
@@ -18,7 +61,7 @@ JsonTree json_read_file(const char *path) {
     struct stat status;
     JsonTree tree;
     if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode)) {
-        tree.reset(json_object_from_fd(fd));
+        tree.reset(parse_file(fd, static_cast<std::size_t>(status.st_size)));
     }
     close(fd);
     return tree;
@@ -33,6 +76,23 @@ json_object *json_member(json_object *object, const char *key) {
 const char *json_text(json_object *object, const char *key) {
     json_object *member = json_member(object, key);
     return member != nullptr ? json_object_get_string(member) : nullptr;
+}
+
+void json_texts(json_object *object, const JsonKey *keys, const char **texts, std::size_t count) {
+    std::fill_n(texts, count, nullptr);
+    if (json_object_is_type(object, json_type_object) == 0) {
+        return;
+    }
+    for (const lh_entry *entry = lh_table_head(json_object_get_object(object)); entry != nullptr;
+         entry = lh_entry_next(entry)) {
+        const auto *key = static_cast<const char *>(lh_entry_k(entry));
+        for (std::size_t i = 0; i < count; ++i) {
+            if (keys[i][0] == key[0] && std::strcmp(keys[i], key) == 0) {
+                auto *member = static_cast<json_object *>(lh_entry_v(entry));
+                texts[i] = member != nullptr ? json_object_get_string(member) : nullptr;
+            }
+        }
+    }
 }
 
 int json_number(json_object *object, const char *key) { return json_object_get_int(json_member(object, key)); }

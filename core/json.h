@@ -26,6 +26,16 @@ json_object *json_member(json_object *object, const char *key);
 // A member as text, borrowed; null when it is not there. json-c's text of another type counts.
 const char *json_text(json_object *object, const char *key);
 
+// Several members in one walk through the object, for objects of which there are thousands: texts[i] is what json_text
+// gives for keys[i].
+inline constexpr std::size_t kJsonKeySize = 16;
+using JsonKey = char[kJsonKeySize];
+void json_texts(json_object *object, const JsonKey *keys, const char **texts, std::size_t count);
+template <std::size_t N>
+void json_texts(json_object *object, const JsonKey (&keys)[N], const char *(&texts)[N]) {
+    json_texts(object, keys, texts, N);
+}
+
 // A member as an integer, 0 when it is not there. What json-c reads as an integer from another type counts.
 int json_number(json_object *object, const char *key);
 

@@ -5,28 +5,29 @@
 namespace qo1905 {
 namespace {
 
-int hex_digit(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    if (c >= 'a' && c <= 'f') {
-        return c - 'a' + 10;
-    }
-    if (c >= 'A' && c <= 'F') {
-        return c - 'A' + 10;
-    }
-    return -1;
+constexpr char kHexDigits[] = "0123456789abcdef";
+
+// What a hexadecimal digit stands for, without a branch on which it is: digits and letters come as they like.
+unsigned hex_value(char c) {
+    return (static_cast<unsigned char>(c) % 16U + static_cast<unsigned char>(c) / 64U * 9U) % 16U;
 }
+
+// True when the value is that of this character, which then is a digit. The second half tells digits from the control
+// characters that share their low bits.
+bool is_hex_value(unsigned value, char c) { return kHexDigits[value] == (c | 0x20) && (c & 0x60) != 0; }
 
 }  // namespace
 
 // Nearly all there is, and sscanf is slow.
-bool parse_plain_mac(const char *text, Mac &mac) {
+bool parse_plain_mac(const char *text, Mac &mac, char after) {
     Mac parsed;
     for (int i = 0; i < 6; ++i) {
-        const int high = hex_digit(text[0]);
-        const int low = high < 0 ? -1 : hex_digit(text[1]);
-        if (low < 0 || text[2] != (i < 5 ? ':' : '\0')) {
+        const unsigned high = hex_value(text[0]);
+        if (!is_hex_value(high, text[0])) {
+            return false;
+        }
+        const unsigned low = hex_value(text[1]);
+        if (!is_hex_value(low, text[1]) || text[2] != (i < 5 ? ':' : after)) {
             return false;
         }
         parsed[i] = static_cast<std::uint8_t>(high * 16 + low);
@@ -45,7 +46,6 @@ void parse_mac(const char *text, Mac &mac) {
 }
 
 void print_mac(const Mac &mac, char *text) {
-    constexpr char kHexDigits[] = "0123456789abcdef";
     for (int i = 0; i < 6; ++i) {
         if (i > 0) {
             *text++ = ':';

@@ -18,8 +18,8 @@ using Mac = std::uint8_t[6];
 // text changes nothing.
 void parse_mac(const char *text, Mac &mac);
 
-// Reads the plain form: twelve digits in pairs with colons between and nothing else; false when it is another.
-bool parse_plain_mac(const char *text, Mac &mac);
+// Reads the plain form: twelve digits in pairs with colons between, and `after` behind them; false when it is another.
+bool parse_plain_mac(const char *text, Mac &mac, char after = '\0');
 
 // What parse_mac reads, from a field that may be full to its end.
 template <std::size_t N>

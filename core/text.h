@@ -21,9 +21,10 @@ void fill_field(char (&field)[N], const char *text) {
 }
 
 // A record's field as text, never beyond its end.
+inline std::string_view field_text(const char *field, std::size_t size) { return {field, strnlen(field, size)}; }
 template <std::size_t N>
 std::string_view field_text(const char (&field)[N]) {
-    return {field, strnlen(field, N)};
+    return field_text(field, N);
 }
 
 // What the C library's atoi gives, also beyond the range where that is undefined.

@@ -49,22 +49,42 @@ private:
     char text_[kChannelSize] = {};
 };
 
-// So many blanks that the text behind them ends in this column.
-std::string_view padding(std::string_view text, std::size_t width) {
-    static constexpr char kBlanks[] = "          ";
-    return {kBlanks, text.size() < width ? width - text.size() : 0};
+// Prints a text that ends in this column, or behind it when it is longer.
+char *print_padded(char *at, std::string_view text, std::size_t width) {
+    if (text.size() < width) {
+        std::memset(at, ' ', width - text.size());
+        at += width - text.size();
+    }
+    return print_text(at, text);
+}
+
+char *print_padded_number(char *at, std::int64_t value, std::size_t width) {
+    char digits[kMaxDigits];
+    const char *end = print_number(digits, value);
+    return print_padded(at, {digits, static_cast<std::size_t>(end - digits)}, width);
 }
 
 // The two zeros before the channel stand where storage addresses used to; no reader may rely on them.
 void write_line(MemoryText &out, const qo1905_sta_info &station, std::string_view interface_name,
                 std::string_view channel) {
-    const MacText mac(station.STAMac);
-    const Digits rate(station.PhyRate);
-    const Digits rssi(station.RSSI);
-    const Digits level(station.SignalLevel);
-    out.put({mac.view(), "  ", padding(rate.view(), 10), rate.view(), "  ", padding(rssi.view(), 4), rssi.view(),
-             "     0  ", padding(level.view(), 5), level.view(), " ", padding(interface_name, 8), interface_name,
-             " 0 0 ", channel, "\n"});
+    constexpr std::size_t kMaxLine = 128;  // with the longest name, channel and numbers
+    char *at = out.room(kMaxLine);
+    if (at == nullptr) {
+        return;
+    }
+    print_mac(station.STAMac, at);
+    at = print_text(at + kMacTextLength, "  ");
+    at = print_padded_number(at, station.PhyRate, 10);
+    at = print_text(at, "  ");
+    at = print_padded_number(at, station.RSSI, 4);
+    at = print_text(at, "     0  ");
+    at = print_padded_number(at, station.SignalLevel, 5);
+    *at++ = ' ';
+    at = print_padded(at, interface_name, 8);
+    at = print_text(at, " 0 0 ");
+    at = print_text(at, channel);
+    *at++ = '\n';
+    out.end_at(at);
 }
 
 void write_device(MemoryText &out, const qo1905_device &device, const StationList &stations, const Band &band,

@@ -7,7 +7,7 @@
 
 #include "core/paths.h"
 #include "model/qo1905.h"
-#include "output/code_names.h"
+#include "output/members.h"
 #include "output/writer.h"
 
 namespace qo1905 {
@@ -27,14 +27,18 @@ void write_time_stamp(JsonWriter &json, std::uint32_t seconds) {
     json.name("TimeStamp", text);
 }
 
+constexpr Row kEntry[] = {
+    QO1905_MEMBER_AS("EventType", qo1905_change_log_entry, EventType, CodeTable::kEventType),
+    QO1905_MEMBER("ReporterDeviceId", qo1905_change_log_entry, ReporterDeviceId),
+    QO1905_MEMBER("ReporterInterfaceId", qo1905_change_log_entry, ReporterInterfaceId),
+    QO1905_MEMBER_AS("NeighborType", qo1905_change_log_entry, NeighborType, CodeTable::kNeighborType),
+    QO1905_MEMBER("NeighborId", qo1905_change_log_entry, NeighborId),
+};
+
 void write_entry(JsonWriter &json, unsigned number, const qo1905_change_log_entry &entry) {
     json.open({"ChangeLog.", number});
     write_time_stamp(json, entry.TimeStamp);
-    json.name("EventType", event_type_name(entry.EventType));
-    json.mac("ReporterDeviceId", entry.ReporterDeviceId);
-    json.mac("ReporterInterfaceId", entry.ReporterInterfaceId);
-    json.name("NeighborType", neighbor_type_name(entry.NeighborType));
-    json.mac("NeighborId", entry.NeighborId);
+    json.members(packed_rows<kEntry>(), &entry);
     json.close();
 }
 

@@ -9,9 +9,8 @@
 #include "core/paths.h"
 #include "model/list.h"
 #include "model/qo1905.h"
-#include "output/code_names.h"
 #include "output/device_objects.h"
-#include "output/info_text.h"
+#include "output/members.h"
 #include "output/writer.h"
 
 namespace qo1905 {
@@ -34,23 +33,30 @@ void write_al_lower_layers(JsonWriter &json, unsigned interfaces) {
     json.list("LowerLayers", list.view());
 }
 
+constexpr Row kAlIdentity[] = {
+    QO1905_MEMBER("IEEE1905Id", qo1905_al_table, IEEE1905Id),
+    QO1905_MEMBER_AS("Status", qo1905_al_table, Status, CodeTable::kAlStatus),
+};
+
+constexpr Row kAlInfo[] = {
+    QO1905_MEMBER("InterfaceNumberOfEntries", qo1905_al_table, InterfaceNumberOfEntries),
+    QO1905_MEMBER_AS("EnableReboot", qo1905_al_table, Info.EnableReboot, Form::kFlag),
+    QO1905_MEMBER_AS("EnableInterfacePowerControl", qo1905_al_table, Info.EnableInterfacePowerControl, Form::kFlag),
+    QO1905_MEMBER("DeviceMode", qo1905_al_table, Info.DeviceMode),
+    QO1905_MEMBER_AS("ReleaseVersion", qo1905_al_table, Info.ReleaseVersion, Form::kReplaceable),
+    QO1905_MEMBER("ResetAfterDistribution", qo1905_al_table, Info.ResetAfterDistribution),
+    QO1905_MEMBER("LEDstatus", qo1905_al_table, Info.LEDstatus),
+    QO1905_MEMBER_AS("DeviceType", qo1905_al_table, Info.DeviceType, CodeTable::kDeviceType),
+    QO1905_MEMBER("SendSearchMsg", qo1905_al_table, Info.SendSearchMsg),
+    QO1905_MEMBER("SendResponseMsg", qo1905_al_table, Info.SendResponseMsg),
+};
+
 void write_al(JsonWriter &json, const qo1905_al_table &al) {
-    const qo1905_device_info &info = al.Info;
     json.open("AL");
-    json.mac("IEEE1905Id", al.IEEE1905Id);
-    json.name("Status", al_status_name(al.Status));
+    json.members(packed_rows<kAlIdentity>(), &al);
     json.number("LastChange", seconds_since(al.LastChangeTime, std::time(nullptr)));
     write_al_lower_layers(json, al.InterfaceNumberOfEntries);
-    json.number("InterfaceNumberOfEntries", al.InterfaceNumberOfEntries);
-    json.boolean("EnableReboot", info.EnableReboot == 1);
-    json.boolean("EnableInterfacePowerControl", info.EnableInterfacePowerControl == 1);
-    json.field("DeviceMode", info.DeviceMode);
-    json.text("ReleaseVersion", release_version(info));
-    json.number("ResetAfterDistribution", info.ResetAfterDistribution);
-    json.field("LEDstatus", info.LEDstatus);
-    json.name("DeviceType", device_type_name(info));
-    json.number("SendSearchMsg", info.SendSearchMsg);
-    json.number("SendResponseMsg", info.SendResponseMsg);
+    json.members(packed_rows<kAlInfo>(), &al);
 }
 
 // From the second link on, readers find a line end inside the quotes. An interface without links keeps the list of the
@@ -74,6 +80,17 @@ void write_oui(JsonWriter &json, const std::uint8_t (&oui)[3]) {
     json.name("OUI", text);
 }
 
+constexpr Row kInterfaceIdentity[] = {
+    QO1905_MEMBER("InterfaceId", qo1905_al_interface, InterfaceId),
+    QO1905_MEMBER_AS("Status", qo1905_al_interface, Status, CodeTable::kInterfaceStatus),
+};
+
+constexpr Row kInterfaceInfo[] = {
+    QO1905_MEMBER_AS("MediaType", qo1905_al_interface, MediaType, CodeTable::kMediaType),
+    QO1905_MEMBER_AS("PowerState", qo1905_al_interface, PowerState, CodeTable::kPowerState),
+    QO1905_MEMBER("LinkNumberOfEntries", qo1905_al_interface, LinkNumberOfEntries),
+};
+
 void write_al_interfaces(JsonWriter &json) {
     const std::time_t now = std::time(nullptr);
     ItemList<kLowerLayersSize> links;
@@ -82,13 +99,10 @@ void write_al_interfaces(JsonWriter &json) {
         ++n;
         list_links(links, n, interface.LinkNumberOfEntries);
         json.open({"Interface.", n});
-        json.mac("InterfaceId", interface.InterfaceId);
-        json.name("Status", interface_status_name(interface.Status));
+        json.members(packed_rows<kInterfaceIdentity>(), &interface);
         json.number("LastChange", seconds_since(interface.LastChangeTime, now));
         json.list("LowerLayers", links.view());
-        json.name("MediaType", media_type_name(interface.MediaType));
-        json.name("PowerState", power_state_name(interface.PowerState));
-        json.number("LinkNumberOfEntries", interface.LinkNumberOfEntries);
+        json.members(packed_rows<kInterfaceInfo>(), &interface);
         json.open("VendorProperties");
         write_oui(json, interface.OUI);
         json.name("Information", "");  // never told
@@ -97,44 +111,48 @@ void write_al_interfaces(JsonWriter &json) {
     }
 }
 
-void write_app_version(JsonWriter &json, const qo1905_device_info &info) {
-    json.open("AppVersion");
-    json.field("Version", info.Version);
-    json.number("L2DeviveCtrl", field_number(info.L2DeviveCtrl));  // misspelt, as readers know it
-    json.number("WiFiAutoCfg", field_number(info.WiFiAutoCfg));
-    json.number("WiFiOnOff", field_number(info.WiFiOnOff));
-    json.number("FwUpgrade", field_number(info.FwUpgrade));
-    json.number("LEDOnOff", field_number(info.LEDOnOff));
-    json.close();
-}
+constexpr Row kDevice[] = {
+    QO1905_MEMBER("IEEE1905Id", qo1905_device, IEEE1905Id),
+    QO1905_MEMBER("InterfaceNumberOfEntries", qo1905_device, InterfaceNumberOfEntries),
+    QO1905_MEMBER("NonIEEE1905NeighborNumberOfEntries", qo1905_device, NonIEEE1905NeighborNumberOfEntries),
+    QO1905_MEMBER("IEEE1905NeighborNumberOfEntries", qo1905_device, IEEE1905NeighborNumberOfEntries),
+    QO1905_MEMBER("BridgingTupleNumberOfEntries", qo1905_device, BridgingTupleNumberOfEntries),
+    QO1905_MEMBER_AS("EnableReboot", qo1905_device, Info.EnableReboot, Form::kFlag),
+    QO1905_MEMBER_AS("EnableInterfacePowerControl", qo1905_device, Info.EnableInterfacePowerControl, Form::kFlag),
+    QO1905_MEMBER("FirmwareVersion", qo1905_device, Info.FirmwareVersion),
+    QO1905_MEMBER("Newfirmware", qo1905_device, Info.Newfirmware),
+    QO1905_MEMBER("NewfirmwareUpgradeState", qo1905_device, Info.NewfirmwareUpgradeState),
+    QO1905_MEMBER("Newfirmwareversion", qo1905_device, Info.Newfirmwareversion),
+    QO1905_MEMBER("Newfirmwaredate", qo1905_device, Info.Newfirmwaredate),
+    QO1905_MEMBER("Hostname", qo1905_device, Info.Hostname),
+    QO1905_MEMBER("DeviceIP", qo1905_device, Info.DeviceIP),
+    QO1905_MEMBER("DeviceMode", qo1905_device, Info.DeviceMode),
+    QO1905_MEMBER_AS("ReleaseVersion", qo1905_device, Info.ReleaseVersion, Form::kReplaceable),
+    QO1905_MEMBER("ResetAfterDistribution", qo1905_device, Info.ResetAfterDistribution),
+    QO1905_MEMBER("LEDstatus", qo1905_device, Info.LEDstatus),
+    fixed_row("PowerControlMediaType=0xffff"),
+    fixed_row("PowerControlPowerState=0xff"),
+    QO1905_MEMBER_AS("DeviceType", qo1905_device, Info.DeviceType, CodeTable::kDeviceType),
+    QO1905_MEMBER("Ap-autoconfig", qo1905_device, Info.Ap_autoconfig),
+    QO1905_MEMBER("Ap-autoconfig_2.4G", qo1905_device, Ap_autoconfig_2_4G),
+    QO1905_MEMBER("Ap-autoconfig_5G", qo1905_device, Ap_autoconfig_5G),
+};
+
+constexpr Row kAppVersion[] = {
+    QO1905_MEMBER("Version", qo1905_device_info, Version),
+    // Misspelt, as readers know it.
+    QO1905_MEMBER_AS("L2DeviveCtrl", qo1905_device_info, L2DeviveCtrl, Form::kTextNumber),
+    QO1905_MEMBER_AS("WiFiAutoCfg", qo1905_device_info, WiFiAutoCfg, Form::kTextNumber),
+    QO1905_MEMBER_AS("WiFiOnOff", qo1905_device_info, WiFiOnOff, Form::kTextNumber),
+    QO1905_MEMBER_AS("FwUpgrade", qo1905_device_info, FwUpgrade, Form::kTextNumber),
+    QO1905_MEMBER_AS("LEDOnOff", qo1905_device_info, LEDOnOff, Form::kTextNumber),
+};
 
 void write_device_info(JsonWriter &json, const qo1905_device &device) {
-    const qo1905_device_info &info = device.Info;
-    json.mac("IEEE1905Id", device.IEEE1905Id);
-    json.number("InterfaceNumberOfEntries", device.InterfaceNumberOfEntries);
-    json.number("NonIEEE1905NeighborNumberOfEntries", device.NonIEEE1905NeighborNumberOfEntries);
-    json.number("IEEE1905NeighborNumberOfEntries", device.IEEE1905NeighborNumberOfEntries);
-    json.number("BridgingTupleNumberOfEntries", device.BridgingTupleNumberOfEntries);
-    json.boolean("EnableReboot", info.EnableReboot == 1);
-    json.boolean("EnableInterfacePowerControl", info.EnableInterfacePowerControl == 1);
-    json.field("FirmwareVersion", info.FirmwareVersion);
-    json.number("Newfirmware", info.Newfirmware);
-    json.number("NewfirmwareUpgradeState", info.NewfirmwareUpgradeState);
-    json.field("Newfirmwareversion", info.Newfirmwareversion);
-    json.field("Newfirmwaredate", info.Newfirmwaredate);
-    json.field("Hostname", info.Hostname);
-    json.field("DeviceIP", info.DeviceIP);
-    json.field("DeviceMode", info.DeviceMode);
-    json.text("ReleaseVersion", release_version(info));
-    json.number("ResetAfterDistribution", info.ResetAfterDistribution);
-    json.field("LEDstatus", info.LEDstatus);
-    json.name("PowerControlMediaType", "0xffff");
-    json.name("PowerControlPowerState", "0xff");
-    json.name("DeviceType", device_type_name(info));
-    json.number("Ap-autoconfig", info.Ap_autoconfig);
-    json.number("Ap-autoconfig_2.4G", device.Ap_autoconfig_2_4G);
-    json.number("Ap-autoconfig_5G", device.Ap_autoconfig_5G);
-    write_app_version(json, info);
+    json.members(packed_rows<kDevice>(), &device);
+    json.open("AppVersion");
+    json.members(packed_rows<kAppVersion>(), &device.Info);
+    json.close();
 }
 
 // The count decides whether there are any; the list decides how many.
@@ -156,15 +174,19 @@ void write_devices(JsonWriter &json, const qo1905_network_topology &network) {
     }
 }
 
+constexpr Row kNetworkTopology[] = {
+    QO1905_MEMBER_AS("Status", qo1905_network_topology, Status, CodeTable::kTopologyStatus),
+    QO1905_MEMBER("IEEE1905DeviceNumberOfEntries", qo1905_network_topology, IEEE1905DeviceNumberOfEntries),
+};
+
 void write_network_topology(JsonWriter &json) {
     const qo1905_network_topology *network = getNetTopolTable();
     if (network == nullptr) {
         return;
     }
     json.open("NetworkTopology");
-    json.word("Enable", topology_enable_word(network->Enable));
-    json.name("Status", topology_status_name(network->Status));
-    json.number("IEEE1905DeviceNumberOfEntries", network->IEEE1905DeviceNumberOfEntries);
+    json.word("Enable", code_name(CodeTable::kTopologyEnable, network->Enable));
+    json.members(packed_rows<kNetworkTopology>(), network);
     write_devices(json, *network);
     json.close();
 }
@@ -176,7 +198,7 @@ void write_security(JsonWriter &json) {
         return;
     }
     json.open("Security");
-    json.name("SetupMethod", setup_method_name(security->SetupMethod));
+    json.name("SetupMethod", code_name(CodeTable::kSetupMethod, security->SetupMethod));
     json.text("Password", shown(security->Password));
     json.close();
     json.close();  // AL

@@ -1,7 +1,7 @@
 #include "output/device_objects.h"
 
 #include "model/list.h"
-#include "output/code_names.h"
+#include "output/members.h"
 
 namespace qo1905 {
 namespace {
@@ -38,19 +38,33 @@ private:
     BoundedText<32> name_;
 };
 
-void write_radio_values(JsonWriter &json, const qo1905_sta_info &station) {
-    json.name("MediaType", media_type_name(station.MediaType));
-    json.number("RATE", station.PhyRate);
-    json.number("RSSI", station.RSSI);
-    json.number("SignalLevel", station.SignalLevel);
-    json.field("Tx", station.Tx);
-    json.field("Rx", station.Rx);
-}
+constexpr Row kRadioValues[] = {
+    QO1905_MEMBER_AS("MediaType", qo1905_sta_info, MediaType, CodeTable::kMediaType),
+    QO1905_MEMBER("RATE", qo1905_sta_info, PhyRate),
+    QO1905_MEMBER("RSSI", qo1905_sta_info, RSSI),
+    QO1905_MEMBER("SignalLevel", qo1905_sta_info, SignalLevel),
+    QO1905_MEMBER("Tx", qo1905_sta_info, Tx),
+    QO1905_MEMBER("Rx", qo1905_sta_info, Rx),
+};
+
+constexpr Row kBridge[] = {
+    QO1905_MEMBER_AS("IEEE802dot1Bridge", qo1905_1905_neighbor, IEEE802dot1Bridge, Form::kFlag),
+};
+
+constexpr Row kInterface[] = {
+    QO1905_MEMBER("InterfaceId", qo1905_device_interface, InterfaceId),
+    QO1905_MEMBER_AS("MediaType", qo1905_device_interface, MediaType, CodeTable::kMediaType),
+    QO1905_MEMBER_AS("PowerState", qo1905_device_interface, PowerState, CodeTable::kPowerState),
+};
 
 void open_neighbor(JsonWriter &json, Key key, std::string_view local_interface, const char *mac_key, const Mac &mac) {
     json.open(key);
     json.name("LocalInterface", local_interface);
     json.mac(mac_key, mac);
+}
+
+void write_media_type(JsonWriter &json, std::uint32_t code) {
+    json.name("MediaType", code_name(CodeTable::kMediaType, code));
 }
 
 bool is_wifi(const qo1905_sta_info *station) { return station != nullptr && is_wifi_media_type(station->MediaType); }
@@ -60,10 +74,10 @@ void write_non1905_neighbor(JsonWriter &json, Key key, std::string_view local_in
                             const qo1905_sta_info *station) {
     open_neighbor(json, key, local_interface, "NeighborInterfaceId", mac);
     if (is_wifi(station)) {
-        write_radio_values(json, *station);
+        json.members(packed_rows<kRadioValues>(), station);
     } else {
         const std::uint32_t wired = QO1905_MEDIA_FAST_ETHERNET;
-        json.name("MediaType", media_type_name(station != nullptr ? station->MediaType : wired));
+        write_media_type(json, station != nullptr ? station->MediaType : wired);
     }
     json.close();
 }
@@ -81,8 +95,8 @@ unsigned checkIeee1905NbrIsWIFI(JsonWriter &json, const StationList &stations, c
     (void)stations.find(neighbor.NeighborDeviceId, [&](const qo1905_sta_info &station) {
         open_neighbor(json, {kIeee1905Neighbor, counter++}, local_interface, "NeighborInterfaceId",
                       neighbor.NeighborDeviceId);
-        write_radio_values(json, station);
-        json.boolean("IEEE802dot1Bridge", neighbor.IEEE802dot1Bridge == 1);
+        json.members(packed_rows<kRadioValues>(), &station);
+        json.members(packed_rows<kBridge>(), &neighbor);
         json.close();
         ++written;
         return false;
@@ -94,8 +108,8 @@ unsigned checkIeee1905NbrIsWIFI(JsonWriter &json, const StationList &stations, c
 void write_wired_1905_neighbor(JsonWriter &json, const qo1905_1905_neighbor &neighbor, unsigned number,
                                std::string_view local_interface) {
     open_neighbor(json, {kIeee1905Neighbor, number}, local_interface, "NeighborDeviceId", neighbor.NeighborDeviceId);
-    json.name("MediaType", media_type_name(QO1905_MEDIA_FAST_ETHERNET));
-    json.boolean("IEEE802dot1Bridge", neighbor.IEEE802dot1Bridge == 1);
+    write_media_type(json, QO1905_MEDIA_FAST_ETHERNET);
+    json.members(packed_rows<kBridge>(), &neighbor);
     json.close();
 }
 
@@ -119,9 +133,7 @@ void write_device_interfaces(JsonWriter &json, const qo1905_device &device) {
     unsigned j = 0;
     for (const qo1905_device_interface &interface : ListNodes(device.Interface)) {
         json.open({"Interface.", ++j});
-        json.mac("InterfaceId", interface.InterfaceId);
-        json.name("MediaType", media_type_name(interface.MediaType));
-        json.name("PowerState", power_state_name(interface.PowerState));
+        json.members(packed_rows<kInterface>(), &interface);
         json.close();
     }
 }

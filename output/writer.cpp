@@ -1,11 +1,13 @@
 #include "output/writer.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "core/json_text.h"
 #include "core/owned.h"
+#include "output/members.h"
 
 namespace qo1905 {
 namespace {
@@ -14,56 +16,70 @@ constexpr std::size_t kFirstCapacity = 16384;
 // Twice what a thousand devices with 64,000 stations take. A hostile dump makes a model that grows with its square.
 constexpr std::size_t kMaxSize = std::size_t{64} * 1024 * 1024;
 
+constexpr char kTabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
+constexpr std::size_t kMaxDepth = sizeof(kTabs) - 1;
+// All of a member but the key's name and the value; also what closes an object.
+constexpr std::size_t kAroundKey = sizeof(",\n") + sizeof(kTabs) + sizeof("\"\": ") + kMaxDigits;
+
+// Copies them all, which is quicker than counting, and steps over those that are wanted.
+char *print_indent(char *at, std::size_t depth) {
+    std::memcpy(at, kTabs, sizeof(kTabs));
+    return at + (depth < kMaxDepth ? depth : kMaxDepth);
+}
+
+template <class T>
+T read(const char *at) {
+    T value;
+    std::memcpy(&value, at, sizeof(value));
+    return value;
+}
+
+std::uint32_t read_unsigned(const char *at, std::size_t size) {
+    switch (size) {
+        case 1:
+            return read<std::uint8_t>(at);
+        case 2:
+            return read<std::uint16_t>(at);
+        default:
+            return read<std::uint32_t>(at);
+    }
+}
+
+// The number that a text begins with, 0 when it begins with none.
+int read_text_number(std::string_view text) {
+    char copy[UINT8_MAX + 1] = {};
+    std::memcpy(copy, text.data(), text.size());
+    return text_number(copy);
+}
+
 }  // namespace
 
 MemoryText::~MemoryText() { std::free(data_); }
 
-// Room for that many bytes at the end, which then count as written; null without memory.
-char *MemoryText::reserve(std::size_t more) {
-    if (failed_) {
+char *MemoryText::room(std::size_t bytes) {
+    if (capacity_ - size_ < bytes && !grow(bytes)) {
         return nullptr;
     }
-    if (size_ + more > kMaxSize) {
+    return data_ + size_;
+}
+
+bool MemoryText::grow(std::size_t bytes) {
+    const std::size_t least = size_ + bytes;
+    const std::size_t wanted = std::min(std::max({least, kFirstCapacity, capacity_ + capacity_ / 2}), kMaxSize);
+    auto *grown = failed_ || least > kMaxSize ? nullptr : static_cast<char *>(std::realloc(data_, wanted));
+    if (grown == nullptr) {
         failed_ = true;
-        return nullptr;
+        return false;
     }
-    if (capacity_ - size_ < more) {
-        std::size_t wanted = capacity_ == 0 ? kFirstCapacity : capacity_ * 2;
-        while (wanted - size_ < more) {
-            wanted *= 2;
-        }
-        auto *grown = static_cast<char *>(std::realloc(data_, wanted));
-        if (grown == nullptr) {
-            failed_ = true;
-            return nullptr;
-        }
-        data_ = grown;
-        capacity_ = wanted;
-    }
-    char *room = data_ + size_;
-    size_ += more;
-    return room;
+    data_ = grown;
+    capacity_ = wanted;
+    return true;
 }
 
-void MemoryText::put(std::initializer_list<std::string_view> pieces) {
-    std::size_t size = 0;
-    for (const std::string_view piece : pieces) {
-        size += piece.size();
+void MemoryText::put(std::string_view text) {
+    if (char *at = room(text.size())) {
+        end_at(print_text(at, text));
     }
-    char *room = reserve(size);
-    if (room == nullptr) {
-        return;
-    }
-    for (const std::string_view piece : pieces) {
-        if (!piece.empty()) {
-            std::memcpy(room, piece.data(), piece.size());
-            room += piece.size();
-        }
-    }
-}
-
-void MemoryText::put_escaped(std::string_view text) {
-    escape_json(text, [this](std::string_view piece) { put(piece); });
 }
 
 void write_text_file(const char *path, const MemoryText &text) {
@@ -83,21 +99,22 @@ void write_text_file(const char *path, const MemoryText &text) {
     (void)std::fwrite(text.view().data(), 1, text.view().size(), file.get());
 }
 
-Digits::Digits(std::int64_t value) {
-    // All numbers of the files fit in 33 bits; a 32-bit division does for those beyond the sign.
+char *print_number(char *at, std::int64_t value) {
+    if (value < 0) {
+        *at++ = '-';
+    }
+    // A 32-bit division does for all that the files show.
     auto magnitude = static_cast<std::uint32_t>(value < 0 ? -value : value);
+    char digits[kMaxDigits];
+    char *first = digits + sizeof(digits);
     do {
-        text_[--first_] = static_cast<char>('0' + magnitude % 10);
+        *--first = static_cast<char>('0' + magnitude % 10);
         magnitude /= 10;
     } while (magnitude != 0);
-    if (value < 0) {
-        text_[--first_] = '-';
+    while (first != digits + sizeof(digits)) {
+        *at++ = *first++;
     }
-}
-
-std::string_view JsonWriter::indent() const {
-    static constexpr char kTabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t";
-    return {kTabs, depth_ < sizeof(kTabs) ? depth_ : sizeof(kTabs) - 1};
+    return at;
 }
 
 void JsonWriter::begin() {
@@ -111,7 +128,7 @@ void JsonWriter::end() {
     out_.put("\n");
 }
 
-void JsonWriter::open(Key key) {
+void JsonWriter::open(const Key &key) {
     raw(key, "{\n", "", "");
     ++depth_;
     first_ = true;
@@ -119,31 +136,112 @@ void JsonWriter::open(Key key) {
 
 void JsonWriter::close() {
     --depth_;
-    out_.put({"\n", indent(), "}"});
+    if (char *at = out_.room(kAroundKey)) {
+        *at++ = '\n';
+        at = print_indent(at, depth_);
+        *at++ = '}';
+        out_.end_at(at);
+    }
     first_ = false;
 }
 
-void JsonWriter::number(Key key, std::int64_t value) { raw(key, "", Digits(value).view(), ""); }
-
-void JsonWriter::mac(Key key, const Mac &value) { raw(key, "\"", MacText(value).view(), "\""); }
-
-void JsonWriter::name(Key key, std::string_view value) { raw(key, "\"", value, "\""); }
-
-void JsonWriter::raw(Key key, std::string_view prefix, std::string_view value, std::string_view suffix) {
-    const Digits number(key.number);
-    out_.put({first_ ? "" : ",\n", indent(), "\"", key.name, key.number != 0 ? number.view() : "", "\": ", prefix,
-              value, suffix});
+// Prints all up to the value; null without room for all of it.
+char *JsonWriter::begin_member(const Key &key, std::size_t value_size) {
+    char *at = out_.room(kAroundKey + key.name.size() + value_size);
+    if (at == nullptr) {
+        return nullptr;
+    }
+    if (!first_) {
+        *at++ = ',';
+        *at++ = '\n';
+    }
     first_ = false;
+    at = print_indent(at, depth_);
+    *at++ = '"';
+    at = print_text(at, key.name);
+    if (key.number != 0) {
+        at = print_number(at, key.number);
+    }
+    return print_text(at, "\": ");
 }
 
-void JsonWriter::text(Key key, std::string_view value) {
+void JsonWriter::raw(const Key &key, std::string_view before, std::string_view value, std::string_view after) {
+    if (char *at = begin_member(key, before.size() + value.size() + after.size())) {
+        out_.end_at(print_text(print_text(print_text(at, before), value), after));
+    }
+}
+
+void JsonWriter::name(const Key &key, std::string_view value) {
+    if (char *at = begin_member(key, value.size() + 2)) {
+        *at++ = '"';
+        at = print_text(at, value);
+        *at++ = '"';
+        out_.end_at(at);
+    }
+}
+
+void JsonWriter::number(const Key &key, std::int64_t value) {
+    if (char *at = begin_member(key, kMaxDigits)) {
+        out_.end_at(print_number(at, value));
+    }
+}
+
+void JsonWriter::mac(const Key &key, const Mac &value) {
+    if (char *at = begin_member(key, kMacTextLength + 2)) {
+        *at++ = '"';
+        print_mac(value, at);
+        at += kMacTextLength;
+        *at++ = '"';
+        out_.end_at(at);
+    }
+}
+
+void JsonWriter::text(const Key &key, std::string_view value) {
     if (is_plain_json_text(value)) {
-        name(key, value);
-        return;
+        return name(key, value);
     }
     raw(key, "\"", "", "");
-    out_.put_escaped(value);
+    escape_json(value, [this](std::string_view piece) { out_.put(piece); });
     out_.put("\"");
+}
+
+void JsonWriter::fixed(std::string_view key_and_value) {
+    const std::size_t key_size = key_and_value.find('=');
+    const Key key(std::string_view(key_and_value.data(), key_size));
+    key_and_value.remove_prefix(key_size + 1);
+    name(key, key_and_value);
+}
+
+void JsonWriter::members(PackedRows rows, const void *record) {
+    for (const Row row : rows) {
+        member(row, static_cast<const char *>(record) + row.number);
+    }
+}
+
+void JsonWriter::member(const Row &row, const char *at) {
+    const Key key(row.text);
+    switch (static_cast<Form>(row.kind)) {
+        case Form::kNumber:
+            return number(key, read_unsigned(at, row.size));
+        case Form::kSigned:
+            return number(key, read<std::int16_t>(at));
+        case Form::kFlag:
+            return word(key, read_unsigned(at, row.size) == 1 ? "true" : "false");
+        case Form::kReplaceable:
+            return text(key, field_text(at[row.size] != '\0' ? at + row.size : at, row.size));
+        case Form::kText:
+            return text(key, field_text(at, row.size));
+        case Form::kTextNumber:
+            return number(key, read_text_number(field_text(at, row.size)));
+        case Form::kMac:
+            return mac(key, *reinterpret_cast<const Mac *>(at));
+        case Form::kFixed:
+            return fixed(row.text);
+        case Form::kCode:
+            break;
+    }
+    const auto table = static_cast<CodeTable>(row.kind - static_cast<int>(Form::kCode));
+    name(key, code_name(table, read_unsigned(at, row.size)));
 }
 
 }  // namespace qo1905

@@ -5,10 +5,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
+#include <cstring>
 #include <string_view>
 
 #include "core/mac.h"
+#include "core/packed_rows.h"
 #include "core/text.h"
 
 namespace qo1905 {
@@ -21,15 +22,18 @@ public:
     MemoryText(const MemoryText &) = delete;
     MemoryText &operator=(const MemoryText &) = delete;
 
-    void put(std::string_view text) { put({text}); }
-    void put(std::initializer_list<std::string_view> pieces);  // one behind the other
-    void put_escaped(std::string_view text);
+    void put(std::string_view text);
+
+    // Room for so many bytes at the end, null when there is none. What is printed there counts once `end_at` is told
+    // where it ends.
+    char *room(std::size_t bytes);
+    void end_at(const char *end) { size_ = static_cast<std::size_t>(end - data_); }
 
     bool failed() const { return failed_; }
     std::string_view view() const { return {data_, size_}; }
 
 private:
-    char *reserve(std::size_t more);
+    bool grow(std::size_t bytes);
 
     char *data_ = nullptr;
     std::size_t size_ = 0;
@@ -44,31 +48,19 @@ void write_text_file(const char *path, const MemoryText &text);
 // A quoted member name, numbered where `number` is not 0: {"Interface.", 3} is "Interface.3".
 struct Key {
     constexpr Key(const char *key_name) : name(key_name) {}
+    constexpr explicit Key(std::string_view key_name) : name(key_name) {}
     constexpr Key(const char *key_name, unsigned key_number) : name(key_name), number(key_number) {}
     std::string_view name;
     unsigned number = 0;
 };
 
-// Of any number that a record holds.
-class Digits {
-public:
-    explicit Digits(std::int64_t value);
-    std::string_view view() const { return {text_ + first_, sizeof(text_) - first_}; }
-
-private:
-    char text_[20];
-    std::size_t first_ = sizeof(text_);
-};
-
-// A MAC as all files have it.
-class MacText {
-public:
-    explicit MacText(const Mac &mac) { print_mac(mac, text_); }
-    std::string_view view() const { return {text_, sizeof(text_)}; }
-
-private:
-    char text_[kMacTextLength];
-};
+// These print at a place with enough room and return where they end.
+inline char *print_text(char *at, std::string_view text) {
+    std::memcpy(at, text.data(), text.size());
+    return at + text.size();
+}
+inline constexpr std::size_t kMaxDigits = 11;
+char *print_number(char *at, std::int64_t value);  // of 32 bits, with a sign or without
 
 class JsonWriter {
 public:
@@ -78,26 +70,24 @@ public:
     void begin();
     void end();
 
-    void open(Key key);
+    void open(const Key &key);
     void close();
 
-    void number(Key key, std::int64_t value);
-    void boolean(Key key, bool value) { word(key, value ? "true" : "false"); }
-    void mac(Key key, const Mac &value);
-    void name(Key key, std::string_view value);  // one of our own texts, in quotes
-    void raw(Key key, std::string_view prefix, std::string_view value, std::string_view suffix);
-    void word(Key key, std::string_view value) { raw(key, "", value, ""); }  // without quotes
-    void list(Key key, std::string_view items) { raw(key, "[ ", items, " ]"); }
+    // The members of a record that the rows name, one after the other.
+    void members(PackedRows rows, const void *record);
 
-    // A text that somebody else wrote, in quotes.
-    template <std::size_t N>
-    void field(Key key, const char (&value)[N]) {
-        text(key, field_text(value));
-    }
-    void text(Key key, std::string_view value);
+    void number(const Key &key, std::int64_t value);
+    void mac(const Key &key, const Mac &value);
+    void name(const Key &key, std::string_view value);                              // one of our own texts, in quotes
+    void text(const Key &key, std::string_view value);                              // somebody else's, in quotes
+    void word(const Key &key, std::string_view value) { raw(key, "", value, ""); }  // without quotes
+    void list(const Key &key, std::string_view items) { raw(key, "[ ", items, " ]"); }
 
 private:
-    std::string_view indent() const;
+    char *begin_member(const Key &key, std::size_t value_size);
+    void raw(const Key &key, std::string_view before, std::string_view value, std::string_view after);
+    void member(const Row &row, const char *at);
+    void fixed(std::string_view key_and_value);
 
     MemoryText &out_;
     unsigned depth_ = 0;

@@ -21,7 +21,7 @@ namespace {
 constexpr char kName[] = "getNbrDevInfo";
 constexpr int kFirst5GChannel = 36;
 
-bool is_text(const char *text, std::string_view expected) { return text != nullptr && expected == text; }
+bool is_text(const char *text, const char *expected) { return text != nullptr && std::strcmp(text, expected) == 0; }
 
 // "-55": nearly all there is, and sscanf is slow.
 bool parse_plain_number(const char *text, std::int16_t &value) {
@@ -109,6 +109,10 @@ const MediumName *wifi_medium(const char *name) {
     }
     return nullptr;
 }
+
+// What is read of a station, of which there are more than of anything else.
+enum StationText { kStationMac, kStationBackhaul, kStationRssi, kStationMedium, kStationTexts };
+constexpr JsonKey kStationKeys[kStationTexts] = {"STA MAC address", "BH STA", "uplink rssi", "Medium"};
 
 // "neighbor_if_mac" of the first link to this neighbour that tells it; null when none does.
 const char *neighbor_interface(const JsonItems &links, const char *neighbor_al) {
@@ -281,9 +285,11 @@ private:
         const JsonItems stations(list);
         last_station_count_ = stations.size();
         for (json_object *station : stations) {
+            const char *texts[kStationTexts];
+            json_texts(station, kStationKeys, texts);
             Mac mac = {};
-            parse_mac(json_text(station, "STA MAC address"), mac);
-            const char *backhaul = json_text(station, "BH STA");
+            parse_mac(texts[kStationMac], mac);
+            const char *backhaul = texts[kStationBackhaul];
             if (is_text(backhaul, "No")) {
                 if (auto *entry = clients.add()) {
                     copy_mac(entry->NeighborInterfaceId, mac);
@@ -293,18 +299,18 @@ private:
                     copy_mac(entry->NeighborDeviceId, mac);
                 }
             }
-            add_station(station, mac);
+            add_station(mac, texts[kStationRssi], texts[kStationMedium]);
         }
     }
 
-    void add_station(json_object *station, const Mac &mac) {
-        parse_rssi(json_text(station, "uplink rssi"), rssi_);
+    void add_station(const Mac &mac, const char *rssi, const char *medium_name) {
+        parse_rssi(rssi, rssi_);
         auto *node = record_new<qo1905_sta_info>();
         if (node == nullptr) {
             return;
         }
         copy_mac(node->STAMac, mac);
-        if (const MediumName *medium = wifi_medium(json_text(station, "Medium"))) {
+        if (const MediumName *medium = wifi_medium(medium_name)) {
             node->MediaType = medium->media_type;
         }
         node->RSSI = rssi_;

@@ -17,7 +17,7 @@
 namespace qo1905 {
 namespace {
 
-constexpr int kLineSize = 512;
+constexpr std::size_t kLineSize = 512;  // with a zero byte at the end
 
 // The buffers that the lines are parsed into. They live across lines: what a line does not set keeps its value.
 class LineValues {
@@ -37,17 +37,16 @@ private:
     // As dnsmasq writes it: a number, the MAC and the address with single blanks between and behind them. Nearly all
     // lines are such, and sscanf is slow.
     bool parse_plain(const char *line) {
-        const std::size_t digits = std::strspn(line, "0123456789");
-        const char *mac = line + digits + 1;
-        if (digits == 0 || line[digits] != ' ' || strnlen(mac, kMacTextLength) != kMacTextLength ||
-            mac[kMacTextLength] != ' ') {
+        const char *at = line;
+        while (*at >= '0' && *at <= '9') {
+            ++at;
+        }
+        if (at == line || *at != ' ' || !parse_plain_mac(at + 1, mac_, ' ')) {
             return false;
         }
-        char mac_text[kMacTextLength + 1] = {};
-        std::memcpy(mac_text, mac, kMacTextLength);
-        const char *address = mac + kMacTextLength + 1;
-        const std::size_t length = std::strcspn(address, " \t\n\v\f\r");
-        if (length == 0 || address[length] != ' ' || !parse_plain_mac(mac_text, mac_)) {
+        const char *address = at + 1 + kMacTextLength + 1;
+        const std::size_t length = plain_length(address);
+        if (length == 0 || address[length] != ' ') {
             return false;
         }
         std::memcpy(address_, address, length);
@@ -55,22 +54,73 @@ private:
         return true;
     }
 
+    // Up to the first character that ends it for the C library.
+    static std::size_t plain_length(const char *text) {
+        std::size_t length = 0;
+        while (static_cast<unsigned char>(text[length]) > ' ') {
+            ++length;
+        }
+        return length;
+    }
+
     Mac mac_ = {};
     char address_[kLineSize] = {};
 };
 
-// Non-blocking, so that a FIFO left at this path cannot hold up the timer thread.
-File open_lease_file() {
-    const int fd = open(kLeaseFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) {
-        return nullptr;
+// The lines of the lease file, as the C library's fgets cuts them: one that does not fit goes on as the next.
+class LeaseLines {
+public:
+    // Non-blocking, so that a FIFO left at this path cannot hold up the timer thread.
+    LeaseLines() : fd_(open(kLeaseFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
+    ~LeaseLines() {
+        if (fd_ >= 0) {
+            close(fd_);
+        }
     }
-    File file(fdopen(fd, "r"));
-    if (file == nullptr) {
-        close(fd);
+    LeaseLines(const LeaseLines &) = delete;
+    LeaseLines &operator=(const LeaseLines &) = delete;
+
+    bool is_open() const { return fd_ >= 0; }
+
+    // Null at the end of the file, or where it cannot be read on.
+    const char *next() {
+        if (unread() < kLineSize && !at_end_) {
+            fill();
+        }
+        const std::size_t most = unread() < kLineSize - 1 ? unread() : kLineSize - 1;
+        if (most == 0) {
+            return nullptr;
+        }
+        const char *start = block_ + start_;
+        const auto *line_end = static_cast<const char *>(std::memchr(start, '\n', most));
+        const std::size_t length = line_end != nullptr ? static_cast<std::size_t>(line_end - start) + 1 : most;
+        std::memcpy(line_, start, length);
+        line_[length] = '\0';
+        start_ += length;
+        return line_;
     }
-    return file;
-}
+
+private:
+    std::size_t unread() const { return end_ - start_; }
+
+    void fill() {
+        std::memmove(block_, block_ + start_, unread());
+        end_ -= start_;
+        start_ = 0;
+        while (end_ < sizeof(block_) && !at_end_) {
+            const ssize_t count = read(fd_, block_ + end_, sizeof(block_) - end_);
+            at_end_ = count <= 0;
+            end_ += at_end_ ? 0 : static_cast<std::size_t>(count);
+        }
+    }
+
+    int fd_;
+    bool at_end_ = false;
+    std::size_t start_ = 0;
+    std::size_t end_ = 0;
+    char block_[4096];
+    char line_[kLineSize];
+};
 
 // The devices by AL MAC, and which of them a line was for.
 class LeaseTakers {
@@ -120,17 +170,13 @@ private:
 }  // namespace
 
 void merge_leases(qo1905_device *devices) {
-    const File file = open_lease_file();
-    if (file == nullptr) {
-        return;
-    }
+    LeaseLines lines;
     LeaseTakers takers;
-    if (devices == nullptr || !takers.enter(devices)) {
+    if (!lines.is_open() || devices == nullptr || !takers.enter(devices)) {
         return;
     }
     LineValues values;
-    char line[kLineSize];
-    while (std::fgets(line, sizeof(line), file.get()) != nullptr) {
+    while (const char *line = lines.next()) {
         values.parse(line);
         takers.give(values);
     }

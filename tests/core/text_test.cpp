@@ -132,4 +132,19 @@ TEST(MacText, ParsesAsTheCLibraryDoes) {
     }
 }
 
+TEST(MacText, ParsesEveryCharacterAtEveryPlaceAsTheCLibraryDoes) {
+    for (std::size_t place = 0; place <= kMacTextLength; ++place) {
+        for (int c = 0; c < 256; ++c) {
+            char text[40] = "02:1a:3B:ff:00:9c";
+            text[place] = static_cast<char>(c);
+            Mac ours = {9, 9, 9, 9, 9, 9};
+            Mac theirs = {9, 9, 9, 9, 9, 9};
+            parse_mac(text, ours);
+            (void)std::sscanf(text, "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &theirs[0], &theirs[1], &theirs[2], &theirs[3],
+                              &theirs[4], &theirs[5]);
+            ASSERT_TRUE(same_mac(ours, theirs)) << place << ": " << c;
+        }
+    }
+}
+
 }  // namespace

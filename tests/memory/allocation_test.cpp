@@ -92,7 +92,7 @@ TEST_F(AllocationTest, OfAFixedInterfaceOrOfABssEndsTheEntryAndKeepsWhatIsThere)
 TEST_F(AllocationTest, OfALocalInterfaceLeavesTheOnesBefore) {
     fake::host.ssids = {{"ra0", "02:00:00:00:00:11"}, {"rai0", "02:00:00:00:00:12"}, {"ra0", "02:00:00:00:00:13"}};
     put_dump("");
-    fail_allocation(3);  // the root and one interface before it
+    fail_allocation(4);  // the text of the dump, the root and one interface before it
     EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.initALTable(), 16); }), "");
     EXPECT_EQ(nodes(module_.getIntfTable()).size(), 1U);
     EXPECT_EQ(module_.getAlTable()->InterfaceNumberOfEntries, 3);
@@ -138,16 +138,24 @@ TEST_F(AllocationTest, OfTheAgentListIsTold) {
 
 TEST_F(AllocationTest, OfADeviceRecordFailsTheTable) {
     put_dump(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})");
-    // Root, one local interface, one agent; then the device.
-    fail_allocation(4);
+    // The text of the dump, root, one local interface, one agent; then the device.
+    fail_allocation(5);
     EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.initALTable(), 16); }), "Fail update Ieee1905DevTable!\n");
     EXPECT_EQ(module_.getAlTable(), nullptr);
+}
+
+TEST_F(AllocationTest, OfTheTextOfTheDumpLeavesTheTableBefore) {
+    const auto devices = build(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})");
+    fail_allocation(1);
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.initALTable(), 16); }),
+              "[initALTable] second chance - dump information is not ready. \n");
+    EXPECT_EQ(nodes(module_.getNetTopolTable()->IEEE1905Device), devices);
 }
 
 TEST_F(AllocationTest, OfTheRootLeavesNoTable) {
     build("");
     put_dump("");
-    fail_allocation(1);
+    fail_allocation(2);  // the text of the dump before it
     EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.initALTable(), 16); }), "");
     EXPECT_EQ(module_.getAlTable(), nullptr);
 }
