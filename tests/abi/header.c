@@ -256,8 +256,35 @@ static void check_platform(void) {
     check(sizeof(struct qo1905_intf_table) == 8 + sizeof(void *), "intfTable is three words");
 }
 
+/* Where a pointer has 32 bits, as on most gateways: every record to the byte. */
+static void check_32_bit_sizes(void) {
+    if (sizeof(void *) != 4) {
+        return;
+    }
+    check(sizeof(struct qo1905_event) == 20, "a timer event is five words");
+    check(sizeof(struct qo1905_intf_table) == 12, "intfTable is three words");
+    check(sizeof(struct qo1905_link) == 4, "a link");
+    check(sizeof(struct qo1905_al_interface) == 72, "an AL interface");
+    check(sizeof(struct qo1905_reserved_list) == 8, "a reserved list");
+    check(sizeof(struct qo1905_security) == 8, "security");
+    check(sizeof(struct qo1905_device_interface) == 28, "a device interface");
+    check(sizeof(struct qo1905_non1905_neighbor) == 12, "a non-1905 neighbour");
+    check(sizeof(struct qo1905_non1905_group) == 28, "a non-1905 group");
+    check(sizeof(struct qo1905_1905_neighbor) == 16, "a 1905 neighbour");
+    check(sizeof(struct qo1905_1905_group) == 16, "a 1905 group");
+    check(sizeof(struct qo1905_bridging_tuple) == 12, "a bridging tuple");
+    check(sizeof(struct qo1905_sta_info) == 92, "a station");
+    check(sizeof(struct qo1905_device) == 1064, "a device");
+    check(sizeof(struct qo1905_change_log_entry) == 32, "a log entry");
+    check(sizeof(struct qo1905_network_topology) == 8216, "the network");
+    check(sizeof(struct qo1905_al_table) == 9300, "the root");
+    check(sizeof(struct qo1905_client) == 12, "a client");
+    check(sizeof(struct qo1905_report) == 692, "a report");
+}
+
 int main(void) {
     check_device_info();
+    check_32_bit_sizes();
     check_al();
     check_network_topology();
     check_device();
