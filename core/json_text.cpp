@@ -8,6 +8,9 @@ namespace {
 
 constexpr char kReplacement[] = "\xEF\xBF\xBD";  // U+FFFD
 
+// A character and the two that stand for it.
+constexpr char kShortEscapes[][4] = {"\"\\\"", "\\\\\\", "\n\\n", "\r\\r", "\t\\t"};
+
 struct Utf8Lead {
     std::uint8_t first, last;                // lead bytes
     std::uint8_t length;                     // of the whole sequence
@@ -66,26 +69,17 @@ JsonPiece control_escape(std::uint8_t c) {
 
 JsonPiece json_piece(std::string_view text) {
     const std::uint8_t c = byte_at(text, 0);
-    switch (c) {
-        case '"':
-            return piece_of("\\\"", 1);
-        case '\\':
-            return piece_of("\\\\", 1);
-        case '\n':
-            return piece_of("\\n", 1);
-        case '\r':
-            return piece_of("\\r", 1);
-        case '\t':
-            return piece_of("\\t", 1);
-        default:
-            break;
+    for (const auto &escape : kShortEscapes) {
+        if (c == static_cast<std::uint8_t>(escape[0])) {
+            return piece_of({escape + 1, 2}, 1);
+        }
     }
     if (c < 0x20) {
         return control_escape(c);
     }
     const std::size_t length = utf8_length(text);
     if (length == 0) {
-        return piece_of(kReplacement, 1);
+        return piece_of({kReplacement, sizeof(kReplacement) - 1}, 1);
     }
     return piece_of({text.data(), length}, length);
 }

@@ -8,7 +8,7 @@
 namespace qo1905 {
 namespace {
 
-constexpr std::string_view kProtocol = " 1 ";
+constexpr std::string_view kProtocol = " 1 "sv;
 constexpr std::size_t kMaxLengthDigits = 4;
 
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
@@ -67,33 +67,33 @@ int bare_words(std::string_view text) {
 
 void append_quoted_json(SendPayload &out, std::string_view value) {
     escape_json(value, [&out](std::string_view piece) {
-        for (const char &c : piece) {
+        for (const char c : piece) {
             if (is_special_in_double_quotes(c)) {
-                out.append("\\");
+                out.append('\\');
             }
-            out.append({&c, 1});
+            out.append(c);
         }
     });
 }
 
 std::size_t send_payload_limit(std::string_view destination) {
     constexpr std::size_t kQuotes = 4;
-    constexpr std::size_t kFixed = sizeof(kSendCommand) - 1 + kProtocol.size() + kMaxLengthDigits + 1 + kQuotes;
+    constexpr std::size_t kFixed = kSendCommand.size() + kProtocol.size() + kMaxLengthDigits + 1 + kQuotes;
     const std::size_t taken = kFixed + destination.size();
-    return taken < SendCommand::capacity() ? SendCommand::capacity() - taken : 0;
+    return taken < kCommandSize - 1 ? kCommandSize - 1 - taken : 0;
 }
 
 bool build_send_command(SendCommand &command, std::string_view destination, std::string_view payload) {
     command.clear();
     command.append(kSendCommand);
-    command.append("\"");
+    command.append('"');
     command.append(destination);
-    command.append("\"");
+    command.append('"');
     command.append(kProtocol);
     command.append_number(static_cast<std::uint32_t>(payload.size()));
-    command.append(" \"");
+    command.append(" \""sv);
     command.append(payload);
-    command.append("\"");
+    command.append('"');
     return bare_words(destination) >= 0 && !command.truncated();
 }
 
@@ -108,7 +108,7 @@ bool build_block_command(BlockCommand &command, bool block, std::string_view sta
     command.clear();
     command.append(block ? kBlockCommand : kUnblockCommand);
     command.append(station);
-    command.append(" ");
+    command.append(' ');
     command.append(interface_text);
     const int interface_words = bare_words(interface_text);
     return bare_words(station) == 1 && (interface_words == 0 || interface_words == 1);

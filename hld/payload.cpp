@@ -161,7 +161,7 @@ bool next_token(const char *&list, Token &token) {
     }
     for (; *list != '\0' && *list != ','; ++list) {
         const char c = *list == '-' ? ':' : *list;
-        token.append({&c, 1});
+        token.append(c);
     }
     return token.length() > 0;
 }

@@ -20,9 +20,9 @@ namespace {
 constexpr char kName[] = "highLayerDataSend";
 constexpr int kRoleRead = 1;
 constexpr int kFailure = -1;
-constexpr std::string_view kController = "1";
-constexpr std::string_view kAgent = "2";
-constexpr std::string_view kReportEnd = "]}";
+constexpr std::string_view kController = "1"sv;
+constexpr std::string_view kAgent = "2"sv;
+constexpr std::string_view kReportEnd = "]}"sv;
 
 using MacText = char[32];
 
@@ -91,11 +91,11 @@ void append_stations(SendPayload &payload, const qo1905_client *stations, int co
 }
 
 void build_report(SendPayload &payload, const AgentValues &values) {
-    append_text_member(payload, "{ \\\"SrcAlMac\\\": \\\"", values.source_mac);
-    append_text_member(payload, "\\\", \\\"FWVersion\\\": \\\"", values.firmware_version);
-    append_text_member(payload, "\\\", \\\"HostName\\\": \\\"", values.host_name);
-    append_text_member(payload, "\\\", \\\"DeviceIP\\\": \\\"", values.address);
-    payload.append("\\\", \\\"STAInfo\\\": [");
+    append_text_member(payload, "{ \\\"SrcAlMac\\\": \\\""sv, values.source_mac);
+    append_text_member(payload, "\\\", \\\"FWVersion\\\": \\\""sv, values.firmware_version);
+    append_text_member(payload, "\\\", \\\"HostName\\\": \\\""sv, values.host_name);
+    append_text_member(payload, "\\\", \\\"DeviceIP\\\": \\\""sv, values.address);
+    payload.append("\\\", \\\"STAInfo\\\": ["sv);
     qo1905_client *stations = nullptr;
     const int count = getStaPhyrateList(stations);
     append_stations(payload, stations, count, send_payload_limit(values.controller_mac));
@@ -161,10 +161,10 @@ private:
 
 void build_enable_message(SendPayload &payload, std::string_view source, const mcfg_wifi_ssid &ssid) {
     payload.clear();
-    append_text_member(payload, "{ \\\"SrcAlMac\\\": \\\"", source);
-    append_text_member(payload, "\\\", \\\"Interface\\\": \\\"", field_text(ssid.Name));
-    append_text_member(payload, "\\\", \\\"Enable\\\": \\\"", ssid.Enable == 1 ? "true" : "false");
-    payload.append("\\\"}");
+    append_text_member(payload, "{ \\\"SrcAlMac\\\": \\\""sv, source);
+    append_text_member(payload, "\\\", \\\"Interface\\\": \\\""sv, field_text(ssid.Name));
+    append_text_member(payload, "\\\", \\\"Enable\\\": \\\""sv, ssid.Enable == 1 ? "true"sv : "false"sv);
+    payload.append("\\\"}"sv);
 }
 
 int send_enable_messages(int role_result) {

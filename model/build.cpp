@@ -71,12 +71,12 @@ bool begins_with(const char (&text)[N], std::string_view beginning) {
 void find_wifi_interfaces(LocalInterfaces &found) {
     ConfigWalk<mcfg_wifi_ssid> walk(MCFG_WIFI_SSID);
     while (const auto ssid = walk.next()) {
-        if (!begins_with(ssid->Status, "Up")) {
+        if (!begins_with(ssid->Status, "Up"sv)) {
             continue;
         }
-        if (begins_with(ssid->Name, "ra0")) {
+        if (begins_with(ssid->Name, "ra0"sv)) {
             found.add(LocalInterfaces::kWifi24G, ssid->MACAddress);
-        } else if (begins_with(ssid->Name, "rai0")) {
+        } else if (begins_with(ssid->Name, "rai0"sv)) {
             found.add(LocalInterfaces::kWifi5G, ssid->MACAddress);
         }
     }
@@ -85,8 +85,8 @@ void find_wifi_interfaces(LocalInterfaces &found) {
 void find_bridge(LocalInterfaces &found) {
     ConfigWalk<mcfg_ethernet_link> walk(MCFG_ETHERNET_LINK);
     while (const auto link = walk.next()) {
-        if (field_text(link->Status) == "Up" &&
-            field_text(link->LowerLayers).find("Bridging.Bridge.1.Port.1") != std::string_view::npos) {
+        if (field_text(link->Status) == "Up"sv &&
+            contains(field_text(link->LowerLayers), "Bridging.Bridge.1.Port.1"sv)) {
             found.add(LocalInterfaces::kBridge, link->MACAddress);
             return;
         }

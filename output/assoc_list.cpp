@@ -13,11 +13,9 @@ namespace {
 constexpr std::size_t kChannelSize = sizeof(qo1905_device_info::Channel24G);
 constexpr std::size_t kMediaTypes = 3;
 
-bool contains(std::string_view text, std::string_view part) { return text.find(part) != std::string_view::npos; }
+bool is_24g_name(std::string_view name) { return !contains(name, "rai"sv) && name != "eth"sv; }
 
-bool is_24g_name(std::string_view name) { return !contains(name, "rai") && name != "eth"; }
-
-bool is_5g_name(std::string_view name) { return contains(name, "rai"); }
+bool is_5g_name(std::string_view name) { return contains(name, "rai"sv); }
 
 struct Band {
     char (qo1905_device_info::*channel)[kChannelSize];
@@ -73,15 +71,15 @@ void write_line(MemoryText &out, const qo1905_sta_info &station, std::string_vie
         return;
     }
     print_mac(station.STAMac, at);
-    at = print_text(at + kMacTextLength, "  ");
+    at = print_text(at + kMacTextLength, "  "sv);
     at = print_padded_number(at, station.PhyRate, 10);
-    at = print_text(at, "  ");
+    at = print_text(at, "  "sv);
     at = print_padded_number(at, station.RSSI, 4);
-    at = print_text(at, "     0  ");
+    at = print_text(at, "     0  "sv);
     at = print_padded_number(at, station.SignalLevel, 5);
     *at++ = ' ';
     at = print_padded(at, interface_name, 8);
-    at = print_text(at, " 0 0 ");
+    at = print_text(at, " 0 0 "sv);
     at = print_text(at, channel);
     *at++ = '\n';
     out.end_at(at);

@@ -18,7 +18,7 @@ void write_time_stamp(JsonWriter &json, std::uint32_t seconds) {
     const auto time = static_cast<std::time_t>(seconds);
     const std::tm *local = std::localtime(&time);
     if (local == nullptr) {
-        json.name("TimeStamp", "");
+        json.name("TimeStamp", ""sv);
         return;
     }
     char text[96];

@@ -26,7 +26,7 @@ void write_al_lower_layers(JsonWriter &json, unsigned interfaces) {
     list.begin();
     for (unsigned i = 1; i <= interfaces; ++i) {
         BoundedText<32> item;
-        item.append("Interface.");
+        item.append("Interface."sv);
         item.append_number(i);
         list.add(item.view());
     }
@@ -61,15 +61,15 @@ void write_al(JsonWriter &json, const qo1905_al_table &al) {
 
 // From the second link on, readers find a line end inside the quotes. An interface without links keeps the list of the
 // one before.
-void list_links(ItemList<kLowerLayersSize> &list, unsigned interface, unsigned links) {
+void list_links(ItemBuffer &list, unsigned interface, unsigned links) {
     list.begin();
     for (unsigned k = 1; k <= links; ++k) {
         BoundedText<80> item;
-        item.append("Device.X_0A3C5E_IEEE1905.AL.Interface.");
+        item.append("Device.X_0A3C5E_IEEE1905.AL.Interface."sv);
         item.append_number(interface);
-        item.append(".Link.");
+        item.append(".Link."sv);
         item.append_number(k);
-        item.append(k > 1 ? "\n" : "");
+        item.append(k > 1 ? "\n"sv : ""sv);
         list.add(item.view());
     }
 }
@@ -105,7 +105,7 @@ void write_al_interfaces(JsonWriter &json) {
         json.members(packed_rows<kInterfaceInfo>(), &interface);
         json.open("VendorProperties");
         write_oui(json, interface.OUI);
-        json.name("Information", "");  // never told
+        json.name("Information", ""sv);  // never told
         json.close();
         json.close();
     }

@@ -23,7 +23,7 @@ public:
             ++position;
             if (same_mac(interface.InterfaceId, local_mac)) {
                 name_.clear();
-                name_.append("Interface.");
+                name_.append("Interface."sv);
                 name_.append_number(position);
                 return &interface;
             }
@@ -57,7 +57,8 @@ constexpr Row kInterface[] = {
     QO1905_MEMBER_AS("PowerState", qo1905_device_interface, PowerState, CodeTable::kPowerState),
 };
 
-void open_neighbor(JsonWriter &json, Key key, std::string_view local_interface, const char *mac_key, const Mac &mac) {
+void open_neighbor(JsonWriter &json, const Key &key, std::string_view local_interface, const Key &mac_key,
+                   const Mac &mac) {
     json.open(key);
     json.name("LocalInterface", local_interface);
     json.mac(mac_key, mac);
@@ -70,7 +71,7 @@ void write_media_type(JsonWriter &json, std::uint32_t code) {
 bool is_wifi(const qo1905_sta_info *station) { return station != nullptr && is_wifi_media_type(station->MediaType); }
 
 // A neighbour that is no station is taken for a wired one.
-void write_non1905_neighbor(JsonWriter &json, Key key, std::string_view local_interface, const Mac &mac,
+void write_non1905_neighbor(JsonWriter &json, const Key &key, std::string_view local_interface, const Mac &mac,
                             const qo1905_sta_info *station) {
     open_neighbor(json, key, local_interface, "NeighborInterfaceId", mac);
     if (is_wifi(station)) {
@@ -114,7 +115,7 @@ void write_wired_1905_neighbor(JsonWriter &json, const qo1905_1905_neighbor &nei
 }
 
 // A tuple without interfaces keeps the list of the one before.
-void list_macs(ItemList<kBridgingListSize> &list, const qo1905_bridging_tuple &tuple) {
+void list_macs(ItemBuffer &list, const qo1905_bridging_tuple &tuple) {
     list.begin();
     for (unsigned i = 0; tuple.InterfaceList != nullptr && i < tuple.Count; ++i) {
         const Mac &mac = tuple.InterfaceList[i];

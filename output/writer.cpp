@@ -99,37 +99,19 @@ void write_text_file(const char *path, const MemoryText &text) {
     (void)std::fwrite(text.view().data(), 1, text.view().size(), file.get());
 }
 
-char *print_number(char *at, std::int64_t value) {
-    if (value < 0) {
-        *at++ = '-';
-    }
-    // A 32-bit division does for all that the files show.
-    auto magnitude = static_cast<std::uint32_t>(value < 0 ? -value : value);
-    char digits[kMaxDigits];
-    char *first = digits + sizeof(digits);
-    do {
-        *--first = static_cast<char>('0' + magnitude % 10);
-        magnitude /= 10;
-    } while (magnitude != 0);
-    while (first != digits + sizeof(digits)) {
-        *at++ = *first++;
-    }
-    return at;
-}
-
 void JsonWriter::begin() {
-    out_.put("{\n");
+    out_.put("{\n"sv);
     depth_ = 1;
     first_ = true;
 }
 
 void JsonWriter::end() {
     close();
-    out_.put("\n");
+    out_.put("\n"sv);
 }
 
 void JsonWriter::open(const Key &key) {
-    raw(key, "{\n", "", "");
+    raw(key, "{\n"sv, ""sv, ""sv);
     ++depth_;
     first_ = true;
 }
@@ -162,7 +144,7 @@ char *JsonWriter::begin_member(const Key &key, std::size_t value_size) {
     if (key.number != 0) {
         at = print_number(at, key.number);
     }
-    return print_text(at, "\": ");
+    return print_text(at, "\": "sv);
 }
 
 void JsonWriter::raw(const Key &key, std::string_view before, std::string_view value, std::string_view after) {
@@ -200,16 +182,15 @@ void JsonWriter::text(const Key &key, std::string_view value) {
     if (is_plain_json_text(value)) {
         return name(key, value);
     }
-    raw(key, "\"", "", "");
+    raw(key, "\""sv, ""sv, ""sv);
     escape_json(value, [this](std::string_view piece) { out_.put(piece); });
-    out_.put("\"");
+    out_.put("\""sv);
 }
 
 void JsonWriter::fixed(std::string_view key_and_value) {
-    const std::size_t key_size = key_and_value.find('=');
-    const Key key(std::string_view(key_and_value.data(), key_size));
-    key_and_value.remove_prefix(key_size + 1);
-    name(key, key_and_value);
+    const auto *between = static_cast<const char *>(std::memchr(key_and_value.data(), '=', key_and_value.size()));
+    const auto key_size = static_cast<std::size_t>(between - key_and_value.data());
+    name(std::string_view(key_and_value.data(), key_size), {between + 1, key_and_value.size() - key_size - 1});
 }
 
 void JsonWriter::members(PackedRows rows, const void *record) {
@@ -226,7 +207,7 @@ void JsonWriter::member(const Row &row, const char *at) {
         case Form::kSigned:
             return number(key, read<std::int16_t>(at));
         case Form::kFlag:
-            return word(key, read_unsigned(at, row.size) == 1 ? "true" : "false");
+            return word(key, read_unsigned(at, row.size) == 1 ? "true"sv : "false"sv);
         case Form::kReplaceable:
             return text(key, field_text(at[row.size] != '\0' ? at + row.size : at, row.size));
         case Form::kText:
@@ -242,6 +223,23 @@ void JsonWriter::member(const Row &row, const char *at) {
     }
     const auto table = static_cast<CodeTable>(row.kind - static_cast<int>(Form::kCode));
     name(key, code_name(table, read_unsigned(at, row.size)));
+}
+
+void ItemBuffer::add(std::string_view item) {
+    if (items_++ == 0) {
+        text_.clear();
+    }
+    if (full_) {
+        return;
+    }
+    const std::size_t length = text_.length();
+    text_.append(length == 0 ? "\""sv : ", \""sv);
+    text_.append(item);
+    text_.append('"');
+    if (text_.truncated()) {
+        text_.cut(length);
+        full_ = true;
+    }
 }
 
 }  // namespace qo1905

@@ -47,20 +47,12 @@ void write_text_file(const char *path, const MemoryText &text);
 
 // A quoted member name, numbered where `number` is not 0: {"Interface.", 3} is "Interface.3".
 struct Key {
-    constexpr Key(const char *key_name) : name(key_name) {}
-    constexpr explicit Key(std::string_view key_name) : name(key_name) {}
-    constexpr Key(const char *key_name, unsigned key_number) : name(key_name), number(key_number) {}
+    constexpr Key(std::string_view key_name, unsigned key_number = 0) : name(key_name), number(key_number) {}
+    template <std::size_t N>
+    constexpr Key(const char (&key_name)[N], unsigned key_number = 0) : Key({key_name, N - 1}, key_number) {}
     std::string_view name;
-    unsigned number = 0;
+    unsigned number;
 };
-
-// These print at a place with enough room and return where they end.
-inline char *print_text(char *at, std::string_view text) {
-    std::memcpy(at, text.data(), text.size());
-    return at + text.size();
-}
-inline constexpr std::size_t kMaxDigits = 11;
-char *print_number(char *at, std::int64_t value);  // of 32 bits, with a sign or without
 
 class JsonWriter {
 public:
@@ -80,8 +72,8 @@ public:
     void mac(const Key &key, const Mac &value);
     void name(const Key &key, std::string_view value);                              // one of our own texts, in quotes
     void text(const Key &key, std::string_view value);                              // somebody else's, in quotes
-    void word(const Key &key, std::string_view value) { raw(key, "", value, ""); }  // without quotes
-    void list(const Key &key, std::string_view items) { raw(key, "[ ", items, " ]"); }
+    void word(const Key &key, std::string_view value) { raw(key, ""sv, value, ""sv); }  // without quotes
+    void list(const Key &key, std::string_view items) { raw(key, "[ "sv, items, " ]"sv); }
 
 private:
     char *begin_member(const Key &key, std::size_t value_size);
@@ -96,38 +88,33 @@ private:
 
 // The items of a "[ ... ]" that fit into a buffer of a fixed size; those that do not are left out whole. The buffer
 // keeps its text until the next list begins.
-template <std::size_t N>
-class ItemList {
+class ItemBuffer {
 public:
+    explicit ItemBuffer(TextBuffer &text) : text_(text) {}
+
     void begin() {
         items_ = 0;
         full_ = false;
     }
 
     // Item number one overwrites the text of the list before.
-    void add(std::string_view item) {
-        if (items_++ == 0) {
-            text_.clear();
-        }
-        if (full_) {
-            return;
-        }
-        const std::size_t length = text_.length();
-        text_.append(length == 0 ? "\"" : ", \"");
-        text_.append(item);
-        text_.append("\"");
-        if (text_.truncated()) {
-            text_.cut(length);
-            full_ = true;
-        }
-    }
+    void add(std::string_view item);
 
     std::string_view view() const { return text_.view(); }
 
 private:
-    BoundedText<N> text_;
+    TextBuffer &text_;
     unsigned items_ = 0;
     bool full_ = false;
+};
+
+template <std::size_t N>
+class ItemList : public ItemBuffer {
+public:
+    ItemList() : ItemBuffer(storage_) {}
+
+private:
+    BoundedText<N> storage_;
 };
 
 }  // namespace qo1905
