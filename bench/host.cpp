@@ -37,6 +37,11 @@ unsigned long allocations() { return allocation_count; }
 
 void write_file(const char *path, const std::string &text) { std::ofstream(path, std::ios::binary) << text; }
 
+std::string read_file(const char *path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 }  // namespace bench
 
 using bench::host;

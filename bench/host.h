@@ -18,5 +18,6 @@ extern Host host;
 unsigned long allocations();
 
 void write_file(const char *path, const std::string &text);
+std::string read_file(const char *path);
 
 }  // namespace bench

@@ -42,7 +42,7 @@ void parse_mac(const char *text, Mac &mac) {
         return;
     }
     // The count does not matter: what did not parse keeps its value.
-    (void)std::sscanf(text, QO1905_MAC_SHORT_FORMAT, &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]);
+    (void)std::sscanf(text, QO1905_MAC_FORMAT, &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]);
 }
 
 void print_mac(const Mac &mac, char *text) {
@@ -53,6 +53,23 @@ void print_mac(const Mac &mac, char *text) {
         *text++ = kHexDigits[mac[i] >> 4];
         *text++ = kHexDigits[mac[i] & 15];
     }
+}
+
+MacText::MacText(const Mac &mac) {
+    print_mac(mac, text_);
+    text_[kMacTextLength] = '\0';
+}
+
+ShortMacText::ShortMacText(const Mac &mac) {
+    char *at = text_;
+    for (const std::uint8_t byte : mac) {
+        if (byte >= 16) {
+            *at++ = kHexDigits[byte / 16];
+        }
+        *at++ = kHexDigits[byte % 16];
+        *at++ = ':';
+    }
+    at[-1] = '\0';
 }
 
 }  // namespace qo1905

@@ -5,10 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
-// For printf: "%.2x:..." in files, plain "%hhx:..." in traces and messages.
-#define QO1905_MAC_FORMAT "%.2x:%.2x:%.2x:%.2x:%.2x:%.2x"
-#define QO1905_MAC_SHORT_FORMAT "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx"
-#define QO1905_MAC_ARGS(mac) (mac)[0], (mac)[1], (mac)[2], (mac)[3], (mac)[4], (mac)[5]
+// For scanf.
+#define QO1905_MAC_FORMAT "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx"
 
 namespace qo1905 {
 
@@ -33,6 +31,24 @@ void parse_mac_field(const char (&field)[N], Mac &mac) {
 // Six pairs of lower-case digits with colons between, as in all files; no zero byte behind them.
 inline constexpr std::size_t kMacTextLength = 17;
 void print_mac(const Mac &mac, char *text);
+
+// Terminated texts for printf: the same form, and without leading zeros as in most traces and in messages.
+class MacText {
+public:
+    explicit MacText(const Mac &mac);
+    const char *c_str() const { return text_; }
+
+private:
+    char text_[kMacTextLength + 1];
+};
+class ShortMacText {
+public:
+    explicit ShortMacText(const Mac &mac);
+    const char *c_str() const { return text_; }
+
+private:
+    char text_[kMacTextLength + 1];
+};
 
 inline bool same_mac(const Mac &a, const Mac &b) { return std::memcmp(a, b, sizeof(Mac)) == 0; }
 

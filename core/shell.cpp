@@ -8,7 +8,7 @@
 namespace qo1905 {
 namespace {
 
-constexpr std::string_view kProtocol = " 1 "sv;
+constexpr char kProtocol[] = " 1 ";
 constexpr std::size_t kMaxLengthDigits = 4;
 
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
@@ -78,18 +78,19 @@ void append_quoted_json(SendPayload &out, std::string_view value) {
 
 std::size_t send_payload_limit(std::string_view destination) {
     constexpr std::size_t kQuotes = 4;
-    constexpr std::size_t kFixed = kSendCommand.size() + kProtocol.size() + kMaxLengthDigits + 1 + kQuotes;
+    constexpr std::size_t kFixed =
+        literal(kSendCommand).size() + literal(kProtocol).size() + kMaxLengthDigits + 1 + kQuotes;
     const std::size_t taken = kFixed + destination.size();
     return taken < kCommandSize - 1 ? kCommandSize - 1 - taken : 0;
 }
 
 bool build_send_command(SendCommand &command, std::string_view destination, std::string_view payload) {
     command.clear();
-    command.append(kSendCommand);
+    command.append(literal(kSendCommand));
     command.append('"');
     command.append(destination);
     command.append('"');
-    command.append(kProtocol);
+    command.append(literal(kProtocol));
     command.append_number(static_cast<std::uint32_t>(payload.size()));
     command.append(" \""sv);
     command.append(payload);
@@ -99,14 +100,14 @@ bool build_send_command(SendCommand &command, std::string_view destination, std:
 
 bool build_kill_command(KillCommand &command, std::string_view line) {
     command.clear();
-    command.append(kKillCommand);
+    command.append(literal(kKillCommand));
     command.append(line);
     return is_process_id_line(line) && !command.truncated();
 }
 
 bool build_block_command(BlockCommand &command, bool block, std::string_view station, std::string_view interface_text) {
     command.clear();
-    command.append(block ? kBlockCommand : kUnblockCommand);
+    command.append(block ? literal(kBlockCommand) : literal(kUnblockCommand));
     command.append(station);
     command.append(' ');
     command.append(interface_text);

@@ -11,6 +11,12 @@ namespace qo1905 {
 
 using namespace std::string_view_literals;
 
+// A named literal as a view, without counting or a pointer that has to be relocated.
+template <std::size_t N>
+constexpr std::string_view literal(const char (&text)[N]) {
+    return {text, N - 1};
+}
+
 // Copies into a record's field and fills the rest with zero bytes. A text as long as the field, or longer, fills it
 // WITHOUT a zero byte at the end; readers use field_text. A null text empties the field.
 void fill_field(char *field, std::size_t size, const char *text);
@@ -42,8 +48,8 @@ inline int text_number(const char *text) { return static_cast<int>(std::strtol(t
 // Precision and pointer for a "%.*s" that stays inside a field.
 #define QO1905_FIELD_ARGS(field) static_cast<int>(strnlen((field), sizeof(field))), (field)
 
-// A zero-terminated text in a fixed buffer, which BoundedText below owns. What does not fit is left out, and `truncated`
-// remembers that; appends are whole or cut, as the caller chooses.
+// A zero-terminated text in a fixed buffer, which BoundedText below owns. What does not fit is left out, and
+// `truncated` remembers that; appends are whole or cut, as the caller chooses.
 class TextBuffer {
 public:
     // Appends as much as fits.

@@ -65,7 +65,7 @@ bool add_clients(qo1905_report &report, const JsonItems &stations) {
 
 void trace_report(const qo1905_report &report) {
     trace("%s: This is number %d struct:\n", kName, 1);
-    trace("%s: agentAlMac = " QO1905_MAC_FORMAT "\n", kName, QO1905_MAC_ARGS(report.agentAlMac));
+    trace("%s: agentAlMac = %s\n", kName, MacText(report.agentAlMac).c_str());
     trace("%s: enableReboot= %d\n", kName, report.enableReboot);
     trace("%s: enableIntfPwrCtrl= %d\n", kName, report.enableIntfPwrCtrl);
     trace("%s: AP_autoconfig= %d\n", kName, report.AP_autoconfig);
@@ -73,8 +73,7 @@ void trace_report(const qo1905_report &report) {
     trace("%s: hostname= %.*s\n", kName, QO1905_FIELD_ARGS(report.hostname));
     trace("%s: deviceIP= %.*s\n", kName, QO1905_FIELD_ARGS(report.deviceIP));
     for (const qo1905_client &client : ListNodes(report.clientList)) {
-        trace("%s: client info " QO1905_MAC_FORMAT ", phyRate = %d\n", kName, QO1905_MAC_ARGS(client.Mac),
-              client.phyRate);
+        trace("%s: client info %s, phyRate = %d\n", kName, MacText(client.Mac).c_str(), client.phyRate);
     }
 }
 
@@ -113,20 +112,14 @@ int store_report(json_object *payload, std::int32_t length) {
 
 // ---- Agent: execute a command ----
 
-// The settings that belong to a Wi-Fi interface, by the instance of its configuration object.
-struct WlanSettings {
-    int first, last;
-    const char *dat_file;
-    const char *prefix;
-};
-
+// The instances of the configuration object stand for four interfaces of each band.
 void switch_interface(int instance, bool enable) {
-    const WlanSettings settings[] = {{1, 4, kDatFile24G, "ra"}, {5, 8, kDatFile5G, "rai"}};
-    for (const WlanSettings &row : settings) {
-        if (instance >= row.first && instance <= row.last) {
-            configWlanEnable(instance, enable ? 1 : 0, row.dat_file, row.prefix);
-        }
+    constexpr int kInterfacesPerBand = 4;
+    if (instance < 1 || instance > 2 * kInterfacesPerBand) {
+        return;
     }
+    const bool is_5g = instance > kInterfacesPerBand;
+    configWlanEnable(instance, enable ? 1 : 0, is_5g ? kDatFile5G : kDatFile24G, is_5g ? "rai" : "ra");
 }
 
 void apply_enable(const mcfg_wifi_ssid &ssid, int instance, bool enable) {
@@ -220,10 +213,10 @@ int32_t higherLayerDataRcvHandle(const char *payload, int32_t length) {
     char role[8] = {};
     EasyMeshGetDeviceRole(role, sizeof(role));
     trace("%s: device_role = %.*s\n", kName, QO1905_FIELD_ARGS(role));
-    if (field_text(role) == "1") {
+    if (field_text(role) == "1"sv) {
         return store_report(tree.get(), length);
     }
-    if (field_text(role) == "2") {
+    if (field_text(role) == "2"sv) {
         execute_command(tree.get());
     }
     return QO1905_SUCCESS;

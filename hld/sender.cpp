@@ -20,11 +20,11 @@ namespace {
 constexpr char kName[] = "highLayerDataSend";
 constexpr int kRoleRead = 1;
 constexpr int kFailure = -1;
-constexpr std::string_view kController = "1"sv;
-constexpr std::string_view kAgent = "2"sv;
-constexpr std::string_view kReportEnd = "]}"sv;
+constexpr char kController[] = "1";
+constexpr char kAgent[] = "2";
+constexpr char kReportEnd[] = "]}";
 
-using MacText = char[32];
+using MacField = char[32];
 
 // Fills a text buffer from one of the platform's sources; 0 is their success.
 template <std::size_t N>
@@ -35,7 +35,7 @@ bool get_text(int (*source)(char *, int), char (&text)[N]) {
     return success;
 }
 
-bool get_source_mac(MacText &mac) {
+bool get_source_mac(MacField &mac) {
     if (get_text(qoUtilIGetBaseMACwithColon, mac)) {
         return true;
     }
@@ -45,11 +45,11 @@ bool get_source_mac(MacText &mac) {
 
 // What an Agent tells of itself.
 struct AgentValues {
-    MacText controller_mac;
+    MacField controller_mac;
     char firmware_version[128];
     char host_name[128];
     char address[128];
-    MacText source_mac;
+    MacField source_mac;
 
     template <std::size_t N>
     static bool get(int (*source)(char *, int), char (&text)[N], const char *source_name) {
@@ -78,11 +78,10 @@ void append_stations(SendPayload &payload, const qo1905_client *stations, int co
     int listed = 0;
     for (const qo1905_client &station : ListNodes(stations)) {
         char text[96];
-        (void)std::snprintf(text, sizeof(text),
-                            "%s{ \\\"STAMac\\\": \\\"" QO1905_MAC_SHORT_FORMAT "\\\", \\\"PhyRate\\\": %d}",
-                            listed == 0 ? "" : ", ", QO1905_MAC_ARGS(station.Mac), station.phyRate);
+        (void)std::snprintf(text, sizeof(text), "%s{ \\\"STAMac\\\": \\\"%s\\\", \\\"PhyRate\\\": %d}",
+                            listed == 0 ? "" : ", ", ShortMacText(station.Mac).c_str(), station.phyRate);
         const std::string_view element = field_text(text);
-        if (listed == count || payload.length() + element.size() + kReportEnd.size() > limit) {
+        if (listed == count || payload.length() + element.size() + literal(kReportEnd).size() > limit) {
             return;
         }
         payload.append(element);
@@ -99,7 +98,7 @@ void build_report(SendPayload &payload, const AgentValues &values) {
     qo1905_client *stations = nullptr;
     const int count = getStaPhyrateList(stations);
     append_stations(payload, stations, count, send_payload_limit(values.controller_mac));
-    payload.append(kReportEnd);
+    payload.append(literal(kReportEnd));
     freeWifiClientTable(stations);
 }
 
@@ -171,7 +170,7 @@ int send_enable_messages(int role_result) {
     if (!start_rest_server()) {
         return role_result;
     }
-    MacText source;
+    MacField source;
     if (!get_source_mac(source)) {
         return kFailure;
     }
@@ -203,10 +202,10 @@ int32_t highLayerDataSend() {
     if (role_result != kRoleRead) {
         return role_result;
     }
-    if (field_text(role) == kAgent) {
+    if (field_text(role) == literal(kAgent)) {
         return send_agent_report(role_result);
     }
-    if (field_text(role) == kController) {
+    if (field_text(role) == literal(kController)) {
         return send_enable_messages(role_result);
     }
     return role_result;

@@ -9,7 +9,6 @@
 using namespace qo1905;
 
 int32_t RPUpLinkStatusCheck() {
-    constexpr std::string_view kNoEssid = "  ";
     Pipe pipe = read_command(kUplinkEssidCommand);
     char line[256] = {};
     if (pipe == nullptr || std::fgets(line, sizeof(line), pipe.get()) == nullptr) {
@@ -19,7 +18,7 @@ int32_t RPUpLinkStatusCheck() {
     if (!essid.empty()) {
         essid.remove_suffix(1);  // the line end
     }
-    if (essid != kNoEssid) {
+    if (essid != "  "sv) {
         return 0;
     }
     pipe.reset();

@@ -115,8 +115,8 @@ void trace_interfaces(const qo1905_al_table &al) {
     constexpr char kName[] = "retrieveIntfTable";
     trace_at(kName, 2236, "================= Interface Num(%d) =================\n", al.InterfaceNumberOfEntries);
     for (const qo1905_al_interface &interface : ListNodes(al.Interface)) {
-        trace_at(kName, 2242, "mac=" QO1905_MAC_SHORT_FORMAT " mediaType=0x%x\n",
-                 QO1905_MAC_ARGS(interface.InterfaceId), interface.MediaType);
+        trace_at(kName, 2242, "mac=%s mediaType=0x%x\n", ShortMacText(interface.InterfaceId).c_str(),
+                 interface.MediaType);
     }
 }
 

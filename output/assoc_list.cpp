@@ -13,14 +13,14 @@ namespace {
 constexpr std::size_t kChannelSize = sizeof(qo1905_device_info::Channel24G);
 constexpr std::size_t kMediaTypes = 3;
 
-bool is_24g_name(std::string_view name) { return !contains(name, "rai"sv) && name != "eth"sv; }
-
-bool is_5g_name(std::string_view name) { return contains(name, "rai"sv); }
-
 struct Band {
     char (qo1905_device_info::*channel)[kChannelSize];
-    bool (*takes_group)(std::string_view name);
+    bool is_5g;
     std::uint32_t media_types[kMediaTypes];
+
+    bool takes_group(std::string_view name) const {
+        return is_5g ? contains(name, "rai"sv) : !contains(name, "rai"sv) && name != "eth"sv;
+    }
 
     bool takes_media_type(std::uint32_t code) const {
         for (const std::uint32_t media_type : media_types) {
@@ -128,10 +128,10 @@ void list_stations(BandList &low, BandList &high) {
 }
 
 constexpr Band kBand24G = {&qo1905_device_info::Channel24G,
-                           is_24g_name,
+                           false,
                            {QO1905_MEDIA_80211B_24GHZ, QO1905_MEDIA_80211G_24GHZ, QO1905_MEDIA_80211N_24GHZ}};
 constexpr Band kBand5G = {&qo1905_device_info::Channel5G,
-                          is_5g_name,
+                          true,
                           {QO1905_MEDIA_80211A_5GHZ, QO1905_MEDIA_80211N_5GHZ, QO1905_MEDIA_80211AC_5GHZ}};
 
 }  // namespace

@@ -70,8 +70,8 @@ public:
 
     void number(const Key &key, std::int64_t value);
     void mac(const Key &key, const Mac &value);
-    void name(const Key &key, std::string_view value);                              // one of our own texts, in quotes
-    void text(const Key &key, std::string_view value);                              // somebody else's, in quotes
+    void name(const Key &key, std::string_view value);  // one of our own texts, in quotes
+    void text(const Key &key, std::string_view value);  // somebody else's, in quotes
     void word(const Key &key, std::string_view value) { raw(key, ""sv, value, ""sv); }  // without quotes
     void list(const Key &key, std::string_view items) { raw(key, "[ "sv, items, " ]"sv); }
 

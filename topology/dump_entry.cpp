@@ -416,20 +416,16 @@ private:
     std::int16_t rssi_ = 0;               // of the last text that was a number
 };
 
-void trace_local(int line, const Mac &mac) {
-    trace_at(kName, line, "local mac=" QO1905_MAC_SHORT_FORMAT "\n", QO1905_MAC_ARGS(mac));
-}
+void trace_local(int line, const Mac &mac) { trace_at(kName, line, "local mac=%s\n", ShortMacText(mac).c_str()); }
 
-void trace_under(int line, const Mac &mac) {
-    trace_at(kName, line, "under mac=" QO1905_MAC_SHORT_FORMAT "\n", QO1905_MAC_ARGS(mac));
-}
+void trace_under(int line, const Mac &mac) { trace_at(kName, line, "under mac=%s\n", ShortMacText(mac).c_str()); }
 
 void trace_interfaces(const qo1905_device &device, unsigned index) {
     trace_at(kName, 1635, "========== ieee1905 Device[%u] Interface Num (%d) =========\n", index,
              device.InterfaceNumberOfEntries);
     for (const qo1905_device_interface &interface : ListNodes(device.Interface)) {
-        trace_at(kName, 1642, "mac=" QO1905_MAC_SHORT_FORMAT " mediaType=0x%x\n",
-                 QO1905_MAC_ARGS(interface.InterfaceId), interface.MediaType);
+        trace_at(kName, 1642, "mac=%s mediaType=0x%x\n", ShortMacText(interface.InterfaceId).c_str(),
+                 interface.MediaType);
     }
 }
 
@@ -456,8 +452,8 @@ void trace_stations(const qo1905_device &device) {
     trace_at(kName, 1680, "*************** wifi     Neighbor Num (%d) ***************\n",
              device.STAInfoNumberOfEntries);
     for (const qo1905_sta_info &station : ListNodes(device.STAInfo)) {
-        trace_at(kName, 1687, "mac=" QO1905_MAC_SHORT_FORMAT " mediaType=0x%x, rate = %d\n",
-                 QO1905_MAC_ARGS(station.STAMac), station.MediaType, station.PhyRate);
+        trace_at(kName, 1687, "mac=%s mediaType=0x%x, rate = %d\n", ShortMacText(station.STAMac).c_str(),
+                 station.MediaType, station.PhyRate);
     }
 }
 

@@ -25,8 +25,8 @@ public:
     // Expiry time, MAC, address, then what nobody needs. The address takes a line end along when nothing follows it.
     void parse(const char *line) {
         if (!parse_plain(line)) {
-            (void)std::sscanf(line, "%*u " QO1905_MAC_SHORT_FORMAT " %511[^ ] %*[^ ] %*[^ ] %*[^ ]\n", &mac_[0],
-                              &mac_[1], &mac_[2], &mac_[3], &mac_[4], &mac_[5], address_);
+            (void)std::sscanf(line, "%*u " QO1905_MAC_FORMAT " %511[^ ] %*[^ ] %*[^ ] %*[^ ]\n", &mac_[0], &mac_[1],
+                              &mac_[2], &mac_[3], &mac_[4], &mac_[5], address_);
         }
     }
 
