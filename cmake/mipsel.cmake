@@ -3,7 +3,8 @@
 set(QO1905_TRIPLET mipsel-linux-gnu)
 set(CMAKE_SYSTEM_PROCESSOR mipsel)
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-mipsel -cpu 34Kf)
-set(QO1905_SIZE_FLAGS -mips16 -minterlink-mips16 CACHE STRING "Compiler flags of the module alone")
+# MIPS16 has eight registers: a value kept across a loop is one that goes to the stack and back.
+set(QO1905_SIZE_FLAGS -mips16 -minterlink-mips16 -fno-move-loop-invariants CACHE STRING "Compiler flags of the module alone")
 set(QO1905_SPEED_FLAGS -Os CACHE STRING "Compiler flags of the files that a cycle spends its time in")
 # The kernel's page size; by default the linker pads for pages of 64 KiB.
 set(QO1905_LINK_FLAGS -Wl,-z,max-page-size=4096 CACHE STRING "Linker flags of the module")
