@@ -21,20 +21,20 @@ struct TokenerRelease {
     void operator()(json_tokener *tokener) const { json_tokener_free(tokener); }
 };
 
-// Reads on to the end, whatever size the file had before; false without memory or beyond what json-c takes.
+// Reads on to the end, whatever size the file had before; false without memory or beyond what json-c takes. A file that
+// gives less than was asked for has ended: nobody has to ask once more.
 bool read_all(int fd, std::size_t size_before, HeapPtr<char> &text, std::size_t &length) {
     std::size_t capacity = 0;
-    for (ssize_t count = 1; count > 0; length += static_cast<std::size_t>(count)) {
-        if (length == capacity) {
-            capacity = capacity == 0 ? size_before + 1 : capacity * 2;
-            auto *grown = capacity > INT_MAX ? nullptr : static_cast<char *>(std::realloc(text.get(), capacity));
-            if (grown == nullptr) {
-                return false;
-            }
-            (void)text.release();
-            text.reset(grown);
+    while (length == capacity) {
+        capacity = capacity == 0 ? size_before + 1 : capacity * 2;
+        auto *grown = capacity > INT_MAX ? nullptr : static_cast<char *>(std::realloc(text.get(), capacity));
+        if (grown == nullptr) {
+            return false;
         }
-        count = std::max<ssize_t>(read(fd, text.get() + length, capacity - length), 0);
+        (void)text.release();
+        text.reset(grown);
+        const ssize_t count = read(fd, grown + length, capacity - length);
+        length += count > 0 ? static_cast<std::size_t>(count) : 0;
     }
     return true;
 }

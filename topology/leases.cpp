@@ -107,11 +107,9 @@ private:
         std::memmove(block_, block_ + start_, unread());
         end_ -= start_;
         start_ = 0;
-        while (end_ < sizeof(block_) && !at_end_) {
-            const ssize_t count = read(fd_, block_ + end_, sizeof(block_) - end_);
-            at_end_ = count <= 0;
-            end_ += at_end_ ? 0 : static_cast<std::size_t>(count);
-        }
+        const ssize_t count = read(fd_, block_ + end_, sizeof(block_) - end_);
+        end_ += count > 0 ? static_cast<std::size_t>(count) : 0;
+        at_end_ = end_ < sizeof(block_);  // less than was asked for
     }
 
     int fd_;
