@@ -54,6 +54,7 @@ constexpr Row fixed_row(std::string_view key_and_value) {
 }
 
 // {key, record.field}, printed as its type says, or in another form or by the name of its code.
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a type
 #define QO1905_TYPE_OF(record, field) decltype(std::declval<record &>().field)
 #define QO1905_MEMBER(key, record, field) member_row<QO1905_TYPE_OF(record, field)>(key, offsetof(record, field))
 #define QO1905_MEMBER_AS(key, record, field, form_or_table) \

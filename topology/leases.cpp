@@ -123,12 +123,15 @@ private:
 // The devices by AL MAC, and which of them a line was for.
 class LeaseTakers {
 public:
-    // False without memory.
+    // False without memory or devices.
     bool enter(qo1905_device *devices) {
         std::size_t count = 0;
         for (const qo1905_device &device : ListNodes(devices)) {
             (void)device;
             ++count;
+        }
+        if (count == 0) {
+            return false;
         }
         takers_.reset(static_cast<Taker *>(std::calloc(count, sizeof(Taker))));
         if (takers_ == nullptr || !index_.begin(count)) {
@@ -170,7 +173,7 @@ private:
 void merge_leases(qo1905_device *devices) {
     LeaseLines lines;
     LeaseTakers takers;
-    if (!lines.is_open() || devices == nullptr || !takers.enter(devices)) {
+    if (!lines.is_open() || !takers.enter(devices)) {
         return;
     }
     LineValues values;

@@ -80,9 +80,9 @@ TEST(Symbols, ImportsAreExactlyThePlatformTheCLibraryAndJsonC) {
                                             "StaInfo",
                                             "configWlanEnable"};
     const std::set<std::string> json_c = {
-        "json_object_array_get_idx", "json_object_array_length", "json_object_get_int",   "json_object_get_object",
+        "json_object_array_get_idx", "json_object_array_length", "json_object_get_int",    "json_object_get_object",
         "json_object_get_string",    "json_object_is_type",      "json_object_object_get", "json_object_put",
-        "json_tokener_free",         "json_tokener_new",         "json_tokener_parse",    "json_tokener_parse_ex"};
+        "json_tokener_free",         "json_tokener_new",         "json_tokener_parse",     "json_tokener_parse_ex"};
     std::set<std::string> unversioned;
     std::set<std::string> from_json_c;
     for (const Symbol &symbol : symbols("--undefined-only")) {
