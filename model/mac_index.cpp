@@ -39,7 +39,7 @@ void MacIndex::add(const Mac &mac, const void *record, std::uint64_t order) {
     entries_[size_++] = {mac_key(mac), order, record};
 }
 
-// A shell sort: a third of qsort's time, as nothing is called to compare two entries.
+// A shell sort: unlike with qsort, nothing has to be called to compare two entries.
 void MacIndex::sort() {
     std::size_t gap = 1;
     while (gap < size_ / 3) {

@@ -69,6 +69,7 @@ bool MemoryText::grow(std::size_t bytes) {
     auto *grown = failed_ || least > kMaxSize ? nullptr : static_cast<char *>(std::realloc(data_, wanted));
     if (grown == nullptr) {
         failed_ = true;
+        capacity_ = size_;
         return false;
     }
     data_ = grown;
