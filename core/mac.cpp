@@ -55,15 +55,10 @@ void print_mac(const Mac &mac, char *text) {
     }
 }
 
-MacText::MacText(const Mac &mac) {
-    print_mac(mac, text_);
-    text_[kMacTextLength] = '\0';
-}
-
-ShortMacText::ShortMacText(const Mac &mac) {
+MacText::MacText(const Mac &mac, MacForm form) {
     char *at = text_;
     for (const std::uint8_t byte : mac) {
-        if (byte >= 16) {
+        if (byte >= 16 || form == MacForm::kFull) {
             *at++ = kHexDigits[byte / 16];
         }
         *at++ = kHexDigits[byte % 16];

@@ -32,18 +32,11 @@ void parse_mac_field(const char (&field)[N], Mac &mac) {
 inline constexpr std::size_t kMacTextLength = 17;
 void print_mac(const Mac &mac, char *text);
 
-// Terminated texts for printf: the same form, and without leading zeros as in most traces and in messages.
+// A terminated text for printf: as above, or without leading zeros, as in most traces and in messages.
+enum class MacForm { kFull, kShort };
 class MacText {
 public:
-    explicit MacText(const Mac &mac);
-    const char *c_str() const { return text_; }
-
-private:
-    char text_[kMacTextLength + 1];
-};
-class ShortMacText {
-public:
-    explicit ShortMacText(const Mac &mac);
+    MacText(const Mac &mac, MacForm form);
     const char *c_str() const { return text_; }
 
 private:

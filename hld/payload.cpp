@@ -65,7 +65,7 @@ bool add_clients(qo1905_report &report, const JsonItems &stations) {
 
 void trace_report(const qo1905_report &report) {
     trace("%s: This is number %d struct:\n", kName, 1);
-    trace("%s: agentAlMac = %s\n", kName, MacText(report.agentAlMac).c_str());
+    trace("%s: agentAlMac = %s\n", kName, MacText(report.agentAlMac, MacForm::kFull).c_str());
     trace("%s: enableReboot= %d\n", kName, report.enableReboot);
     trace("%s: enableIntfPwrCtrl= %d\n", kName, report.enableIntfPwrCtrl);
     trace("%s: AP_autoconfig= %d\n", kName, report.AP_autoconfig);
@@ -73,7 +73,7 @@ void trace_report(const qo1905_report &report) {
     trace("%s: hostname= %.*s\n", kName, QO1905_FIELD_ARGS(report.hostname));
     trace("%s: deviceIP= %.*s\n", kName, QO1905_FIELD_ARGS(report.deviceIP));
     for (const qo1905_client &client : ListNodes(report.clientList)) {
-        trace("%s: client info %s, phyRate = %d\n", kName, MacText(client.Mac).c_str(), client.phyRate);
+        trace("%s: client info %s, phyRate = %d\n", kName, MacText(client.Mac, MacForm::kFull).c_str(), client.phyRate);
     }
 }
 

@@ -79,7 +79,7 @@ void append_stations(SendPayload &payload, const qo1905_client *stations, int co
     for (const qo1905_client &station : ListNodes(stations)) {
         char text[96];
         (void)std::snprintf(text, sizeof(text), "%s{ \\\"STAMac\\\": \\\"%s\\\", \\\"PhyRate\\\": %d}",
-                            listed == 0 ? "" : ", ", ShortMacText(station.Mac).c_str(), station.phyRate);
+                            listed == 0 ? "" : ", ", MacText(station.Mac, MacForm::kShort).c_str(), station.phyRate);
         const std::string_view element = field_text(text);
         if (listed == count || payload.length() + element.size() + literal(kReportEnd).size() > limit) {
             return;

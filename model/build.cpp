@@ -115,7 +115,7 @@ void trace_interfaces(const qo1905_al_table &al) {
     constexpr char kName[] = "retrieveIntfTable";
     trace_at(kName, 2236, "================= Interface Num(%d) =================\n", al.InterfaceNumberOfEntries);
     for (const qo1905_al_interface &interface : ListNodes(al.Interface)) {
-        trace_at(kName, 2242, "mac=%s mediaType=0x%x\n", ShortMacText(interface.InterfaceId).c_str(),
+        trace_at(kName, 2242, "mac=%s mediaType=0x%x\n", MacText(interface.InterfaceId, MacForm::kShort).c_str(),
                  interface.MediaType);
     }
 }

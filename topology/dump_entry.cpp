@@ -416,15 +416,19 @@ private:
     std::int16_t rssi_ = 0;               // of the last text that was a number
 };
 
-void trace_local(int line, const Mac &mac) { trace_at(kName, line, "local mac=%s\n", ShortMacText(mac).c_str()); }
+void trace_local(int line, const Mac &mac) {
+    trace_at(kName, line, "local mac=%s\n", MacText(mac, MacForm::kShort).c_str());
+}
 
-void trace_under(int line, const Mac &mac) { trace_at(kName, line, "under mac=%s\n", ShortMacText(mac).c_str()); }
+void trace_under(int line, const Mac &mac) {
+    trace_at(kName, line, "under mac=%s\n", MacText(mac, MacForm::kShort).c_str());
+}
 
 void trace_interfaces(const qo1905_device &device, unsigned index) {
     trace_at(kName, 1635, "========== ieee1905 Device[%u] Interface Num (%d) =========\n", index,
              device.InterfaceNumberOfEntries);
     for (const qo1905_device_interface &interface : ListNodes(device.Interface)) {
-        trace_at(kName, 1642, "mac=%s mediaType=0x%x\n", ShortMacText(interface.InterfaceId).c_str(),
+        trace_at(kName, 1642, "mac=%s mediaType=0x%x\n", MacText(interface.InterfaceId, MacForm::kShort).c_str(),
                  interface.MediaType);
     }
 }
@@ -452,7 +456,7 @@ void trace_stations(const qo1905_device &device) {
     trace_at(kName, 1680, "*************** wifi     Neighbor Num (%d) ***************\n",
              device.STAInfoNumberOfEntries);
     for (const qo1905_sta_info &station : ListNodes(device.STAInfo)) {
-        trace_at(kName, 1687, "mac=%s mediaType=0x%x, rate = %d\n", ShortMacText(station.STAMac).c_str(),
+        trace_at(kName, 1687, "mac=%s mediaType=0x%x, rate = %d\n", MacText(station.STAMac, MacForm::kShort).c_str(),
                  station.MediaType, station.PhyRate);
     }
 }

@@ -92,6 +92,12 @@ TEST(MacText, PrintsPairsOfLowerCaseDigits) {
     EXPECT_EQ(std::string(text, sizeof(text)), "02:0a:ff:00:90:09");
 }
 
+TEST(MacText, ForPrintfHasOrLacksLeadingZeros) {
+    const Mac mac = {0x02, 0x0a, 0xff, 0x00, 0x10, 0x09};
+    EXPECT_STREQ(MacText(mac, MacForm::kFull).c_str(), "02:0a:ff:00:10:09");
+    EXPECT_STREQ(MacText(mac, MacForm::kShort).c_str(), "2:a:ff:0:10:9");
+}
+
 TEST(BareText, TakesWordsOfHarmlessCharactersOnly) {
     EXPECT_EQ(bare_words(""), 0);
     EXPECT_EQ(bare_words(" \t"), 0);
