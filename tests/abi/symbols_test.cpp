@@ -116,7 +116,12 @@ TEST(Symbols, NeedsJsonCAndTheCLibraryAlone) {
 TEST(Symbols, AreBoundWhenTheModuleIsLoaded) {
     const std::string dynamic = output_of("readelf -dl " QO1905_MODULE);
     EXPECT_NE(dynamic.find("NOW"), std::string::npos);
-    EXPECT_NE(dynamic.find("GNU_RELRO"), std::string::npos);
+    // What is relocated once is not to be written again. On MIPS, where the global offset table is never protected,
+    // there may be nothing of that kind; the linker then leaves the segment out.
+    const std::string sections = output_of("readelf -SW " QO1905_MODULE);
+    const bool is_mips = sections.find(".MIPS.") != std::string::npos;
+    const bool has_relocated_constants = sections.find(".data.rel.ro") != std::string::npos;
+    EXPECT_EQ(dynamic.find("GNU_RELRO") != std::string::npos, !is_mips || has_relocated_constants);
     EXPECT_EQ(dynamic.find("TEXTREL"), std::string::npos);
 }
 
