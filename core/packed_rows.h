@@ -28,8 +28,19 @@ constexpr std::size_t packed_size(const Row (&rows)[N]) {
     return size;
 }
 
+template <std::size_t N>
+constexpr bool texts_fit(const Row (&rows)[N]) {
+    for (const Row &row : rows) {
+        if (row.text.size() > UINT8_MAX) {
+            return false;
+        }
+    }
+    return true;
+}
+
 template <const auto &kRows>
 constexpr auto pack() {
+    static_assert(texts_fit(kRows));
     std::array<char, packed_size(kRows)> packed{};
     std::size_t at = 0;
     for (const Row &row : kRows) {
