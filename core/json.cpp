@@ -78,7 +78,7 @@ const char *json_text(json_object *object, const char *key) {
     return member != nullptr ? json_object_get_string(member) : nullptr;
 }
 
-void json_texts(json_object *object, const JsonKey *keys, const char **texts, std::size_t count) {
+void json_texts(json_object *object, const char *keys, std::size_t key_size, const char **texts, std::size_t count) {
     std::fill_n(texts, count, nullptr);
     if (json_object_is_type(object, json_type_object) == 0) {
         return;
@@ -86,8 +86,9 @@ void json_texts(json_object *object, const JsonKey *keys, const char **texts, st
     for (const lh_entry *entry = lh_table_head(json_object_get_object(object)); entry != nullptr;
          entry = lh_entry_next(entry)) {
         const auto *key = static_cast<const char *>(lh_entry_k(entry));
-        for (std::size_t i = 0; i < count; ++i) {
-            if (keys[i][0] == key[0] && std::strcmp(keys[i], key) == 0) {
+        const char *wanted = keys;
+        for (std::size_t i = 0; i < count; ++i, wanted += key_size) {
+            if (*wanted == *key && std::strcmp(wanted, key) == 0) {
                 auto *member = static_cast<json_object *>(lh_entry_v(entry));
                 texts[i] = member != nullptr ? json_object_get_string(member) : nullptr;
             }

@@ -26,14 +26,12 @@ json_object *json_member(json_object *object, const char *key);
 // A member as text, borrowed; null when it is not there. json-c's text of another type counts.
 const char *json_text(json_object *object, const char *key);
 
-// Several members in one walk through the object, for objects of which there are thousands: texts[i] is what json_text
-// gives for keys[i].
-inline constexpr std::size_t kJsonKeySize = 16;
-using JsonKey = char[kJsonKeySize];
-void json_texts(json_object *object, const JsonKey *keys, const char **texts, std::size_t count);
-template <std::size_t N>
-void json_texts(json_object *object, const JsonKey (&keys)[N], const char *(&texts)[N]) {
-    json_texts(object, keys, texts, N);
+// Several members in one walk through the object: texts[i] is what json_text gives for keys[i]. The keys stand
+// `key_size` bytes apart.
+void json_texts(json_object *object, const char *keys, std::size_t key_size, const char **texts, std::size_t count);
+template <std::size_t N, std::size_t kSize>
+void json_texts(json_object *object, const char (&keys)[N][kSize], const char *(&texts)[N]) {
+    json_texts(object, keys[0], kSize, texts, N);
 }
 
 // A member as an integer, 0 when it is not there. What json-c reads as an integer from another type counts.

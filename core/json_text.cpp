@@ -23,10 +23,10 @@ constexpr Utf8Lead kUtf8Leads[] = {
     {0xEE, 0xEF, 3, 0x80, 0xBF}, {0xF0, 0xF0, 4, 0x90, 0xBF}, {0xF1, 0xF3, 4, 0x80, 0xBF}, {0xF4, 0xF4, 4, 0x80, 0x8F},
 };
 
-std::uint8_t byte_at(std::string_view text, std::size_t i) { return static_cast<std::uint8_t>(text[i]); }
+std::uint8_t byte_at(Text text, std::size_t i) { return static_cast<std::uint8_t>(text[i]); }
 
 // Bytes of the UTF-8 sequence at the start of the text, 0 when it is not one.
-std::size_t utf8_length(std::string_view text) {
+std::size_t utf8_length(Text text) {
     const std::uint8_t lead = byte_at(text, 0);
     if (lead < 0x80) {
         return 1;
@@ -48,7 +48,7 @@ std::size_t utf8_length(std::string_view text) {
     return 0;
 }
 
-JsonPiece piece_of(std::string_view text, std::size_t consumed) {
+JsonPiece piece_of(Text text, std::size_t consumed) {
     JsonPiece piece{};
     std::memcpy(piece.text, text.data(), text.size());
     piece.length = text.size();
@@ -67,7 +67,7 @@ JsonPiece control_escape(std::uint8_t c) {
 
 }  // namespace
 
-JsonPiece json_piece(std::string_view text) {
+JsonPiece json_piece(Text text) {
     const std::uint8_t c = byte_at(text, 0);
     for (const auto &escape : kShortEscapes) {
         if (c == static_cast<std::uint8_t>(escape[0])) {
@@ -84,7 +84,7 @@ JsonPiece json_piece(std::string_view text) {
     return piece_of({text.data(), length}, length);
 }
 
-bool is_plain_json_text(std::string_view text) {
+bool is_plain_json_text(Text text) {
     std::size_t i = 0;
     while (i < text.size()) {
         if (stands_as_it_is(byte_at(text, i))) {

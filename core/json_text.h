@@ -2,7 +2,8 @@
 #pragma once
 
 #include <cstddef>
-#include <string_view>
+
+#include "core/text.h"
 
 namespace qo1905 {
 
@@ -15,21 +16,21 @@ struct JsonPiece {
 
 // The first character of a non-empty text: itself, an escape for a double quote, a backslash or a control character,
 // or U+FFFD for a byte that begins no valid UTF-8 sequence.
-JsonPiece json_piece(std::string_view text);
+JsonPiece json_piece(Text text);
 
 // True when the text can stand in a JSON string as it is.
-bool is_plain_json_text(std::string_view text);
+bool is_plain_json_text(Text text);
 
-// Hands the text to `sink` (called with string_views) the way it stands inside a JSON string.
+// Hands the text to `sink` (called with a Text) the way it stands inside a JSON string.
 template <class Sink>
-void escape_json(std::string_view text, Sink &&sink) {
+void escape_json(Text text, Sink &&sink) {
     if (is_plain_json_text(text)) {
         sink(text);
         return;
     }
     while (!text.empty()) {
         const JsonPiece piece = json_piece(text);
-        sink(std::string_view(piece.text, piece.length));
+        sink(Text(piece.text, piece.length));
         text.remove_prefix(piece.consumed);
     }
 }

@@ -13,11 +13,6 @@ struct HeapRelease {
 template <class T>
 using HeapPtr = std::unique_ptr<T, HeapRelease>;
 
-struct FileClose {
-    void operator()(std::FILE *file) const { (void)std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, FileClose>;
-
 struct PipeClose {
     void operator()(std::FILE *pipe) const { (void)pclose(pipe); }
 };

@@ -5,12 +5,13 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
+
+#include "core/text.h"
 
 namespace qo1905 {
 
 struct Row {
-    std::string_view text;  // up to 255 bytes
+    Text text;  // up to 255 bytes
     std::uint8_t kind;
     std::uint8_t size;
     std::uint16_t number;

@@ -23,7 +23,7 @@ bool is_word_character(char c) {
 bool is_special_in_double_quotes(char c) { return c == '"' || c == '\\' || c == '$' || c == '`'; }
 
 // One number above 1, with blanks and line ends around it: -1 would end the router.
-bool is_process_id_line(std::string_view line) {
+bool is_process_id_line(Text line) {
     constexpr std::size_t kMaxDigits = 9;  // far above any process id, far below any overflow
     std::size_t i = 0;
     std::size_t digits = 0;
@@ -49,7 +49,7 @@ void run_command(const char *command) {
 
 Pipe read_command(const char *command) { return Pipe(popen(command, "re")); }
 
-int bare_words(std::string_view text) {
+int bare_words(Text text) {
     int words = 0;
     bool word_begins = true;
     for (const char c : text) {
@@ -65,8 +65,8 @@ int bare_words(std::string_view text) {
     return words;
 }
 
-void append_quoted_json(SendPayload &out, std::string_view value) {
-    escape_json(value, [&out](std::string_view piece) {
+void append_quoted_json(SendPayload &out, Text value) {
+    escape_json(value, [&out](Text piece) {
         for (const char c : piece) {
             if (is_special_in_double_quotes(c)) {
                 out.append('\\');
@@ -76,7 +76,7 @@ void append_quoted_json(SendPayload &out, std::string_view value) {
     });
 }
 
-std::size_t send_payload_limit(std::string_view destination) {
+std::size_t send_payload_limit(Text destination) {
     constexpr std::size_t kQuotes = 4;
     constexpr std::size_t kFixed =
         literal(kSendCommand).size() + literal(kProtocol).size() + kMaxLengthDigits + 1 + kQuotes;
@@ -84,7 +84,7 @@ std::size_t send_payload_limit(std::string_view destination) {
     return taken < kCommandSize - 1 ? kCommandSize - 1 - taken : 0;
 }
 
-bool build_send_command(SendCommand &command, std::string_view destination, std::string_view payload) {
+bool build_send_command(SendCommand &command, Text destination, Text payload) {
     command.clear();
     command.append(literal(kSendCommand));
     command.append('"');
@@ -98,14 +98,14 @@ bool build_send_command(SendCommand &command, std::string_view destination, std:
     return bare_words(destination) >= 0 && !command.truncated();
 }
 
-bool build_kill_command(KillCommand &command, std::string_view line) {
+bool build_kill_command(KillCommand &command, Text line) {
     command.clear();
     command.append(literal(kKillCommand));
     command.append(line);
     return is_process_id_line(line) && !command.truncated();
 }
 
-bool build_block_command(BlockCommand &command, bool block, std::string_view station, std::string_view interface_text) {
+bool build_block_command(BlockCommand &command, bool block, Text station, Text interface_text) {
     command.clear();
     command.append(block ? literal(kBlockCommand) : literal(kUnblockCommand));
     command.append(station);

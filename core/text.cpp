@@ -9,29 +9,29 @@ void fill_field(char *field, std::size_t size, const char *text) {
     std::strncpy(field, text != nullptr ? text : "", size);
 }
 
-bool contains(std::string_view text, std::string_view part) {
-    return memmem(text.data(), text.size(), part.data(), part.size()) != nullptr;
+bool contains(Text text, Text part) { return memmem(text.data(), text.size(), part.data(), part.size()) != nullptr; }
+
+char *print_number(char *at, std::uint32_t value) {
+    char *end = at + 1;
+    for (std::uint32_t rest = value; rest >= 10; rest /= 10) {
+        ++end;
+    }
+    for (at = end; value >= 10; value /= 10) {
+        *--at = static_cast<char>('0' + value % 10);
+    }
+    *--at = static_cast<char>('0' + value);
+    return end;
 }
 
-char *print_number(char *at, std::int64_t value) {
-    if (value < 0) {
-        *at++ = '-';
+char *print_signed(char *at, std::int32_t value) {
+    if (value >= 0) {
+        return print_number(at, static_cast<std::uint32_t>(value));
     }
-    // A 32-bit division does for all that is printed.
-    auto magnitude = static_cast<std::uint32_t>(value < 0 ? -value : value);
-    char digits[kMaxDigits];
-    char *first = digits + sizeof(digits);
-    do {
-        *--first = static_cast<char>('0' + magnitude % 10);
-        magnitude /= 10;
-    } while (magnitude != 0);
-    while (first != digits + sizeof(digits)) {
-        *at++ = *first++;
-    }
-    return at;
+    *at++ = '-';
+    return print_number(at, 0 - static_cast<std::uint32_t>(value));
 }
 
-void TextBuffer::append(std::string_view text) {
+void TextBuffer::append(Text text) {
     const std::size_t fitting = std::min(text.size(), capacity_ - length_);
     truncated_ = truncated_ || fitting != text.size();
     if (fitting != 0) {

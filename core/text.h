@@ -11,9 +11,17 @@ namespace qo1905 {
 
 using namespace std::string_view_literals;
 
+// A view of text. The alignment lets its two words travel in registers on 32-bit MIPS, too, where a std::string_view
+// goes through memory at every call.
+struct alignas(8) Text : std::string_view {
+    using std::string_view::string_view;
+    constexpr Text() = default;
+    constexpr Text(std::string_view text) : std::string_view(text) {}
+};
+
 // A named literal as a view, without counting or a pointer that has to be relocated.
 template <std::size_t N>
-constexpr std::string_view literal(const char (&text)[N]) {
+constexpr Text literal(const char (&text)[N]) {
     return {text, N - 1};
 }
 
@@ -25,35 +33,41 @@ void fill_field(char (&field)[N], const char *text) {
     fill_field(field, N, text);
 }
 
-bool contains(std::string_view text, std::string_view part);
+bool contains(Text text, Text part);
 
 // These print at a place with enough room and return where they end.
-inline char *print_text(char *at, std::string_view text) {
+inline char *print_text(char *at, Text text) {
     std::memcpy(at, text.data(), text.size());
     return at + text.size();
 }
 inline constexpr std::size_t kMaxDigits = 11;
-char *print_number(char *at, std::int64_t value);  // of 32 bits, with a sign or without
+char *print_number(char *at, std::uint32_t value);
+char *print_signed(char *at, std::int32_t value);
 
 // A record's field as text, never beyond its end.
-inline std::string_view field_text(const char *field, std::size_t size) { return {field, strnlen(field, size)}; }
+inline Text field_text(const char *field, std::size_t size) { return {field, strnlen(field, size)}; }
 template <std::size_t N>
-std::string_view field_text(const char (&field)[N]) {
+Text field_text(const char (&field)[N]) {
     return field_text(field, N);
 }
 
 // What the C library's atoi gives, also beyond the range where that is undefined.
 inline int text_number(const char *text) { return static_cast<int>(std::strtol(text, nullptr, 10)); }
 
+template <std::size_t N>
+bool field_is(const char (&field)[N], const char *text) {
+    return std::strncmp(field, text, N) == 0;
+}
+
 // Precision and pointer for a "%.*s" that stays inside a field.
-#define QO1905_FIELD_ARGS(field) static_cast<int>(strnlen((field), sizeof(field))), (field)
+#define QO1905_FIELD_ARGS(field) static_cast<int>(sizeof(field)), (field)
 
 // A zero-terminated text in a fixed buffer, which BoundedText below owns. What does not fit is left out, and
 // `truncated` remembers that; appends are whole or cut, as the caller chooses.
 class TextBuffer {
 public:
     // Appends as much as fits.
-    void append(std::string_view text);
+    void append(Text text);
     void append(char c);
     void append_number(std::uint32_t value);
 
@@ -65,7 +79,7 @@ public:
     bool truncated() const { return truncated_; }
     std::size_t length() const { return length_; }
     const char *c_str() const { return buffer_; }
-    std::string_view view() const { return {buffer_, length_}; }
+    Text view() const { return {buffer_, length_}; }
     std::size_t capacity() const { return capacity_; }
 
 protected:

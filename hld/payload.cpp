@@ -171,7 +171,7 @@ void apply_filters(const char *list, int mode, const mcfg_wifi_ssid &ssid) {
 
 // A payload's name that merely begins with the object's name is meant for that object, too.
 bool names_interface(const char *name, const mcfg_wifi_ssid &ssid) {
-    const std::string_view own = field_text(ssid.Name);
+    const Text own = field_text(ssid.Name);
     return std::strncmp(name, own.data(), own.size()) == 0;
 }
 
@@ -213,10 +213,10 @@ int32_t higherLayerDataRcvHandle(const char *payload, int32_t length) {
     char role[8] = {};
     EasyMeshGetDeviceRole(role, sizeof(role));
     trace("%s: device_role = %.*s\n", kName, QO1905_FIELD_ARGS(role));
-    if (field_text(role) == "1"sv) {
+    if (field_is(role, "1")) {
         return store_report(tree.get(), length);
     }
-    if (field_text(role) == "2"sv) {
+    if (field_is(role, "2")) {
         execute_command(tree.get());
     }
     return QO1905_SUCCESS;

@@ -35,7 +35,7 @@ private:
     bool has_line_ = false;
 };
 
-void kill_process(std::string_view line) {
+void kill_process(Text line) {
     KillCommand command;
     if (!build_kill_command(command, line)) {
         std::printf("%s: refused, no process id in %s\n", kName, QO1905_REST_PID_FILE);

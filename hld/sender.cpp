@@ -67,10 +67,13 @@ struct AgentValues {
     }
 };
 
-// One member with a text value: its key as it stands in the format, then the value.
-void append_text_member(SendPayload &payload, std::string_view before, std::string_view value) {
-    payload.append(before);
+// A member with a text value; the first opens the object.
+void append_member(SendPayload &payload, const char *key, Text value) {
+    payload.append(payload.length() == 0 ? "{ \\\""sv : ", \\\""sv);
+    payload.append(Text(key));
+    payload.append("\\\": \\\""sv);
     append_quoted_json(payload, value);
+    payload.append("\\\""sv);
 }
 
 // Stations up to the count, as long as they fit whole and the end of the report behind them.
@@ -80,7 +83,7 @@ void append_stations(SendPayload &payload, const qo1905_client *stations, int co
         char text[96];
         (void)std::snprintf(text, sizeof(text), "%s{ \\\"STAMac\\\": \\\"%s\\\", \\\"PhyRate\\\": %d}",
                             listed == 0 ? "" : ", ", MacText(station.Mac, MacForm::kShort).c_str(), station.phyRate);
-        const std::string_view element = field_text(text);
+        const Text element = field_text(text);
         if (listed == count || payload.length() + element.size() + literal(kReportEnd).size() > limit) {
             return;
         }
@@ -90,11 +93,11 @@ void append_stations(SendPayload &payload, const qo1905_client *stations, int co
 }
 
 void build_report(SendPayload &payload, const AgentValues &values) {
-    append_text_member(payload, "{ \\\"SrcAlMac\\\": \\\""sv, values.source_mac);
-    append_text_member(payload, "\\\", \\\"FWVersion\\\": \\\""sv, values.firmware_version);
-    append_text_member(payload, "\\\", \\\"HostName\\\": \\\""sv, values.host_name);
-    append_text_member(payload, "\\\", \\\"DeviceIP\\\": \\\""sv, values.address);
-    payload.append("\\\", \\\"STAInfo\\\": ["sv);
+    append_member(payload, "SrcAlMac", values.source_mac);
+    append_member(payload, "FWVersion", values.firmware_version);
+    append_member(payload, "HostName", values.host_name);
+    append_member(payload, "DeviceIP", values.address);
+    payload.append(", \\\"STAInfo\\\": ["sv);
     qo1905_client *stations = nullptr;
     const int count = getStaPhyrateList(stations);
     append_stations(payload, stations, count, send_payload_limit(values.controller_mac));
@@ -103,7 +106,7 @@ void build_report(SendPayload &payload, const AgentValues &values) {
 }
 
 // A MAC that is no plain text is told, and nothing is sent with it.
-bool is_plain_mac(std::string_view mac) {
+bool is_plain_mac(Text mac) {
     if (bare_words(mac) >= 0) {
         return true;
     }
@@ -112,7 +115,7 @@ bool is_plain_mac(std::string_view mac) {
 }
 
 // True when the command was run.
-bool send(SendCommand &command, std::string_view destination, const SendPayload &payload) {
+bool send(SendCommand &command, Text destination, const SendPayload &payload) {
     if (!is_plain_mac(destination)) {
         return false;
     }
@@ -158,12 +161,12 @@ private:
     lanmon_l2_device *head_;
 };
 
-void build_enable_message(SendPayload &payload, std::string_view source, const mcfg_wifi_ssid &ssid) {
+void build_enable_message(SendPayload &payload, Text source, const mcfg_wifi_ssid &ssid) {
     payload.clear();
-    append_text_member(payload, "{ \\\"SrcAlMac\\\": \\\""sv, source);
-    append_text_member(payload, "\\\", \\\"Interface\\\": \\\""sv, field_text(ssid.Name));
-    append_text_member(payload, "\\\", \\\"Enable\\\": \\\""sv, ssid.Enable == 1 ? "true"sv : "false"sv);
-    payload.append("\\\"}"sv);
+    append_member(payload, "SrcAlMac", source);
+    append_member(payload, "Interface", field_text(ssid.Name));
+    append_member(payload, "Enable", ssid.Enable == 1 ? "true"sv : "false"sv);
+    payload.append('}');
 }
 
 int send_enable_messages(int role_result) {
@@ -202,10 +205,10 @@ int32_t highLayerDataSend() {
     if (role_result != kRoleRead) {
         return role_result;
     }
-    if (field_text(role) == literal(kAgent)) {
+    if (field_is(role, kAgent)) {
         return send_agent_report(role_result);
     }
-    if (field_text(role) == literal(kController)) {
+    if (field_is(role, kController)) {
         return send_enable_messages(role_result);
     }
     return role_result;

@@ -1,9 +1,10 @@
 // Is this Agent's uplink station interface connected? For the host; nothing inside the module asks.
 
+#include <cstring>
+
 #include "core/diag.h"
 #include "core/paths.h"
 #include "core/shell.h"
-#include "core/text.h"
 #include "model/qo1905.h"
 
 using namespace qo1905;
@@ -14,11 +15,8 @@ int32_t RPUpLinkStatusCheck() {
     if (pipe == nullptr || std::fgets(line, sizeof(line), pipe.get()) == nullptr) {
         return 0;
     }
-    std::string_view essid = field_text(line);
-    if (!essid.empty()) {
-        essid.remove_suffix(1);  // the line end
-    }
-    if (essid != "  "sv) {
+    // Two blanks and the line end.
+    if (std::strlen(line) != 3 || std::strncmp(line, "  ", 2) != 0) {
         return 0;
     }
     pipe.reset();

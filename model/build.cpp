@@ -64,7 +64,7 @@ constexpr std::uint32_t kSlotMediaTypes[LocalInterfaces::kSlots] = {
     QO1905_MEDIA_FAST_ETHERNET, QO1905_MEDIA_80211N_24GHZ, QO1905_MEDIA_80211N_5GHZ};
 
 template <std::size_t N>
-bool begins_with(const char (&text)[N], std::string_view beginning) {
+bool begins_with(const char (&text)[N], Text beginning) {
     return std::strncmp(text, beginning.data(), std::min(N, beginning.size())) == 0;
 }
 
@@ -85,8 +85,7 @@ void find_wifi_interfaces(LocalInterfaces &found) {
 void find_bridge(LocalInterfaces &found) {
     ConfigWalk<mcfg_ethernet_link> walk(MCFG_ETHERNET_LINK);
     while (const auto link = walk.next()) {
-        if (field_text(link->Status) == "Up"sv &&
-            contains(field_text(link->LowerLayers), "Bridging.Bridge.1.Port.1"sv)) {
+        if (field_is(link->Status, "Up") && contains(field_text(link->LowerLayers), "Bridging.Bridge.1.Port.1"sv)) {
             found.add(LocalInterfaces::kBridge, link->MACAddress);
             return;
         }

@@ -1,6 +1,7 @@
 #include "model/high_layer_table.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdio>
 
 #include "core/owned.h"
@@ -12,16 +13,18 @@ namespace {
 constexpr int kMoveLockLimit = 20;
 
 qo1905_report *high_layer_table QO1905_GUARDED_BY(update_lock) = nullptr;
-// Changed under the lock; the timer thread looks at it without, to leave an empty table alone.
+// Changed under the lock; the timer thread looks at it without, to leave an empty table alone. Nothing else is read on
+// its word, so no order is asked for.
 std::atomic<unsigned> high_layer_count{0};
+unsigned report_count() { return high_layer_count.load(std::memory_order_relaxed); }
+void set_report_count(unsigned count) { high_layer_count.store(count, std::memory_order_relaxed); }
 qo1905_report *high_layer_copy = nullptr;
-const ReportIndex *index_of_copy = nullptr;
+const IndexedNodes *index_of_copy = nullptr;
+constexpr std::size_t kAgentAt = offsetof(qo1905_report, agentAlMac);
 
 // These fail when a record grows, so that the copies below are looked at again.
 static_assert(sizeof(qo1905_client) == (sizeof(void *) == 8 ? 16 : 12));
 static_assert(sizeof(qo1905_report) == (sizeof(void *) == 8 ? 704 : 692));
-
-void clear_report(qo1905_report &report) { free_list(report.clientList); }
 
 qo1905_client *copyList_ecntWifiInfo(const qo1905_client *clients) {
     qo1905_client *copy = nullptr;
@@ -49,7 +52,7 @@ int destroy_reports(qo1905_report *&head, const char *name) {
         std::printf("%s: already NULL!\n", name);
         return QO1905_SUCCESS;
     }
-    free_list(head, clear_report);
+    free_list(head);
     return QO1905_SUCCESS;
 }
 
@@ -67,15 +70,15 @@ void replace_copy() QO1905_REQUIRES(update_lock) {
 
 }  // namespace
 
-void report_free(qo1905_report *report) { free_list(report, clear_report); }
+void report_free(qo1905_report *report) { free_list(report); }
 
 bool append_report(qo1905_report *report) {
-    if (high_layer_count == kMaxReports) {
+    if (report_count() == kMaxReports) {
         drop_oldest_report();
     }
     const bool was_empty = high_layer_table == nullptr;
     ListTail<qo1905_report>(high_layer_table).append(report);
-    ++high_layer_count;
+    set_report_count(report_count() + 1);
     return was_empty;
 }
 
@@ -84,7 +87,7 @@ void unlink_report(qo1905_report *report) {
         if (*link == report) {
             *link = report->next;
             report->next = nullptr;
-            --high_layer_count;
+            set_report_count(report_count() - 1);
             return;
         }
     }
@@ -107,14 +110,14 @@ qo1905_report *copyList() {
 }
 
 int destroyEcnt1905Table() {
-    high_layer_count = 0;
+    set_report_count(0);
     return destroy_reports(high_layer_table, "destroyEcnt1905Table");
 }
 
 int destroyDupEcnt1905Table() { return destroy_reports(high_layer_copy, "destroyDupEcnt1905Table"); }
 
 void move_reports_to_copy() {
-    if (high_layer_count == 0) {
+    if (report_count() == 0) {
         return;
     }
     int failures = 0;
@@ -130,13 +133,16 @@ void move_reports_to_copy() {
 
 const qo1905_report *copied_reports() { return high_layer_copy; }
 
-CopiedReportsIndexed::CopiedReportsIndexed() {
+CopiedReportsIndexed::CopiedReportsIndexed() : index_(kAgentAt) {
     index_.enter(high_layer_copy);
     index_of_copy = &index_;
 }
 
 CopiedReportsIndexed::~CopiedReportsIndexed() { index_of_copy = nullptr; }
 
-const ReportIndex *report_index() { return index_of_copy; }
+RecordMatch<qo1905_report> reports_of(const Mac &agent) {
+    using Match = RecordMatch<qo1905_report>;
+    return index_of_copy != nullptr ? Match(*index_of_copy, agent) : Match(high_layer_copy, kAgentAt, agent);
+}
 
 }  // namespace qo1905

@@ -35,8 +35,6 @@ void move_reports_to_copy();
 // Head of the copy; null while no report has ever been moved.
 const qo1905_report *copied_reports();
 
-using ReportIndex = IndexedList<qo1905_report, &qo1905_report::agentAlMac>;
-
 // As long as one lives, the copy is found by Agent; it may not change meanwhile.
 class CopiedReportsIndexed {
 public:
@@ -46,28 +44,10 @@ public:
     CopiedReportsIndexed &operator=(const CopiedReportsIndexed &) = delete;
 
 private:
-    ReportIndex index_;
+    IndexedNodes index_;
 };
 
-// The index of the one that lives; null without.
-const ReportIndex *report_index();
-
-// Calls `visit` with every report of this Agent in the copy, the oldest first.
-template <class Visit>
-void for_each_report_of(const Mac &agent, Visit visit) {
-    const auto visit_all = [&visit](const qo1905_report &report) {
-        visit(report);
-        return false;
-    };
-    if (const ReportIndex *index = report_index()) {
-        (void)index->find(agent, visit_all);
-        return;
-    }
-    for (const qo1905_report &report : ListNodes(copied_reports())) {
-        if (same_mac(report.agentAlMac, agent)) {
-            visit(report);
-        }
-    }
-}
+// The reports of this Agent in the copy, the oldest first.
+RecordMatch<qo1905_report> reports_of(const Mac &agent);
 
 }  // namespace qo1905

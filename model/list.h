@@ -1,7 +1,9 @@
 // Singly linked lists of plain records: every node begins with `next`, nodes come from calloc.
 #pragma once
 
-#include <cstdlib>
+#include <cstdint>
+
+#include "model/qo1905.h"
 
 namespace qo1905 {
 
@@ -51,20 +53,34 @@ private:
     T *head_;
 };
 
-// Frees every node, each after `clear` has freed what it owns, and leaves the list empty.
-template <class T, class Clear>
-void free_list(T *&head, Clear clear) {
-    while (head != nullptr) {
-        T *node = head;
-        head = node->next;
-        clear(*node);
-        std::free(node);
-    }
-}
+// What the nodes of a list are, as far as freeing them goes.
+enum class NodeKind : std::uint8_t {
+    kBlock,  // no list: one block of memory
+    kPlain,  // own nothing
+    kReserved,
+    kAlInterface,
+    kDeviceInterface,
+    kNon1905Group,
+    k1905Group,
+    kBridgingTuple,
+    kDevice,
+    kReport,
+    kAlTable,  // the root; no list either
+};
+template <class T>
+inline constexpr NodeKind kNodeKind = NodeKind::kPlain;
+template <>
+inline constexpr NodeKind kNodeKind<qo1905_device> = NodeKind::kDevice;
+template <>
+inline constexpr NodeKind kNodeKind<qo1905_report> = NodeKind::kReport;
+
+// Frees every node from the first on, and before it what it owns. Takes null.
+void free_nodes(void *first, NodeKind kind);
 
 template <class T>
 void free_list(T *&head) {
-    free_list(head, [](T &) {});
+    free_nodes(head, kNodeKind<T>);
+    head = nullptr;
 }
 
 }  // namespace qo1905

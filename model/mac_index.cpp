@@ -15,6 +15,19 @@ std::uint64_t mac_key(const Mac &mac) {
     return std::uint64_t{last} << 32U | first;
 }
 
+constexpr std::uint64_t kNoMac = UINT64_MAX;
+constexpr std::size_t kFirstCapacity = 64;
+
+const void *next_node(const void *node) {
+    const void *next;
+    std::memcpy(&next, node, sizeof(next));
+    return next;
+}
+
+const Mac &mac_of(const void *node, std::size_t mac_at) {
+    return *reinterpret_cast<const Mac *>(static_cast<const char *>(node) + mac_at);
+}
+
 bool is_before(const MacIndex::Entry &a, const MacIndex::Entry &b) {
     return a.mac != b.mac ? a.mac < b.mac : a.order < b.order;
 }
@@ -23,19 +36,28 @@ bool is_before(const MacIndex::Entry &a, const MacIndex::Entry &b) {
 
 MacIndex::~MacIndex() { std::free(entries_); }
 
-bool MacIndex::begin(std::size_t records) {
+void MacIndex::clear() {
     size_ = 0;
-    if (records <= capacity_) {
-        return true;
-    }
-    // What is there is of no use any more, so nothing has to be copied.
-    std::free(entries_);
-    entries_ = static_cast<Entry *>(std::calloc(records, sizeof(Entry)));
-    capacity_ = entries_ != nullptr ? records : 0;
-    return entries_ != nullptr;
+    failed_ = false;
 }
 
+bool MacIndex::grow() {
+    const std::size_t wanted = capacity_ == 0 ? kFirstCapacity : capacity_ * 2;
+    auto *grown = static_cast<Entry *>(std::realloc(entries_, wanted * sizeof(Entry)));
+    if (grown == nullptr) {
+        failed_ = true;
+        return false;
+    }
+    entries_ = grown;
+    capacity_ = wanted;
+    return true;
+}
+
+// Keeps a place free behind the last for what ends them.
 void MacIndex::add(const Mac &mac, const void *record, std::uint64_t order) {
+    if (size_ + 1 >= capacity_ && !grow()) {
+        return;
+    }
     entries_[size_++] = {mac_key(mac), order, record};
 }
 
@@ -55,6 +77,9 @@ void MacIndex::sort() {
             entries_[place] = entry;
         }
     }
+    if (size_ > 0) {
+        entries_[size_].mac = kNoMac;
+    }
 }
 
 // Halves what is left without a branch on the comparison: no processor can predict it.
@@ -70,9 +95,59 @@ const MacIndex::Entry *MacIndex::find(const Mac &mac) const {
     return left == 1 && first->mac == key ? first : nullptr;
 }
 
-const MacIndex::Entry *MacIndex::next(const Entry *entry) const {
-    const Entry *after = entry + 1;
-    return after != entries_ + size_ && after->mac == entry->mac ? after : nullptr;
+void MacMatch::enter(const MacIndex::Entry *entry) {
+    entry_ = entry;
+    node_ = entry->record;
+    place_ = static_cast<std::size_t>(entry->order);
+}
+
+MacMatch::MacMatch(const MacIndex::Entry *entry) {
+    if (entry != nullptr) {
+        enter(entry);
+    }
+}
+
+MacMatch::MacMatch(const void *head, std::size_t mac_at, const Mac &mac) : node_(head), mac_at_(mac_at) {
+    walk_to(mac);
+}
+
+MacMatch::MacMatch(const IndexedNodes &nodes, const Mac &mac) : mac_at_(nodes.mac_at_) {
+    if (!nodes.index_.complete()) {
+        node_ = nodes.head_;
+        walk_to(mac);
+    } else if (const MacIndex::Entry *entry = nodes.index_.find(mac)) {
+        enter(entry);
+    }
+}
+
+void MacMatch::walk_to(const Mac &mac) {
+    while (node_ != nullptr && !same_mac(mac_of(node_, mac_at_), mac)) {
+        node_ = next_node(node_);
+        ++place_;
+    }
+}
+
+void MacMatch::advance() {
+    if (entry_ == nullptr) {
+        const Mac &mac = mac_of(node_, mac_at_);
+        node_ = next_node(node_);
+        ++place_;
+        walk_to(mac);
+    } else if (entry_[1].mac == entry_->mac) {
+        enter(entry_ + 1);
+    } else {
+        node_ = nullptr;
+    }
+}
+
+void IndexedNodes::enter(const void *head) {
+    head_ = head;
+    index_.clear();
+    std::uint64_t place = 0;
+    for (const void *node = head; node != nullptr; node = next_node(node)) {
+        index_.add(mac_of(node, mac_at_), node, place++);
+    }
+    index_.sort();
 }
 
 }  // namespace qo1905

@@ -23,83 +23,72 @@ public:
     MacIndex(const MacIndex &) = delete;
     MacIndex &operator=(const MacIndex &) = delete;
 
-    // Empties it, with room for so many records; false without memory.
-    bool begin(std::size_t records);
-
-    // At most as many times as there is room, then sort once. Records of one MAC are found in ascending order.
+    // Fill it: clear, add what there is, sort once.
+    void clear();
     void add(const Mac &mac, const void *record, std::uint64_t order);
     void sort();
 
-    // The first of this MAC; null when there is none.
+    // False when there was no memory for what was added: then it may not be asked.
+    bool complete() const { return !failed_; }
+
+    // The first entry of this MAC, null when there is none. Those of one MAC stand one after the other in ascending
+    // order, and behind the last of them always one of another.
     const Entry *find(const Mac &mac) const;
 
-    // The one after it of the same MAC; null when there is none.
-    const Entry *next(const Entry *entry) const;
-
 private:
+    bool grow();
+
     Entry *entries_ = nullptr;
     std::size_t size_ = 0;
     std::size_t capacity_ = 0;
+    bool failed_ = false;
 };
 
-// A list of records and an index of it. Without memory for the index the list is walked: slower, with the same results.
-template <class T, Mac T::*kMac>
-class IndexedList {
+// A list and an index of it. Without memory for the index the list is walked: slower, with the same results.
+class IndexedNodes {
 public:
-    // Takes another list. Its records may not change their MACs or places before the next.
-    void enter(const T *head) {
-        head_ = head;
-        std::size_t count = 0;
-        for (const T &record : ListNodes(head)) {
-            (void)record;
-            ++count;
-        }
-        is_indexed_ = index_.begin(count);
-        if (!is_indexed_) {
-            return;
-        }
-        count = 0;
-        for (const T &record : ListNodes(head)) {
-            index_.add(record.*kMac, &record, count++);
-        }
-        index_.sort();
-    }
+    // `mac_at` is where the nodes have their MAC.
+    explicit IndexedNodes(std::size_t mac_at) : mac_at_(mac_at) {}
 
-    // Calls `visit` with each record of this MAC in list order, until one returns true. Returns that record; null when
-    // none did.
-    template <class Visit>
-    const T *find(const Mac &mac, Visit visit) const {
-        if (!is_indexed_) {
-            return walk(mac, visit);
-        }
-        for (const MacIndex::Entry *entry = index_.find(mac); entry != nullptr; entry = index_.next(entry)) {
-            const T *record = static_cast<const T *>(entry->record);
-            if (visit(*record)) {
-                return record;
-            }
-        }
-        return nullptr;
-    }
-
-    // The first record of this MAC; null when there is none.
-    const T *find_first(const Mac &mac) const {
-        return find(mac, [](const T &) { return true; });
-    }
+    // Takes another list. Its nodes may not change their MACs or places before the next.
+    void enter(const void *head);
 
 private:
-    template <class Visit>
-    const T *walk(const Mac &mac, Visit visit) const {
-        for (const T &record : ListNodes(head_)) {
-            if (same_mac(record.*kMac, mac) && visit(record)) {
-                return &record;
-            }
-        }
-        return nullptr;
-    }
+    friend class MacMatch;
 
-    const T *head_ = nullptr;
+    const void *head_ = nullptr;
+    std::size_t mac_at_;
     MacIndex index_;
-    bool is_indexed_ = false;
+};
+
+// The first node of a list that has this MAC, then the next one: along an index, or along the list itself.
+class MacMatch {
+public:
+    MacMatch(const IndexedNodes &nodes, const Mac &mac);
+    MacMatch(const void *head, std::size_t mac_at, const Mac &mac);
+    explicit MacMatch(const MacIndex::Entry *entry);
+
+    const void *node() const { return node_; }    // null behind the last
+    std::size_t place() const { return place_; }  // in the list, from 0
+    void advance();
+
+private:
+    void enter(const MacIndex::Entry *entry);
+    void walk_to(const Mac &mac);
+
+    const void *node_ = nullptr;
+    std::size_t place_ = 0;
+    const MacIndex::Entry *entry_ = nullptr;
+    std::size_t mac_at_ = 0;
+};
+
+// The same with the nodes' type:
+//     for (RecordMatch<T> match(list, mac); const T *record = match.record(); match.advance()) ...
+template <class T>
+class RecordMatch : public MacMatch {
+public:
+    using MacMatch::MacMatch;
+    const T *record() const { return static_cast<const T *>(node()); }
 };
 
 }  // namespace qo1905

@@ -18,7 +18,7 @@ struct Band {
     bool is_5g;
     std::uint32_t media_types[kMediaTypes];
 
-    bool takes_group(std::string_view name) const {
+    bool takes_group(Text name) const {
         return is_5g ? contains(name, "rai"sv) : !contains(name, "rai"sv) && name != "eth"sv;
     }
 
@@ -36,19 +36,19 @@ struct Band {
 // before, and a device without one shows that of the device before. Readers live with it.
 class ChannelText {
 public:
-    void enter_device(std::string_view channel) {
+    void enter_device(Text channel) {
         if (!channel.empty()) {
             std::memcpy(text_, channel.data(), channel.size());
         }
     }
-    std::string_view view() const { return {text_, strnlen(text_, sizeof(text_))}; }
+    Text view() const { return {text_, strnlen(text_, sizeof(text_))}; }
 
 private:
     char text_[kChannelSize] = {};
 };
 
 // Prints a text that ends in this column, or behind it when it is longer.
-char *print_padded(char *at, std::string_view text, std::size_t width) {
+char *print_padded(char *at, Text text, std::size_t width) {
     if (text.size() < width) {
         std::memset(at, ' ', width - text.size());
         at += width - text.size();
@@ -56,15 +56,14 @@ char *print_padded(char *at, std::string_view text, std::size_t width) {
     return print_text(at, text);
 }
 
-char *print_padded_number(char *at, std::int64_t value, std::size_t width) {
+char *print_padded_number(char *at, std::int32_t value, std::size_t width) {
     char digits[kMaxDigits];
-    const char *end = print_number(digits, value);
+    const char *end = print_signed(digits, value);
     return print_padded(at, {digits, static_cast<std::size_t>(end - digits)}, width);
 }
 
 // The two zeros before the channel stand where storage addresses used to; no reader may rely on them.
-void write_line(MemoryText &out, const qo1905_sta_info &station, std::string_view interface_name,
-                std::string_view channel) {
+void write_line(MemoryText &out, const qo1905_sta_info &station, Text interface_name, Text channel) {
     constexpr std::size_t kMaxLine = 128;  // with the longest name, channel and numbers
     char *at = out.room(kMaxLine);
     if (at == nullptr) {
@@ -85,18 +84,25 @@ void write_line(MemoryText &out, const qo1905_sta_info &station, std::string_vie
     out.end_at(at);
 }
 
+// The first station with this MAC in the band; null when there is none.
+const qo1905_sta_info *find_station(const StationList &stations, const Mac &mac, const Band &band) {
+    for (StationMatch match(stations, mac); const qo1905_sta_info *station = match.record(); match.advance()) {
+        if (band.takes_media_type(station->MediaType)) {
+            return station;
+        }
+    }
+    return nullptr;
+}
+
 void write_device(MemoryText &out, const qo1905_device &device, const StationList &stations, const Band &band,
-                  std::string_view channel) {
-    const auto is_of_band = [&band](const qo1905_sta_info &station) {
-        return band.takes_media_type(station.MediaType);
-    };
+                  Text channel) {
     for (const qo1905_non1905_group &group : ListNodes(device.NonIEEE1905Neighbor)) {
-        const std::string_view name = field_text(group.Name);
+        const Text name = field_text(group.Name);
         if (!band.takes_group(name)) {
             continue;
         }
         for (const qo1905_non1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
-            const qo1905_sta_info *station = stations.find(neighbor.NeighborInterfaceId, is_of_band);
+            const qo1905_sta_info *station = find_station(stations, neighbor.NeighborInterfaceId, band);
             if (station != nullptr) {
                 write_line(out, *station, name, channel);
             }

@@ -9,7 +9,7 @@ namespace {
 // The last row of a table: what is printed for every code that no row before has.
 constexpr std::uint16_t kOtherwise = 0xffff;
 
-constexpr Row name_row(CodeTable table, std::uint16_t code, std::string_view name) {
+constexpr Row name_row(CodeTable table, std::uint16_t code, Text name) {
     return {name, static_cast<std::uint8_t>(table), 0, code};
 }
 
@@ -75,7 +75,7 @@ constexpr Row kNames[] = {
 
 }  // namespace
 
-std::string_view code_name(CodeTable table, std::uint32_t code) {
+Text code_name(CodeTable table, std::uint32_t code) {
     if (table == CodeTable::kAlStatus && code != 0) {
         table = CodeTable::kInterfaceStatus;
     }

@@ -2,7 +2,8 @@
 #pragma once
 
 #include <cstdint>
-#include <string_view>
+
+#include "core/text.h"
 
 namespace qo1905 {
 
@@ -19,7 +20,7 @@ enum class CodeTable : std::uint8_t {
     kMediaType,  // IEEE 1905.1 media types
 };
 
-std::string_view code_name(CodeTable table, std::uint32_t code);
+Text code_name(CodeTable table, std::uint32_t code);
 
 bool is_wifi_media_type(std::uint32_t code);
 

@@ -31,7 +31,7 @@ public:
         return nullptr;
     }
 
-    std::string_view view() const { return name_.view(); }
+    Text view() const { return name_.view(); }
 
 private:
     const qo1905_device &device_;
@@ -57,8 +57,7 @@ constexpr Row kInterface[] = {
     QO1905_MEMBER_AS("PowerState", qo1905_device_interface, PowerState, CodeTable::kPowerState),
 };
 
-void open_neighbor(JsonWriter &json, const Key &key, std::string_view local_interface, const Key &mac_key,
-                   const Mac &mac) {
+void open_neighbor(JsonWriter &json, Key key, Text local_interface, Key mac_key, const Mac &mac) {
     json.open(key);
     json.name("LocalInterface", local_interface);
     json.mac(mac_key, mac);
@@ -71,7 +70,7 @@ void write_media_type(JsonWriter &json, std::uint32_t code) {
 bool is_wifi(const qo1905_sta_info *station) { return station != nullptr && is_wifi_media_type(station->MediaType); }
 
 // A neighbour that is no station is taken for a wired one.
-void write_non1905_neighbor(JsonWriter &json, const Key &key, std::string_view local_interface, const Mac &mac,
+void write_non1905_neighbor(JsonWriter &json, Key key, Text local_interface, const Mac &mac,
                             const qo1905_sta_info *station) {
     open_neighbor(json, key, local_interface, "NeighborInterfaceId", mac);
     if (is_wifi(station)) {
@@ -91,23 +90,22 @@ bool is_told(const qo1905_sta_info *station, const qo1905_device_interface *loca
 
 // One Wi-Fi form per station with the neighbour's MAC. Advances the counter; returns the number of objects written.
 unsigned checkIeee1905NbrIsWIFI(JsonWriter &json, const StationList &stations, const qo1905_1905_neighbor &neighbor,
-                                unsigned &counter, std::string_view local_interface) {
+                                unsigned &counter, Text local_interface) {
     unsigned written = 0;
-    (void)stations.find(neighbor.NeighborDeviceId, [&](const qo1905_sta_info &station) {
+    for (StationMatch match(stations, neighbor.NeighborDeviceId); match.record() != nullptr; match.advance()) {
         open_neighbor(json, {kIeee1905Neighbor, counter++}, local_interface, "NeighborInterfaceId",
                       neighbor.NeighborDeviceId);
-        json.members(packed_rows<kRadioValues>(), &station);
+        json.members(packed_rows<kRadioValues>(), match.record());
         json.members(packed_rows<kBridge>(), &neighbor);
         json.close();
         ++written;
-        return false;
-    });
+    }
     return written;
 }
 
 // The form of a neighbour without a station: another key for its MAC, and always the same media type.
 void write_wired_1905_neighbor(JsonWriter &json, const qo1905_1905_neighbor &neighbor, unsigned number,
-                               std::string_view local_interface) {
+                               Text local_interface) {
     open_neighbor(json, {kIeee1905Neighbor, number}, local_interface, "NeighborDeviceId", neighbor.NeighborDeviceId);
     write_media_type(json, QO1905_MEDIA_FAST_ETHERNET);
     json.members(packed_rows<kBridge>(), &neighbor);
@@ -148,7 +146,7 @@ void write_non1905_neighbors(JsonWriter &json, const qo1905_device &device, cons
     for (const qo1905_non1905_group &group : ListNodes(device.NonIEEE1905Neighbor)) {
         const qo1905_device_interface *local = local_name.enter_group(group.LocalInterface);
         for (const qo1905_non1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
-            const qo1905_sta_info *station = stations.find_first(neighbor.NeighborInterfaceId);
+            const qo1905_sta_info *station = StationMatch(stations, neighbor.NeighborInterfaceId).record();
             if (is_told(station, local)) {
                 write_non1905_neighbor(json, {kNonIeee1905Neighbor, j}, local_name.view(), neighbor.NeighborInterfaceId,
                                        station);

@@ -3,14 +3,20 @@
 // list, whatever the count says. Timer thread.
 #pragma once
 
+#include <cstddef>
+
 #include "model/mac_index.h"
 #include "model/qo1905.h"
 #include "output/writer.h"
 
 namespace qo1905 {
 
-// The device's `STAInfo`, found by MAC.
-using StationList = IndexedList<qo1905_sta_info, &qo1905_sta_info::STAMac>;
+// A device's `STAInfo`, found by MAC.
+class StationList : public IndexedNodes {
+public:
+    StationList() : IndexedNodes(offsetof(qo1905_sta_info, STAMac)) {}
+};
+using StationMatch = RecordMatch<qo1905_sta_info>;
 
 void write_device_interfaces(JsonWriter &json, const qo1905_device &device);
 void write_non1905_neighbors(JsonWriter &json, const qo1905_device &device, const StationList &stations);

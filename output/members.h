@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -21,7 +20,7 @@ enum class Form : std::uint8_t {
     kReplaceable,  // the same, unless the field behind it, of the same size, is not empty: that replaces it
     kTextNumber,   // the number that a text field begins with, 0 when it begins with none
     kMac,
-    kFixed,  // no member: the row has key and value, "key=value"
+    kFixed,  // see fixed_row
     kCode,   // the name of a code, plus its CodeTable
 };
 
@@ -37,20 +36,22 @@ constexpr Form form_of() {
 
 // A row of a member: its form and size, its number is where the member stands in the record.
 template <class T>
-constexpr Row member_row(std::string_view key, std::size_t offset, Form form = form_of<T>()) {
+constexpr Row member_row(Text key, std::size_t offset, Form form = form_of<T>()) {
     static_assert(sizeof(T) <= UINT8_MAX);
     return {key, static_cast<std::uint8_t>(form), sizeof(T), static_cast<std::uint16_t>(offset)};
 }
 
 template <class T>
-constexpr Row member_row(std::string_view key, std::size_t offset, CodeTable table) {
+constexpr Row member_row(Text key, std::size_t offset, CodeTable table) {
     static_assert(std::is_unsigned_v<T>);
     return {key, static_cast<std::uint8_t>(static_cast<int>(Form::kCode) + static_cast<int>(table)), sizeof(T),
             static_cast<std::uint16_t>(offset)};
 }
 
-constexpr Row fixed_row(std::string_view key_and_value) {
-    return {key_and_value, static_cast<std::uint8_t>(Form::kFixed), 0, 0};
+// No member: the row itself has the key, of `size` bytes, and the value behind an equals sign.
+constexpr Row fixed_row(Text key_and_value) {
+    return {key_and_value, static_cast<std::uint8_t>(Form::kFixed), static_cast<std::uint8_t>(key_and_value.find('=')),
+            0};
 }
 
 // {key, record.field}, printed as its type says, or in another form or by the name of its code.

@@ -1,30 +1,42 @@
 #include "output/writer.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "core/json_text.h"
-#include "core/owned.h"
 #include "output/members.h"
 
 namespace qo1905 {
 namespace {
 
+constexpr mode_t kFileMode = 0666;  // less the host's umask
 constexpr std::size_t kFirstCapacity = 16384;
 // Twice what a thousand devices with 64,000 stations take. A hostile dump makes a model that grows with its square.
 constexpr std::size_t kMaxSize = std::size_t{64} * 1024 * 1024;
 
 constexpr char kTabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
 constexpr std::size_t kMaxDepth = sizeof(kTabs) - 1;
+// What encloses a value: up to two characters on each side.
+constexpr char kEnclosures[][2][3] = {{"", ""}, {"\"", "\""}, {"[ ", " ]"}};
+constexpr std::size_t kEnclosureSize = 2;
 // All of a member but the key's name and the value; also what closes an object.
-constexpr std::size_t kAroundKey = sizeof(",\n") + sizeof(kTabs) + sizeof("\"\": ") + kMaxDigits;
+constexpr std::size_t kAroundKey = sizeof(",\n") + sizeof(kTabs) + sizeof("\"\": ") + kMaxDigits + 2 * kEnclosureSize;
 
 // Copies them all, which is quicker than counting, and steps over those that are wanted.
 char *print_indent(char *at, std::size_t depth) {
     std::memcpy(at, kTabs, sizeof(kTabs));
     return at + (depth < kMaxDepth ? depth : kMaxDepth);
+}
+
+// Copies both characters and steps over those that are wanted.
+char *print_enclosure(char *at, const char (&text)[3]) {
+    std::memcpy(at, text, kEnclosureSize);
+    return at + (text[0] != '\0' ? 1 : 0) + (text[1] != '\0' ? 1 : 0);
 }
 
 template <class T>
@@ -46,10 +58,21 @@ std::uint32_t read_unsigned(const char *at, std::size_t size) {
 }
 
 // The number that a text begins with, 0 when it begins with none.
-int read_text_number(std::string_view text) {
+int read_text_number(Text text) {
     char copy[UINT8_MAX + 1] = {};
     std::memcpy(copy, text.data(), text.size());
     return text_number(copy);
+}
+
+// One write, but where the disk is full: then as much as there is room for.
+void write_all(int fd, Text text) {
+    while (!text.empty()) {
+        const ssize_t count = write(fd, text.data(), text.size());
+        if (count <= 0) {
+            return;
+        }
+        text.remove_prefix(static_cast<std::size_t>(count));
+    }
 }
 
 }  // namespace
@@ -77,7 +100,7 @@ bool MemoryText::grow(std::size_t bytes) {
     return true;
 }
 
-void MemoryText::put(std::string_view text) {
+void MemoryText::put(Text text) {
     if (char *at = room(text.size())) {
         end_at(print_text(at, text));
     }
@@ -88,16 +111,13 @@ void write_text_file(const char *path, const MemoryText &text) {
         std::printf("%s: too large or no memory, %s stays as it was\n", "write_text_file", path);
         return;
     }
-    const File file(std::fopen(path, "w"));
-    if (file == nullptr) {
+    // As mode "w" does it; and a FIFO left at this path cannot hold up the timer thread.
+    const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, kFileMode);
+    if (fd < 0) {
         return;
     }
-    if (text.view().empty()) {
-        return;
-    }
-    // Unbuffered: the whole text goes to the kernel in one call.
-    (void)std::setvbuf(file.get(), nullptr, _IONBF, 0);
-    (void)std::fwrite(text.view().data(), 1, text.view().size(), file.get());
+    write_all(fd, text.view());
+    close(fd);
 }
 
 void JsonWriter::begin() {
@@ -111,8 +131,10 @@ void JsonWriter::end() {
     out_.put("\n"sv);
 }
 
-void JsonWriter::open(const Key &key) {
-    raw(key, "{\n"sv, ""sv, ""sv);
+void JsonWriter::open(Key key) {
+    if (char *at = begin_member(key, 0)) {
+        out_.end_at(print_text(at, "{\n"sv));
+    }
     ++depth_;
     first_ = true;
 }
@@ -129,8 +151,8 @@ void JsonWriter::close() {
 }
 
 // Prints all up to the value; null without room for all of it.
-char *JsonWriter::begin_member(const Key &key, std::size_t value_size) {
-    char *at = out_.room(kAroundKey + key.name.size() + value_size);
+char *JsonWriter::begin_member(Key key, std::size_t value_size) {
+    char *at = out_.room(kAroundKey + key.name().size() + value_size);
     if (at == nullptr) {
         return nullptr;
     }
@@ -141,57 +163,49 @@ char *JsonWriter::begin_member(const Key &key, std::size_t value_size) {
     first_ = false;
     at = print_indent(at, depth_);
     *at++ = '"';
-    at = print_text(at, key.name);
-    if (key.number != 0) {
-        at = print_number(at, key.number);
+    at = print_text(at, key.name());
+    if (key.number() != 0) {
+        at = print_number(at, static_cast<std::uint32_t>(key.number()));
     }
     return print_text(at, "\": "sv);
 }
 
-void JsonWriter::raw(const Key &key, std::string_view before, std::string_view value, std::string_view after) {
-    if (char *at = begin_member(key, before.size() + value.size() + after.size())) {
-        out_.end_at(print_text(print_text(print_text(at, before), value), after));
-    }
-}
-
-void JsonWriter::name(const Key &key, std::string_view value) {
-    if (char *at = begin_member(key, value.size() + 2)) {
-        *at++ = '"';
+void JsonWriter::enclosed(Key key, Text value, Enclosure enclosure) {
+    if (char *at = begin_member(key, value.size())) {
+        const auto &[before, after] = kEnclosures[static_cast<std::size_t>(enclosure)];
+        at = print_enclosure(at, before);
         at = print_text(at, value);
-        *at++ = '"';
-        out_.end_at(at);
+        out_.end_at(print_enclosure(at, after));
     }
 }
 
-void JsonWriter::number(const Key &key, std::int64_t value) {
+void JsonWriter::number(Key key, std::uint32_t value) {
     if (char *at = begin_member(key, kMaxDigits)) {
         out_.end_at(print_number(at, value));
     }
 }
 
-void JsonWriter::mac(const Key &key, const Mac &value) {
-    if (char *at = begin_member(key, kMacTextLength + 2)) {
-        *at++ = '"';
-        print_mac(value, at);
-        at += kMacTextLength;
-        *at++ = '"';
-        out_.end_at(at);
+void JsonWriter::signed_number(Key key, std::int32_t value) {
+    if (char *at = begin_member(key, kMaxDigits)) {
+        out_.end_at(print_signed(at, value));
     }
 }
 
-void JsonWriter::text(const Key &key, std::string_view value) {
+void JsonWriter::mac(Key key, const Mac &value) {
+    char text[kMacTextLength];
+    print_mac(value, text);
+    name(key, {text, sizeof(text)});
+}
+
+void JsonWriter::text(Key key, Text value) {
     if (is_plain_json_text(value)) {
         return name(key, value);
     }
-    raw(key, "\""sv, ""sv, ""sv);
-    escape_json(value, [this](std::string_view piece) { out_.put(piece); });
+    if (char *at = begin_member(key, 1)) {
+        out_.end_at(print_text(at, "\""sv));
+    }
+    escape_json(value, [this](Text piece) { out_.put(piece); });
     out_.put("\""sv);
-}
-
-void JsonWriter::fixed(std::string_view key_and_value) {
-    const auto *between = static_cast<const char *>(std::memchr(key_and_value.data(), '=', key_and_value.size()));
-    const auto key_size = static_cast<std::size_t>(between - key_and_value.data());
-    name(std::string_view(key_and_value.data(), key_size), {between + 1, key_and_value.size() - key_size - 1});
 }
 
 void JsonWriter::members(PackedRows rows, const void *record) {
@@ -206,7 +220,7 @@ void JsonWriter::member(const Row &row, const char *at) {
         case Form::kNumber:
             return number(key, read_unsigned(at, row.size));
         case Form::kSigned:
-            return number(key, read<std::int16_t>(at));
+            return signed_number(key, read<std::int16_t>(at));
         case Form::kFlag:
             return word(key, read_unsigned(at, row.size) == 1 ? "true"sv : "false"sv);
         case Form::kReplaceable:
@@ -214,11 +228,12 @@ void JsonWriter::member(const Row &row, const char *at) {
         case Form::kText:
             return text(key, field_text(at, row.size));
         case Form::kTextNumber:
-            return number(key, read_text_number(field_text(at, row.size)));
+            return signed_number(key, read_text_number(field_text(at, row.size)));
         case Form::kMac:
             return mac(key, *reinterpret_cast<const Mac *>(at));
         case Form::kFixed:
-            return fixed(row.text);
+            return name(Text{row.text.data(), row.size},
+                        Text{row.text.data() + row.size + 1, row.text.size() - row.size - 1});
         case Form::kCode:
             break;
     }
@@ -226,7 +241,7 @@ void JsonWriter::member(const Row &row, const char *at) {
     name(key, code_name(table, read_unsigned(at, row.size)));
 }
 
-void ItemBuffer::add(std::string_view item) {
+void ItemBuffer::add(Text item) {
     if (items_++ == 0) {
         text_.clear();
     }

@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <string_view>
 
 #include "core/mac.h"
 #include "core/packed_rows.h"
@@ -22,7 +21,7 @@ public:
     MemoryText(const MemoryText &) = delete;
     MemoryText &operator=(const MemoryText &) = delete;
 
-    void put(std::string_view text);
+    void put(Text text);
 
     // Room for so many bytes at the end, null when there is none. What is printed there counts once `end_at` is told
     // where it ends.
@@ -30,7 +29,7 @@ public:
     void end_at(const char *end) { size_ = static_cast<std::size_t>(end - data_); }
 
     bool failed() const { return failed_; }
-    std::string_view view() const { return {data_, size_}; }
+    Text view() const { return {data_, size_}; }
 
 private:
     bool grow(std::size_t bytes);
@@ -45,13 +44,23 @@ private:
 // silently; a text that is not whole is not written, so the previous file stays, and a line says so.
 void write_text_file(const char *path, const MemoryText &text);
 
-// A quoted member name, numbered where `number` is not 0: {"Interface.", 3} is "Interface.3".
-struct Key {
-    constexpr Key(std::string_view key_name, unsigned key_number = 0) : name(key_name), number(key_number) {}
+// A quoted member name of up to 255 bytes, numbered where `number` is not 0: {"Interface.", 3} is "Interface.3". Two
+// words, as Text; the number's 24 bits on 32-bit machines are more than the records that fit into them.
+class alignas(8) Key {
+public:
+    constexpr Key(Text name, std::size_t number = 0)
+        : name_(name.data()), number_and_size_(number << kSizeBits | name.size()) {}
     template <std::size_t N>
-    constexpr Key(const char (&key_name)[N], unsigned key_number = 0) : Key({key_name, N - 1}, key_number) {}
-    std::string_view name;
-    unsigned number;
+    constexpr Key(const char (&name)[N], std::size_t number = 0) : Key(literal(name), number) {}
+
+    Text name() const { return {name_, number_and_size_ % (std::size_t{1} << kSizeBits)}; }
+    std::size_t number() const { return number_and_size_ >> kSizeBits; }
+
+private:
+    static constexpr unsigned kSizeBits = 8;
+
+    const char *name_;
+    std::size_t number_and_size_;
 };
 
 class JsonWriter {
@@ -62,24 +71,27 @@ public:
     void begin();
     void end();
 
-    void open(const Key &key);
+    void open(Key key);
     void close();
 
     // The members of a record that the rows name, one after the other.
     void members(PackedRows rows, const void *record);
 
-    void number(const Key &key, std::int64_t value);
-    void mac(const Key &key, const Mac &value);
-    void name(const Key &key, std::string_view value);  // one of our own texts, in quotes
-    void text(const Key &key, std::string_view value);  // somebody else's, in quotes
-    void word(const Key &key, std::string_view value) { raw(key, ""sv, value, ""sv); }  // without quotes
-    void list(const Key &key, std::string_view items) { raw(key, "[ "sv, items, " ]"sv); }
+    void number(Key key, std::uint32_t value);
+    void mac(Key key, const Mac &value);
+    void text(Key key, Text value);                                               // somebody else's, in quotes
+    void name(Key key, Text value) { enclosed(key, value, Enclosure::kQuotes); }  // one of our own, in quotes
+    void word(Key key, Text value) { enclosed(key, value, Enclosure::kNone); }
+    void list(Key key, Text items) { enclosed(key, items, Enclosure::kBrackets); }
 
 private:
-    char *begin_member(const Key &key, std::size_t value_size);
-    void raw(const Key &key, std::string_view before, std::string_view value, std::string_view after);
+    // What stands before a value and behind it.
+    enum class Enclosure : std::uint8_t { kNone, kQuotes, kBrackets };
+
+    char *begin_member(Key key, std::size_t value_size);
+    void enclosed(Key key, Text value, Enclosure enclosure);
+    void signed_number(Key key, std::int32_t value);
     void member(const Row &row, const char *at);
-    void fixed(std::string_view key_and_value);
 
     MemoryText &out_;
     unsigned depth_ = 0;
@@ -98,9 +110,9 @@ public:
     }
 
     // Item number one overwrites the text of the list before.
-    void add(std::string_view item);
+    void add(Text item);
 
-    std::string_view view() const { return text_.view(); }
+    Text view() const { return text_.view(); }
 
 private:
     TextBuffer &text_;

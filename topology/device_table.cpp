@@ -34,11 +34,11 @@ void merge_reports(qo1905_device &device) {
         fill_field(device.Info.DeviceIP, "");
         return;
     }
-    for_each_report_of(device.IEEE1905Id, [&device](const qo1905_report &report) {
-        copy_field(device.Info.FirmwareVersion, report.firmwareversion);
-        copy_field(device.Info.Hostname, report.hostname);
-        copy_field(device.Info.DeviceIP, report.deviceIP);
-    });
+    for (auto match = reports_of(device.IEEE1905Id); const qo1905_report *report = match.record(); match.advance()) {
+        copy_field(device.Info.FirmwareVersion, report->firmwareversion);
+        copy_field(device.Info.Hostname, report->hostname);
+        copy_field(device.Info.DeviceIP, report->deviceIP);
+    }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Parses one device entry of the topology dump into the child lists and counters of its record: interfaces, neighbour
 // groups and stations. Everything read here was put together from what other devices sent. Timer thread.
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -112,7 +113,16 @@ const MediumName *wifi_medium(const char *name) {
 
 // What is read of a station, of which there are more than of anything else.
 enum StationText { kStationMac, kStationBackhaul, kStationRssi, kStationMedium, kStationTexts };
-constexpr JsonKey kStationKeys[kStationTexts] = {"STA MAC address", "BH STA", "uplink rssi", "Medium"};
+constexpr char kStationKeys[kStationTexts][16] = {"STA MAC address", "BH STA", "uplink rssi", "Medium"};
+
+// What is read of an Ethernet client.
+enum ClientText { kClientMac, kClientInterface, kClientTexts };
+constexpr char kClientKeys[kClientTexts][18] = {"Client Address", "1905 Intf address"};
+
+// What is read of a backhaul.
+enum BackhaulText { kBackhaulNeighbor, kBackhaulInterface, kBackhaulRssi, kBackhaulMedium, kBackhaulTexts };
+constexpr char kBackhaulKeys[kBackhaulTexts][21] = {"neighbor almac addr", "connected iface addr", "RSSI",
+                                                    "Backhaul Medium Type"};
 
 // "neighbor_if_mac" of the first link to this neighbour that tells it; null when none does.
 const char *neighbor_interface(const JsonItems &links, const char *neighbor_al) {
@@ -134,57 +144,47 @@ class ReportedRates {
 public:
     void enter(const Mac &agent) {
         copy_mac(agent_, agent);
-        std::size_t clients = 0;
-        for_each_client([&clients](const qo1905_client &, std::uint64_t) { ++clients; });
-        is_indexed_ = index_.begin(clients);
-        if (is_indexed_) {
-            for_each_client(
-                [this](const qo1905_client &client, std::uint64_t age) { index_.add(client.Mac, &client, age); });
-            index_.sort();
+        index_.clear();
+        std::uint64_t reports = 0;
+        for (auto match = reports_of(agent); const qo1905_report *report = match.record(); match.advance()) {
+            std::uint32_t clients_after = UINT32_MAX;
+            for (const qo1905_client &client : ListNodes(report->clientList)) {
+                index_.add(client.Mac, &client, reports << 32U | clients_after--);
+            }
+            ++reports;
         }
+        index_.sort();
     }
 
     // 0 for a station that was never reported.
-    std::uint16_t of(const Mac &station) const { return is_indexed_ ? look_up(station) : search(station); }
+    std::uint16_t of(const Mac &station) const { return index_.complete() ? look_up(station) : search(station); }
 
 private:
-    // Calls `visit` with every client that this Agent reported and a number that is highest for the one that counts.
-    template <class Visit>
-    void for_each_client(Visit visit) const {
-        std::uint64_t reports = 0;
-        for_each_report_of(agent_, [&](const qo1905_report &report) {
-            std::uint32_t clients_after = UINT32_MAX;
-            for (const qo1905_client &client : ListNodes(report.clientList)) {
-                visit(client, reports << 32U | clients_after--);
-            }
-            ++reports;
-        });
-    }
-
     std::uint16_t look_up(const Mac &station) const {
-        std::uint16_t rate = 0;
-        for (const MacIndex::Entry *entry = index_.find(station); entry != nullptr; entry = index_.next(entry)) {
-            rate = static_cast<const qo1905_client *>(entry->record)->phyRate;
+        const MacIndex::Entry *entry = index_.find(station);
+        if (entry == nullptr) {
+            return 0;
         }
-        return rate;
+        while (entry[1].mac == entry->mac) {
+            ++entry;
+        }
+        return static_cast<const qo1905_client *>(entry->record)->phyRate;
     }
 
     // Without memory for the index.
     std::uint16_t search(const Mac &station) const {
         std::uint16_t rate = 0;
-        std::uint64_t highest = 0;
-        for_each_client([&](const qo1905_client &client, std::uint64_t age) {
-            if (same_mac(client.Mac, station) && age > highest) {
-                highest = age;
-                rate = client.phyRate;
+        for (auto match = reports_of(agent_); const qo1905_report *report = match.record(); match.advance()) {
+            const RecordMatch<qo1905_client> first(report->clientList, offsetof(qo1905_client, Mac), station);
+            if (first.record() != nullptr) {
+                rate = first.record()->phyRate;
             }
-        });
+        }
         return rate;
     }
 
     Mac agent_ = {};
     MacIndex index_;
-    bool is_indexed_ = false;
 };
 
 // One call's work. The steps follow the order in which the record's lists are filled.
@@ -355,9 +355,11 @@ private:
     void add_ethernet_clients() {
         EntryChain<qo1905_non1905_neighbor> entries;
         for (json_object *client : json_items(entry_, "Other Clients Info")) {
+            const char *texts[kClientTexts];
+            json_texts(client, kClientKeys, texts);
             if (auto *entry = entries.add()) {
-                parse_mac(json_text(client, "Client Address"), entry->NeighborInterfaceId);
-                add_non1905_group(json_text(client, "1905 Intf address"), "eth", 1, entries);
+                parse_mac(texts[kClientMac], entry->NeighborInterfaceId);
+                add_non1905_group(texts[kClientInterface], "eth", 1, entries);
                 add_to(device_.NonIEEE1905NeighborNumberOfEntries, 1);
             }
         }
@@ -368,19 +370,20 @@ private:
         const JsonItems links = json_items(entry_, "backhaul link metrics");
         EntryChain<qo1905_1905_neighbor> entries;
         for (json_object *backhaul : backhauls) {
-            const char *neighbor_mac = neighbor_interface(links, json_text(backhaul, "neighbor almac addr"));
+            const char *texts[kBackhaulTexts];
+            json_texts(backhaul, kBackhaulKeys, texts);
+            const char *neighbor_mac = neighbor_interface(links, texts[kBackhaulNeighbor]);
             if (auto *entry = entries.add()) {
                 parse_mac(neighbor_mac, entry->NeighborDeviceId);
-                add_1905_group(json_text(backhaul, "connected iface addr"), 1, entries);
+                add_1905_group(texts[kBackhaulInterface], 1, entries);
             }
-            add_backhaul_station(backhaul, neighbor_mac);
+            add_backhaul_station(neighbor_mac, texts[kBackhaulRssi], texts[kBackhaulMedium]);
         }
         add_to(device_.IEEE1905NeighborNumberOfEntries, backhauls.size());
     }
 
-    void add_backhaul_station(json_object *backhaul, const char *neighbor_mac) {
-        parse_rssi(json_text(backhaul, "RSSI"), rssi_);
-        const char *medium_name = json_text(backhaul, "Backhaul Medium Type");
+    void add_backhaul_station(const char *neighbor_mac, const char *rssi, const char *medium_name) {
+        parse_rssi(rssi, rssi_);
         const MediumName *medium = wifi_medium(medium_name);
         const bool ethernet = is_text(medium_name, "Ethernet");
         if (medium != nullptr) {

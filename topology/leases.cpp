@@ -127,30 +127,27 @@ public:
     bool enter(qo1905_device *devices) {
         std::size_t count = 0;
         for (const qo1905_device &device : ListNodes(devices)) {
-            (void)device;
-            ++count;
+            index_.add(device.IEEE1905Id, &device, count++);
         }
         if (count == 0) {
             return false;
         }
+        index_.sort();
         takers_.reset(static_cast<Taker *>(std::calloc(count, sizeof(Taker))));
-        if (takers_ == nullptr || !index_.begin(count)) {
+        if (takers_ == nullptr || !index_.complete()) {
             return false;
         }
-        count = 0;
+        Taker *taker = takers_.get();
         for (qo1905_device &device : ListNodes(devices)) {
-            Taker &taker = takers_.get()[count];
-            taker.device = &device;
-            index_.add(device.IEEE1905Id, &taker, count++);
+            taker++->device = &device;
         }
-        index_.sort();
         return true;
     }
 
     // Only the first line for a device counts.
     void give(const LineValues &line) {
-        for (const MacIndex::Entry *entry = index_.find(line.mac()); entry != nullptr; entry = index_.next(entry)) {
-            Taker &taker = takers_.get()[entry->order];
+        for (MacMatch match(index_.find(line.mac())); match.node() != nullptr; match.advance()) {
+            Taker &taker = takers_.get()[match.place()];
             if (!taker.has_lease) {
                 fill_field(taker.device->Info.DeviceIP, line.address());
                 taker.has_lease = true;

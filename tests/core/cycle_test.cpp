@@ -73,14 +73,14 @@ TEST_F(CycleTest, RunsTheDumpCommandBeforeThePauseAndTheSenderLast) {
     module_.checkUpdate1905Information();
     std::vector<std::string> order;
     for (const std::string &call : fake::calls()) {
-        for (const char *step : {"system mapd_cli", "usleep", "fopen", "EasyMeshGetDeviceRole"}) {
+        for (const char *step : {"system mapd_cli", "usleep", "open", "EasyMeshGetDeviceRole"}) {
             if (call.rfind(step, 0) == 0) {
                 order.push_back(call.substr(0, call.find(" \"")));
             }
         }
     }
-    EXPECT_THAT(order, ElementsAre(std::string("system ") + kDumpCommand, "usleep 100000", "fopen /tmp/qo1905.json w",
-                                   "fopen /tmp/ecnt_agent_assoc_list.24g w", "fopen /tmp/ecnt_agent_assoc_list.5g w",
+    EXPECT_THAT(order, ElementsAre(std::string("system ") + kDumpCommand, "usleep 100000", "open /tmp/qo1905.json w",
+                                   "open /tmp/ecnt_agent_assoc_list.24g w", "open /tmp/ecnt_agent_assoc_list.5g w",
                                    "EasyMeshGetDeviceRole 8", "system mapd_cli /tmp/mapd_ctrl tx_higher_layer_data"));
 }
 

@@ -10,13 +10,15 @@
 #include "tests/support/failing_allocations.h"
 #include "tests/support/module_test.h"
 
-using qo1905::IndexedList;
+using qo1905::IndexedNodes;
 using qo1905::Mac;
 using qo1905::MacIndex;
+using qo1905::RecordMatch;
 
 namespace {
 
-using StationList = IndexedList<qo1905_sta_info, &qo1905_sta_info::STAMac>;
+constexpr std::size_t kMacAt = offsetof(qo1905_sta_info, STAMac);
+using StationMatch = RecordMatch<qo1905_sta_info>;
 
 // MACs of a small choice, so that many are the same, in all bytes.
 void draw_mac(std::mt19937 &random, Mac &mac) {
@@ -35,20 +37,27 @@ std::vector<const qo1905_sta_info *> walk(const qo1905_sta_info *head, const Mac
     return found;
 }
 
-std::vector<const qo1905_sta_info *> ask(const StationList &list, const Mac &mac) {
+std::vector<const qo1905_sta_info *> all_of(StationMatch match) {
     std::vector<const qo1905_sta_info *> found;
-    EXPECT_EQ(list.find(mac,
-                        [&](const qo1905_sta_info &station) {
-                            found.push_back(&station);
-                            return false;
-                        }),
-              nullptr);
+    for (; match.record() != nullptr; match.advance()) {
+        found.push_back(match.record());
+    }
     return found;
+}
+
+void expect_places(StationMatch match, const qo1905_sta_info *head) {
+    for (; match.record() != nullptr; match.advance()) {
+        const qo1905_sta_info *at_place = head;
+        for (std::size_t i = 0; i < match.place(); ++i) {
+            at_place = at_place->next;
+        }
+        ASSERT_EQ(match.record(), at_place);
+    }
 }
 
 void compare_with_walk(bool with_memory) {
     std::mt19937 random(1905);
-    StationList list;  // kept, as the writers keep it from device to device
+    IndexedNodes list(kMacAt);  // kept, as the writers keep it from device to device
     for (int round = 0; round < 2000; ++round) {
         std::vector<qo1905_sta_info> stations(random() % 60);
         for (std::size_t i = 0; i < stations.size(); ++i) {
@@ -66,10 +75,10 @@ void compare_with_walk(bool with_memory) {
             Mac mac;
             draw_mac(random, mac);
             const auto expected = walk(head, mac);
-            ASSERT_EQ(ask(list, mac), expected);
-            ASSERT_EQ(list.find_first(mac), expected.empty() ? nullptr : expected.front());
-            const auto second = [calls = 0](const qo1905_sta_info &) mutable { return ++calls == 2; };
-            ASSERT_EQ(list.find(mac, second), expected.size() < 2 ? nullptr : expected[1]);
+            ASSERT_EQ(all_of(StationMatch(list, mac)), expected);
+            ASSERT_EQ(all_of(StationMatch(head, kMacAt, mac)), expected);
+            expect_places(StationMatch(list, mac), head);
+            expect_places(StationMatch(head, kMacAt, mac), head);
         }
     }
 }
@@ -82,11 +91,25 @@ TEST(MacIndex, AnEmptyOneFindsNothing) {
     const Mac mac = {};
     MacIndex index;
     EXPECT_EQ(index.find(mac), nullptr);
-    EXPECT_TRUE(index.begin(0));
     index.sort();
     EXPECT_EQ(index.find(mac), nullptr);
-    const StationList list;
-    EXPECT_EQ(list.find_first(mac), nullptr);
+    const IndexedNodes list(kMacAt);
+    EXPECT_EQ(StationMatch(list, mac).record(), nullptr);
+}
+
+TEST(MacIndex, ThereIsMemoryAgainAfterThereWasNone) {
+    const Mac mac = {1};
+    MacIndex index;
+    fail_allocations_from(1);
+    index.add(mac, &mac, 0);
+    allocate_again();
+    EXPECT_FALSE(index.complete());
+    index.clear();
+    index.add(mac, &mac, 0);
+    index.sort();
+    EXPECT_TRUE(index.complete());
+    ASSERT_NE(index.find(mac), nullptr);
+    EXPECT_EQ(index.find(mac)->record, &mac);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -300,27 +301,29 @@ int system(const char *command) {
     return result;
 }
 
-FILE *fopen(const char *path, const char *mode) {
-    if (*mode == 'w') {
-        record(std::string("fopen ") + path + " " + mode);
+int open(const char *path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const unsigned mode = (flags & O_CREAT) != 0 ? va_arg(arguments, unsigned) : 0;
+    va_end(arguments);
+    if ((flags & O_ACCMODE) == O_WRONLY) {
+        const bool like_w = (flags & ~(O_CLOEXEC | O_NONBLOCK)) == (O_WRONLY | O_CREAT | O_TRUNC) && mode == 0666;
+        record(std::string("open ") + path + (like_w ? " w" : " in another mode"));
     }
-    if (fake::fails("fopen", EMFILE)) {
-        return nullptr;
+    if (fake::fails("open", EMFILE)) {
+        return -1;
     }
-    return fake::real<FILE *(const char *, const char *)>("fopen")(path, mode);
+    return fake::real<int(const char *, int, ...)>("open")(path, flags, mode);
 }
 
-int setvbuf(FILE *file, char *buffer, int mode, size_t size) noexcept {
-    record(mode == _IONBF ? "setvbuf unbuffered" : "setvbuf");
-    return fake::real<int(FILE *, char *, int, size_t)>("setvbuf")(file, buffer, mode, size);
-}
-
-size_t fwrite(const void *data, size_t size, size_t count, FILE *file) {
-    record("fwrite " + std::to_string(size * count));
-    if (fake::fails("fwrite", ENOSPC)) {
-        return 0;
+ssize_t write(int fd, const void *data, size_t size) {
+    if (fd > STDERR_FILENO) {
+        record("write " + std::to_string(size));
+        if (fake::fails("write", ENOSPC)) {
+            return -1;
+        }
     }
-    return fake::real<size_t(const void *, size_t, size_t, FILE *)>("fwrite")(data, size, count, file);
+    return fake::real<ssize_t(int, const void *, size_t)>("write")(fd, data, size);
 }
 
 FILE *popen(const char *command, const char *mode) {

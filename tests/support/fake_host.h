@@ -66,7 +66,7 @@ struct Host {
     int lock_failures = 0;            // so many attempts at a lock fail from now on
     bool thread_creation_fails = false;
     std::vector<int> receive_errors;  // the next receives fail with these, one each
-    std::string failing_call;         // "fopen", "popen", "system", "fwrite" or "select": of these ...
+    std::string failing_call;         // "open", "popen", "system", "write" or "select": of these ...
     int failing_number = 0;           // ... the call with this number from now on fails; 0: none
     bool keeps_record = true;
 };
