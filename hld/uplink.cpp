@@ -15,7 +15,7 @@ int32_t RPUpLinkStatusCheck() {
     if (pipe == nullptr || std::fgets(line, sizeof(line), pipe.get()) == nullptr) {
         return 0;
     }
-    // Two blanks and the line end.
+    // Two blanks and a last character, the line end.
     if (std::strlen(line) != 3 || std::strncmp(line, "  ", 2) != 0) {
         return 0;
     }

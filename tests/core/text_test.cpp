@@ -37,6 +37,37 @@ TEST(FieldText, FillsWithoutATerminatorAndClearsTheRest) {
     EXPECT_EQ(field_text(field), "");
 }
 
+TEST(FieldText, IsComparedWholeAlsoWithoutATerminator) {
+    const char full[4] = {'a', 'b', 'c', 'd'};
+    EXPECT_TRUE(field_is(full, "abcd"));
+    EXPECT_FALSE(field_is(full, "abc"));
+    const char shorter[4] = "ab";
+    EXPECT_TRUE(field_is(shorter, "ab"));
+    EXPECT_FALSE(field_is(shorter, "a"));
+    EXPECT_FALSE(field_is(shorter, "abc"));
+    EXPECT_FALSE(field_is(shorter, ""));
+}
+
+TEST(Numbers, ArePrintedAsTheCLibraryPrintsThem) {
+    constexpr std::uint32_t kBits = 32;
+    for (std::uint32_t bit = 0; bit < kBits; ++bit) {
+        for (const int more : {-1, 0, 1}) {
+            const std::uint32_t value = (std::uint32_t{1} << bit) + static_cast<std::uint32_t>(more);
+            char text[kMaxDigits + 1] = {};
+            EXPECT_EQ(*print_number(text, value), '\0');
+            EXPECT_EQ(text, std::to_string(value));
+            char with_sign[kMaxDigits + 1] = {};
+            EXPECT_EQ(*print_signed(with_sign, static_cast<std::int32_t>(value)), '\0');
+            EXPECT_EQ(with_sign, std::to_string(static_cast<std::int32_t>(value)));
+        }
+    }
+    for (std::uint32_t value = 0; value <= 1000; ++value) {
+        char text[kMaxDigits + 1] = {};
+        print_number(text, value);
+        EXPECT_EQ(text, std::to_string(value));
+    }
+}
+
 TEST(BoundedTextTest, KeepsWhatFitsAndRemembersThatItCut) {
     BoundedText<6> text;
     text.append("abc");

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <httplib.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -12,12 +11,13 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iostream>
 #include <nlohmann/json.hpp>
-#include <set>
 #include <thread>
 
+#include "tests/lab/mesh_process.h"
+
+using namespace mesh;
 using nlohmann::json;
 using testing::AllOf;
 using testing::Contains;
@@ -31,10 +31,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
-using Words = std::vector<std::string>;
 
-const std::string kLab = QO1905_BINARY_DIR "/qo1905-lab";
-const std::string kSandbox = QO1905_SOURCE_DIR "/lab/sandbox.sh";
 const std::string kScenarios = QO1905_SOURCE_DIR "/lab/scenarios/";
 
 const char kTv[] = "02:57:00:00:00:14";
@@ -43,163 +40,6 @@ const char kTablet[] = "02:57:00:00:00:16";
 const char kWeather[] = "02:57:00:00:00:22";
 const char kLaptopBen[] = "02:57:00:00:00:23";
 const char kPhoneAnna[] = "02:57:00:00:00:24";
-
-std::string read_file(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-bool wait_until(const std::function<bool()> &condition, std::chrono::seconds limit = 20s,
-                std::chrono::milliseconds pause = 20ms) {
-    const auto end = Clock::now() + limit;
-    while (Clock::now() < end) {
-        if (condition()) {
-            return true;
-        }
-        std::this_thread::sleep_for(pause);
-    }
-    return condition();
-}
-
-// A program with its output and errors in a file.
-class Program {
-public:
-    Program(const Words &words, std::string output) : output_(std::move(output)) {
-        std::vector<char *> arguments;
-        for (const std::string &word : words) {
-            arguments.push_back(const_cast<char *>(word.c_str()));
-        }
-        arguments.push_back(nullptr);
-        pid_ = fork();
-        if (pid_ == 0) {
-            const int file = open(output_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-            dup2(file, STDOUT_FILENO);
-            dup2(file, STDERR_FILENO);
-            execvp(arguments[0], arguments.data());
-            _exit(127);
-        }
-    }
-    ~Program() { end(SIGINT); }
-    Program(const Program &) = delete;
-    Program &operator=(const Program &) = delete;
-
-    // Its exit status, or 128 and the signal that ended it.
-    int wait() {
-        int status = 0;
-        if (pid_ > 0 && waitpid(pid_, &status, 0) == pid_) {
-            pid_ = -1;
-            status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-        }
-        return status_;
-    }
-    int end(int signal) {
-        if (pid_ > 0) {
-            kill(pid_, signal);
-        }
-        return wait();
-    }
-    pid_t pid() const { return pid_; }
-    std::string output() const { return read_file(output_); }
-
-private:
-    std::string output_;
-    pid_t pid_ = -1;
-    int status_ = -1;
-};
-
-struct Result {
-    int status;
-    std::string output;
-};
-
-std::string next_file() {
-    static int number = 0;
-    return "output" + std::to_string(++number) + ".txt";
-}
-
-Result run(const Words &words) {
-    Program program(words, next_file());
-    const int status = program.wait();
-    return {status, program.output()};
-}
-
-// Every process that the lab with this folder has brought into being.
-Words processes_of(const std::string &folder) {
-    Words found;
-    for (const auto &entry : fs::directory_iterator("/proc")) {
-        const std::string environment = read_file(entry.path().string() + "/environ");
-        if (environment.find("QO1905_LAB=" + folder) != std::string::npos) {
-            found.push_back(read_file(entry.path().string() + "/cmdline"));
-        }
-    }
-    return found;
-}
-
-json &named(json &list, const char *key, const std::string &name) {
-    for (json &item : list) {
-        if (item[key] == name) {
-            return item;
-        }
-    }
-    throw std::runtime_error(name + " is not there");
-}
-
-class Lab {
-public:
-    explicit Lab(const Words &words, const Words &before = {})
-        : Lab(Program_words{[&] {
-              Words all = before;
-              all.insert(all.end(), {kLab, "run"});
-              all.insert(all.end(), words.begin(), words.end());
-              return all;
-          }()}) {}
-
-    const std::string &folder() const { return folder_; }
-    std::string output() const { return program_.output(); }
-    int wait() { return program_.wait(); }
-    int end(int signal) { return program_.end(signal); }
-    pid_t pid() const { return program_.pid(); }
-
-    Result order(Words words) const {
-        words.insert(words.begin(), {kLab, "--lab", folder_});
-        return run(words);
-    }
-    json data() const { return json::parse(order({"status", "--json"}).output); }
-    json device(const std::string &name) const {
-        json all = data();
-        return named(all["devices"], "name", name);
-    }
-    std::string file(const std::string &device, const std::string &name) const {
-        return read_file(folder_ + "/devices/" + device + '/' + name);
-    }
-    // The data model; null while it is being written.
-    json model(const std::string &device) const { return json::parse(file(device, "tmp/qo1905.json"), nullptr, false); }
-
-    bool wait_for_cycles(const std::string &name, int more) const {
-        const int before = device(name)["cycles"];
-        return wait_until([&] { return device(name)["cycles"] >= before + more; });
-    }
-
-private:
-    struct Program_words {
-        Words words;
-    };
-    explicit Lab(const Program_words &words) : program_(words.words, next_file()) {
-        wait_until([this] {
-            const std::string text = output();
-            const std::size_t at = text.find("everything is in ");
-            const std::size_t end = text.find(';', at);
-            folder_ = at == std::string::npos || end == std::string::npos ? "" : text.substr(at + 17, end - at - 17);
-            return !folder_.empty();
-        });
-        if (folder_.empty()) {
-            throw std::runtime_error("no lab: " + output());
-        }
-    }
-
-    Program program_;
-    std::string folder_;
-};
 
 // ---- what the files say ----
 

@@ -1,0 +1,86 @@
+// A lab as people start it: its process, its orders and its devices' files.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace mesh {
+
+using Words = std::vector<std::string>;
+
+inline const std::string kLab = QO1905_BINARY_DIR "/qo1905-lab";
+inline const std::string kSandbox = QO1905_SOURCE_DIR "/lab/sandbox.sh";
+
+// Empty for a file that is not there.
+std::string read_file(const std::string &path);
+
+// False when it does not come true within the limit.
+bool wait_until(const std::function<bool()> &condition, std::chrono::seconds limit = std::chrono::seconds(20),
+                std::chrono::milliseconds pause = std::chrono::milliseconds(20));
+
+// A program with its output and errors in a file. Its end ends the program, as Ctrl-C does.
+class Program {
+public:
+    Program(const Words &words, std::string output);
+    ~Program();
+    Program(const Program &) = delete;
+    Program &operator=(const Program &) = delete;
+
+    // Its exit status, or 128 and the signal that ended it.
+    int wait();
+    int end(int signal);
+    pid_t pid() const { return pid_; }
+    std::string output() const { return read_file(output_); }
+
+private:
+    std::string output_;
+    pid_t pid_ = -1;
+    int status_ = -1;
+};
+
+// A name for the output of a program, in the working directory.
+std::string next_file();
+
+struct Result {
+    int status;
+    std::string output;
+};
+Result run(const Words &words);
+
+// Every process that the lab with this folder has brought into being.
+Words processes_of(const std::string &folder);
+
+// The one of a list of objects whose member `key` is this name; throws when there is none.
+nlohmann::json &named(nlohmann::json &list, const char *key, const std::string &name);
+
+// A mesh that runs, from when it says where it is.
+class Lab {
+public:
+    // `before` stands before the lab's own name, such as another user's shell.
+    explicit Lab(const Words &words, const Words &before = {});
+
+    const std::string &folder() const { return folder_; }
+    std::string output() const { return program_.output(); }
+    int wait() { return program_.wait(); }
+    int end(int signal) { return program_.end(signal); }
+    pid_t pid() const { return program_.pid(); }
+
+    Result order(Words words) const;
+    nlohmann::json data() const;
+    nlohmann::json device(const std::string &name) const;
+    std::string file(const std::string &device, const std::string &name) const;
+    // The data model; "discarded" while it is being written.
+    nlohmann::json model(const std::string &device) const;
+    bool wait_for_cycles(const std::string &name, int more) const;
+
+private:
+    Program program_;
+    std::string folder_;
+};
+
+}  // namespace mesh
