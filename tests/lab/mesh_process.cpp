@@ -147,7 +147,12 @@ std::string Lab::file(const std::string &device, const std::string &name) const 
 }
 
 json Lab::model(const std::string &device) const {
-    return json::parse(file(device, "tmp/qo1905.json"), nullptr, false);
+    json model;
+    wait_until([&] {
+        model = json::parse(file(device, "tmp/qo1905.json"), nullptr, false);
+        return !model.is_discarded();
+    });
+    return model;
 }
 
 bool Lab::wait_for_cycles(const std::string &name, int more) const {

@@ -73,8 +73,9 @@ public:
     Result order(Words words) const;
     nlohmann::json data() const;
     nlohmann::json device(const std::string &name) const;
+    // As it is at this moment, perhaps just being written.
     std::string file(const std::string &device, const std::string &name) const;
-    // The data model; "discarded" while it is being written.
+    // The data model, whole: one that is just being written is waited for. "Discarded" when none comes.
     nlohmann::json model(const std::string &device) const;
     bool wait_for_cycles(const std::string &name, int more) const;
 
