@@ -83,30 +83,66 @@ static long resident_kb(void) {
     return pages * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
-/* With a number of cycles it also writes the association lists and tells what is resident: before the module is loaded,
-   after that, and at the end. */
+/* Hands over the reports that stand in a file, one in a line. */
+static void receive_reports(void *module, const char *path) {
+    int32_t (*handle)(const char *, int32_t);
+    char *report = NULL;
+    size_t capacity = 0;
+    ssize_t length;
+    FILE *file = fopen(path, "r");
+    if (file == NULL) {
+        return;
+    }
+    *(void **)&handle = dlsym(module, "higherLayerDataRcvHandle");
+    while ((length = getline(&report, &capacity, file)) > 0) {
+        handle(report, (int32_t)length);
+    }
+    free(report);
+    fclose(file);
+}
+
+/* Lets the heap put together what json-c has given back, which it otherwise does when somebody next asks for much. */
+static void tidy_heap(void) {
+    void *block = malloc(65536);
+    *(volatile char *)block = 0;
+    free(block);
+}
+
+/* With a number of cycles it first receives the reports in /tmp/reports.txt, if there are any. It then writes the
+   association lists, too, and tells what is resident: before the module is loaded, after that, and at the end. With
+   "tidy" behind it the heap is tidied up between the steps, so that each step counts what it does itself. */
 int main(int argc, char **argv) {
     int32_t (*build)(void);
     int32_t (*write_model)(void);
     int32_t (*write_lists)(void);
-    const int cycles = argc == 3 ? atoi(argv[2]) : 0;
+    const int cycles = argc > 2 ? atoi(argv[2]) : 0;
+    const int tidy = argc > 3 && strcmp(argv[3], "tidy") == 0;
     const long before = resident_kb();
     long loaded;
     void *module = argc > 1 ? dlopen(argv[1], RTLD_NOW) : NULL;
     if (module == NULL) {
-        fprintf(stderr, "usage: once MODULE [CYCLES]\n%s\n", argc > 1 ? dlerror() : "");
+        fprintf(stderr, "usage: once MODULE [CYCLES [tidy]]\n%s\n", argc > 1 ? dlerror() : "");
         return 2;
     }
     *(void **)&build = dlsym(module, "initALTable");
     *(void **)&write_model = dlsym(module, "writeJsonDataModel");
     *(void **)&write_lists = dlsym(module, "updateWifiAssocList");
     loaded = resident_kb();
+    if (cycles > 0) {
+        receive_reports(module, "/tmp/reports.txt");
+    }
     for (int i = 0; i < cycles; ++i) {
-        if (build() != 0 || write_model() != 0 || write_lists() != 0) {
+        if (build() != 0) {
+            return 1;
+        }
+        if (tidy) {
+            tidy_heap();
+        }
+        if (write_model() != 0 || write_lists() != 0) {
             return 1;
         }
     }
-    if (argc == 3) {
+    if (cycles > 0) {
         printf("%ld %ld %ld\n", before, loaded, resident_kb());
     } else if (build() != 0 || write_model() != 0) {
         return 1;
