@@ -95,16 +95,23 @@ const MacIndex::Entry *MacIndex::find(const Mac &mac) const {
     return left == 1 && first->mac == key ? first : nullptr;
 }
 
+const void *MacIndex::take(const Mac &mac) {
+    const Entry *found = find(mac);
+    if (found == nullptr) {
+        return nullptr;
+    }
+    Entry *entry = entries_ + (found - entries_);
+    while (entry->record == nullptr && entry[1].mac == entry->mac) {
+        ++entry;
+    }
+    const void *record = entry->record;
+    entry->record = nullptr;
+    return record;
+}
+
 void MacMatch::enter(const MacIndex::Entry *entry) {
     entry_ = entry;
     node_ = entry->record;
-    place_ = static_cast<std::size_t>(entry->order);
-}
-
-MacMatch::MacMatch(const MacIndex::Entry *entry) {
-    if (entry != nullptr) {
-        enter(entry);
-    }
 }
 
 MacMatch::MacMatch(const void *head, std::size_t mac_at, const Mac &mac) : node_(head), mac_at_(mac_at) {
@@ -123,7 +130,6 @@ MacMatch::MacMatch(const IndexedNodes &nodes, const Mac &mac) : mac_at_(nodes.ma
 void MacMatch::walk_to(const Mac &mac) {
     while (node_ != nullptr && !same_mac(mac_of(node_, mac_at_), mac)) {
         node_ = next_node(node_);
-        ++place_;
     }
 }
 
@@ -131,7 +137,6 @@ void MacMatch::advance() {
     if (entry_ == nullptr) {
         const Mac &mac = mac_of(node_, mac_at_);
         node_ = next_node(node_);
-        ++place_;
         walk_to(mac);
     } else if (entry_[1].mac == entry_->mac) {
         enter(entry_ + 1);

@@ -35,6 +35,10 @@ public:
     // order, and behind the last of them always one of another.
     const Entry *find(const Mac &mac) const;
 
+    // The first record of this MAC that was not taken yet, null when there is none. Its entry has no record from then
+    // on.
+    const void *take(const Mac &mac);
+
 private:
     bool grow();
 
@@ -66,10 +70,8 @@ class MacMatch {
 public:
     MacMatch(const IndexedNodes &nodes, const Mac &mac);
     MacMatch(const void *head, std::size_t mac_at, const Mac &mac);
-    explicit MacMatch(const MacIndex::Entry *entry);
 
-    const void *node() const { return node_; }    // null behind the last
-    std::size_t place() const { return place_; }  // in the list, from 0
+    const void *node() const { return node_; }  // null behind the last
     void advance();
 
 private:
@@ -77,7 +79,6 @@ private:
     void walk_to(const Mac &mac);
 
     const void *node_ = nullptr;
-    std::size_t place_ = 0;
     const MacIndex::Entry *entry_ = nullptr;
     std::size_t mac_at_ = 0;
 };

@@ -59,7 +59,8 @@ int32_t getIeee1905DevTable(json_object *topology) {
     for (unsigned i = 0; i < network->IEEE1905DeviceNumberOfEntries; ++i) {
         auto *device = record_new<qo1905_device>();
         if (device == nullptr) {
-            return QO1905_FAILURE;
+            result = QO1905_FAILURE;
+            break;  // those that are there already get their leases
         }
         set_defaults(*device);
         // Element 0 is the local device.

@@ -4,11 +4,9 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "core/mac.h"
-#include "core/owned.h"
 #include "core/paths.h"
 #include "core/text.h"
 #include "model/list.h"
@@ -71,7 +69,7 @@ private:
 class LeaseLines {
 public:
     // Non-blocking, so that a FIFO left at this path cannot hold up the timer thread.
-    LeaseLines() : fd_(open(kLeaseFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
+    LeaseLines() : fd_(open(kLeaseFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC)), at_end_(fd_ < 0) {}
     ~LeaseLines() {
         if (fd_ >= 0) {
             close(fd_);
@@ -80,9 +78,7 @@ public:
     LeaseLines(const LeaseLines &) = delete;
     LeaseLines &operator=(const LeaseLines &) = delete;
 
-    bool is_open() const { return fd_ >= 0; }
-
-    // Null at the end of the file, or where it cannot be read on.
+    // Null at the end of the file, without one, or where it cannot be read on.
     const char *next() {
         if (unread() < kLineSize && !at_end_) {
             fill();
@@ -113,66 +109,61 @@ private:
     }
 
     int fd_;
-    bool at_end_ = false;
+    bool at_end_;
     std::size_t start_ = 0;
     std::size_t end_ = 0;
     char block_[4096];
     char line_[kLineSize];
 };
 
-// The devices by AL MAC, and which of them a line was for.
+// The devices that no line was for yet, by AL MAC.
 class LeaseTakers {
 public:
-    // False without memory or devices.
+    // False without memory.
     bool enter(qo1905_device *devices) {
-        std::size_t count = 0;
-        for (const qo1905_device &device : ListNodes(devices)) {
-            index_.add(device.IEEE1905Id, &device, count++);
-        }
-        if (count == 0) {
-            return false;
+        for (qo1905_device &device : ListNodes(devices)) {
+            index_.add(device.IEEE1905Id, &device, 0);
         }
         index_.sort();
-        takers_.reset(static_cast<Taker *>(std::calloc(count, sizeof(Taker))));
-        if (takers_ == nullptr || !index_.complete()) {
-            return false;
-        }
-        Taker *taker = takers_.get();
-        for (qo1905_device &device : ListNodes(devices)) {
-            taker++->device = &device;
-        }
-        return true;
+        return index_.complete();
     }
 
     // Only the first line for a device counts.
     void give(const LineValues &line) {
-        for (MacMatch match(index_.find(line.mac())); match.node() != nullptr; match.advance()) {
-            Taker &taker = takers_.get()[match.place()];
-            if (!taker.has_lease) {
-                fill_field(taker.device->Info.DeviceIP, line.address());
-                taker.has_lease = true;
-            }
+        while (const void *taken = index_.take(line.mac())) {
+            auto *device = const_cast<qo1905_device *>(static_cast<const qo1905_device *>(taken));  // as it was entered
+            fill_field(device->Info.DeviceIP, line.address());
         }
     }
 
 private:
-    struct Taker {
-        qo1905_device *device;
-        bool has_lease;
-    };
-
-    HeapPtr<Taker> takers_;
     MacIndex index_;
 };
+
+// Without memory to look devices up: the file once more for each.
+void give_first_lease(qo1905_device &device) {
+    LeaseLines lines;
+    LineValues values;
+    while (const char *line = lines.next()) {
+        values.parse(line);
+        if (same_mac(values.mac(), device.IEEE1905Id)) {
+            fill_field(device.Info.DeviceIP, values.address());
+            return;
+        }
+    }
+}
 
 }  // namespace
 
 void merge_leases(qo1905_device *devices) {
-    LeaseLines lines;
     LeaseTakers takers;
-    if (!lines.is_open() || !takers.enter(devices)) {
+    if (!takers.enter(devices)) {
+        for (qo1905_device &device : ListNodes(devices)) {
+            give_first_lease(device);
+        }
         return;
     }
+    LeaseLines lines;
     LineValues values;
     while (const char *line = lines.next()) {
         values.parse(line);

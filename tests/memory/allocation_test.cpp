@@ -3,7 +3,10 @@
 #include <functional>
 
 #include "core/annotations.h"
+#include "core/json.h"
+#include "core/text.h"
 #include "model/high_layer_table.h"
+#include "topology/leases.h"
 
 #include "tests/output/meshes.h"
 #include "tests/support/failing_allocations.h"
@@ -142,6 +145,50 @@ TEST_F(AllocationTest, OfADeviceRecordFailsTheTable) {
     fail_allocation(5);
     EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.initALTable(), 16); }), "Fail update Ieee1905DevTable!\n");
     EXPECT_EQ(module_.getAlTable(), nullptr);
+}
+
+TEST_F(AllocationTest, OfADeviceRecordLeavesTheOnesBeforeWithTheirLeases) {
+    const char kAgents[] = R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"},
+                              {"AL MAC": "02:0a:00:00:00:02", "Device role": "02"})";
+    write_file(kLeases, "1 02:0a:00:00:00:01 10.0.0.7 a *\n1 02:0a:00:00:00:02 10.0.0.8 b *\n");
+    build(kAgents);
+    qo1905_network_topology &network = *module_.getNetTopolTable();
+    const qo1905::JsonTree tree = qo1905::json_parse((std::string("[{},") + kAgents + "]").c_str());
+    // The first device with its two interfaces, then the second.
+    fail_allocation(4);
+    EXPECT_EQ(module_.getIeee1905DevTable(tree.get()), 16);
+    allocate_again();
+    ASSERT_NE(network.IEEE1905Device, nullptr);
+    EXPECT_EQ(network.IEEE1905Device->next, nullptr);
+    EXPECT_STREQ(network.IEEE1905Device->Info.DeviceIP, "10.0.0.7");
+}
+
+TEST_F(AllocationTest, OfAnIndexOfDevicesGivesThemTheSameLeases) {
+    write_file(kLeases,
+               "1 02:0a:00:00:00:01 10.0.0.7 a *\n"
+               "1 02:0a:00:00:00:01 10.0.0.8 a *\n"
+               "1 02:0a:00:00:00:02 10.0.0.9 b *\n");
+    constexpr std::uint8_t kLastBytes[] = {1, 2, 1, 3};
+    constexpr const char *kLeased[] = {"10.0.0.7", "10.0.0.9", "10.0.0.7", "reported"};
+    qo1905_device devices[4] = {};
+    for (const bool with_memory : {true, false}) {
+        for (std::size_t i = 0; i < 4; ++i) {
+            qo1905::parse_mac("02:0a:00:00:00:00", devices[i].IEEE1905Id);
+            devices[i].IEEE1905Id[5] = kLastBytes[i];
+            devices[i].next = i < 3 ? &devices[i + 1] : nullptr;
+            qo1905::fill_field(devices[i].Info.DeviceIP, "reported");
+        }
+        if (!with_memory) {
+            fail_allocations_from(1);
+        }
+        qo1905::merge_leases(devices);
+        EXPECT_NE(allocation_failed(), with_memory);
+        allocate_again();
+        for (std::size_t i = 0; i < 4; ++i) {
+            EXPECT_STREQ(devices[i].Info.DeviceIP, kLeased[i]) << i << with_memory;
+        }
+    }
+    qo1905::merge_leases(nullptr);
 }
 
 TEST_F(AllocationTest, OfTheTextOfTheDumpLeavesTheTableBefore) {
