@@ -15,7 +15,8 @@ set(mips16_flags
     -fstack-protector-explicit)
 set(QO1905_SIZE_FLAGS ${mips16_flags} CACHE STRING "Compiler flags of the module alone")
 set(QO1905_SPEED_FLAGS -Os CACHE STRING "Compiler flags of the files that a cycle spends its time in")
-# The kernel's page size; by default the linker pads for pages of 64 KiB.
+# The kernel's page size; by default the linker lays out for pages of 64 KiB.
+# The script leaves out what is never run when everything is bound at load.
 set(QO1905_LINK_FLAGS
     -Wl,-z,max-page-size=4096 -Wl,-T,${CMAKE_CURRENT_LIST_DIR}/mipsel.ld
     CACHE STRING "Linker flags of the module")
