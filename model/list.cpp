@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdlib>
-#include <cstring>
 #include <type_traits>
 
 namespace qo1905 {
@@ -60,16 +59,10 @@ constexpr Owned kOwned[] = {
     {NodeKind::kReport, NodeKind::kPlain, offsetof(qo1905_report, clientList)},
 };
 
-void *read_pointer(const void *record, std::size_t place) {
-    void *pointer;
-    std::memcpy(&pointer, static_cast<const char *>(record) + place, sizeof(pointer));
-    return pointer;
-}
-
 void free_owned(const void *record, NodeKind kind) {
     for (const Owned &owned : kOwned) {
         if (owned.owner == kind) {
-            free_nodes(read_pointer(record, owned.place), owned.nodes);
+            free_nodes(pointer_at(record, owned.place), owned.nodes);
         }
     }
 }
@@ -81,7 +74,7 @@ constexpr bool stands_alone(NodeKind kind) { return kind == NodeKind::kBlock || 
 
 void free_nodes(void *first, NodeKind kind) {
     while (first != nullptr) {
-        void *next = stands_alone(kind) ? nullptr : read_pointer(first, 0);
+        void *next = stands_alone(kind) ? nullptr : pointer_at(first);
         if (kind > NodeKind::kPlain) {
             free_owned(first, kind);
         }

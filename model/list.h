@@ -1,7 +1,9 @@
 // Singly linked lists of plain records: every node begins with `next`, nodes come from calloc.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "model/qo1905.h"
 
@@ -52,6 +54,14 @@ public:
 private:
     T *head_;
 };
+
+// The pointer that stands at this place of a record. Of a node's pointers the first is `next`. Always inlined: a call
+// would be longer.
+[[gnu::always_inline]] inline void *pointer_at(const void *record, std::size_t place = 0) {
+    void *pointer;
+    std::memcpy(&pointer, static_cast<const char *>(record) + place, sizeof(pointer));
+    return pointer;
+}
 
 // What the nodes of a list are, as far as freeing them goes.
 enum class NodeKind : std::uint8_t {

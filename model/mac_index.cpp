@@ -18,12 +18,6 @@ std::uint64_t mac_key(const Mac &mac) {
 constexpr std::uint64_t kNoMac = UINT64_MAX;
 constexpr std::size_t kFirstCapacity = 64;
 
-const void *next_node(const void *node) {
-    const void *next;
-    std::memcpy(&next, node, sizeof(next));
-    return next;
-}
-
 const Mac &mac_of(const void *node, std::size_t mac_at) {
     return *reinterpret_cast<const Mac *>(static_cast<const char *>(node) + mac_at);
 }
@@ -129,14 +123,14 @@ MacMatch::MacMatch(const IndexedNodes &nodes, const Mac &mac) : mac_at_(nodes.ma
 
 void MacMatch::walk_to(const Mac &mac) {
     while (node_ != nullptr && !same_mac(mac_of(node_, mac_at_), mac)) {
-        node_ = next_node(node_);
+        node_ = pointer_at(node_);
     }
 }
 
 void MacMatch::advance() {
     if (entry_ == nullptr) {
         const Mac &mac = mac_of(node_, mac_at_);
-        node_ = next_node(node_);
+        node_ = pointer_at(node_);
         walk_to(mac);
     } else if (entry_[1].mac == entry_->mac) {
         enter(entry_ + 1);
@@ -149,7 +143,7 @@ void IndexedNodes::enter(const void *head) {
     head_ = head;
     index_.clear();
     std::uint64_t place = 0;
-    for (const void *node = head; node != nullptr; node = next_node(node)) {
+    for (const void *node = head; node != nullptr; node = pointer_at(node)) {
         index_.add(mac_of(node, mac_at_), node, place++);
     }
     index_.sort();
