@@ -156,6 +156,9 @@ void give_first_lease(qo1905_device &device) {
 }  // namespace
 
 void merge_leases(qo1905_device *devices) {
+    if (devices == nullptr) {
+        return;  // nobody to read the file for
+    }
     LeaseTakers takers;
     if (!takers.enter(devices)) {
         for (qo1905_device &device : ListNodes(devices)) {
