@@ -18,12 +18,12 @@
 
 #include "bench/host.h"
 #include "bench/mesh.h"
-#include "core/annotations.h"
-#include "core/json.h"
-#include "core/paths.h"
-#include "model/al_table.h"
-#include "model/high_layer_table.h"
-#include "model/qo1905.h"
+#include "module/base/annotations.h"
+#include "module/base/json.h"
+#include "module/base/paths.h"
+#include "module/model/al_table.h"
+#include "module/model/high_layer_table.h"
+#include "qo1905.h"
 
 namespace {
 

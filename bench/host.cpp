@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "platform/helpers.h"
-#include "platform/lanmon.h"
-#include "platform/mapd_client.h"
-#include "platform/mcfg.h"
+#include "module/platform/helpers.h"
+#include "module/platform/lanmon.h"
+#include "module/platform/mapd_client.h"
+#include "module/platform/mcfg.h"
 
 int log_level = 0;
 

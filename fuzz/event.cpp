@@ -1,6 +1,6 @@
 // A raw datagram, to the receiver thread.
 #include "fuzz/host.h"
-#include "platform/lanmon.h"
+#include "module/platform/lanmon.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     log_level = size % 2 == 0 ? 7 : 0;  // the traces print what was received

@@ -21,11 +21,11 @@
 #include <set>
 #include <thread>
 
-#include "model/qo1905.h"
-#include "platform/helpers.h"
-#include "platform/lanmon.h"
-#include "platform/mapd_client.h"
-#include "platform/mcfg.h"
+#include "module/platform/helpers.h"
+#include "module/platform/lanmon.h"
+#include "module/platform/mapd_client.h"
+#include "module/platform/mcfg.h"
+#include "qo1905.h"
 
 int log_level = 0;
 

@@ -1,6 +1,6 @@
 // A payload in the role that its first byte names, then what the next cycle makes of it.
 #include "fuzz/host.h"
-#include "model/qo1905.h"
+#include "qo1905.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size == 0) {

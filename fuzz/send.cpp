@@ -3,7 +3,7 @@
 #include <cctype>
 
 #include "fuzz/host.h"
-#include "model/qo1905.h"
+#include "qo1905.h"
 
 namespace {
 

@@ -14,13 +14,13 @@ forbid() {
     fi
 }
 
-rooms='core model topology hld output platform'
+rooms=module
 forbid 'the module includes the lab or the tests' "$rooms" '#include "(lab|tests)/'
-forbid 'output/ includes what fills the model' output '#include "(topology|hld)/'
-forbid 'model/ includes a JSON library' model '#include .json-c'
-forbid 'nothing but core/json.cpp knows json-c' 'topology hld output platform' '#include .json-c'
+forbid 'output/ includes what fills the model' module/output '#include "module/(topology|messages)/'
+forbid 'model/ includes a JSON library' module/model '#include .json-c'
+forbid 'nothing but base/json.cpp knows json-c' 'module/topology module/messages module/output module/platform' '#include .json-c'
 forbid 'a runtime library is not for the module' "$rooms" '#include <(string|vector|map|set|list|deque|iostream|sstream|fstream|functional|thread|mutex|unordered_.*)>'
-forbid 'a command is run past core/shell.cpp' 'model topology hld output' '\b(std::)?(system|popen)\('
+forbid 'a command is run past base/shell.cpp' 'module/model module/topology module/messages module/output' '\b(std::)?(system|popen)\('
 
 # must_be_listed FILE PATTERN FOLDER...: sources below the folders that the CMake file does not name.
 must_be_listed() {
@@ -30,6 +30,6 @@ must_be_listed() {
         grep -q "${source#tests/}" "$list" || { echo "$source is not built"; wrong=1; }
     done < <(find "$@" -name "$pattern")
 }
-must_be_listed CMakeLists.txt '*.cpp' core model topology hld output
+must_be_listed CMakeLists.txt '*.cpp' module
 must_be_listed tests/CMakeLists.txt '*_test.cpp' tests
 exit "$wrong"

@@ -14,7 +14,7 @@
 #include "lab/host/device.h"
 #include "lab/host/mesh_link.h"
 #include "lab/host/timer.h"
-#include "platform/lanmon.h"
+#include "module/platform/lanmon.h"
 
 namespace {
 

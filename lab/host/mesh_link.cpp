@@ -15,7 +15,7 @@
 #include "lab/common/unix_address.h"
 #include "lab/host/device.h"
 #include "lab/host/timer.h"
-#include "platform/lanmon.h"
+#include "module/platform/lanmon.h"
 
 namespace lab {
 

@@ -7,9 +7,9 @@
 
 #include "lab/host/device.h"
 #include "lab/host/mesh_link.h"
-#include "platform/helpers.h"
-#include "platform/lanmon.h"
-#include "platform/mcfg.h"
+#include "module/platform/helpers.h"
+#include "module/platform/lanmon.h"
+#include "module/platform/mcfg.h"
 
 namespace {
 

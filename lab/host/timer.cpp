@@ -3,7 +3,7 @@
 #include <atomic>
 #include <thread>
 
-#include "platform/lanmon.h"
+#include "module/platform/lanmon.h"
 
 int log_level = 0;
 

@@ -13,7 +13,7 @@
 #include <thread>
 
 #include "lab/mapd/wire.h"
-#include "platform/mapd_client.h"
+#include "module/platform/mapd_client.h"
 
 namespace {
 

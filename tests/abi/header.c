@@ -1,10 +1,10 @@
 /* The public header as a C host includes it, and the layout that hosts rely on: order of the fields, sizes of the
  * texts, widths of the integers. Compiled as C99 and as C++17. */
-#include "model/qo1905.h"
-#include "platform/helpers.h"
-#include "platform/lanmon.h"
-#include "platform/mapd_client.h"
-#include "platform/mcfg.h"
+#include "module/platform/helpers.h"
+#include "module/platform/lanmon.h"
+#include "module/platform/mapd_client.h"
+#include "module/platform/mcfg.h"
+#include "qo1905.h"
 
 #include <stddef.h>
 #include <stdio.h>

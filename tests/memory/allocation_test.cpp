@@ -2,14 +2,14 @@
 // checker of the sanitizer build watches), and with memory the next cycle gives exactly the full files.
 #include <functional>
 
-#include "core/annotations.h"
-#include "core/json.h"
-#include "core/text.h"
-#include "model/high_layer_table.h"
-#include "topology/leases.h"
+#include "module/base/annotations.h"
+#include "module/base/json.h"
+#include "module/base/text.h"
+#include "module/model/high_layer_table.h"
+#include "module/topology/leases.h"
 
-#include "tests/output/meshes.h"
 #include "tests/support/failing_allocations.h"
+#include "tests/support/meshes.h"
 #include "tests/support/module_test.h"
 
 using testing::AnyOf;

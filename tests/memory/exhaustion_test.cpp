@@ -8,8 +8,8 @@
 #include <filesystem>
 #include <functional>
 
-#include "tests/output/meshes.h"
 #include "tests/support/failing_allocations.h"
+#include "tests/support/meshes.h"
 #include "tests/support/module_test.h"
 
 using testing::AnyOf;

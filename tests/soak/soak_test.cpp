@@ -21,7 +21,7 @@
 #include "lab/mesh/generate.h"
 #include "lab/mesh/views.h"
 #include "lab/mesh/world.h"
-#include "model/high_layer_table.h"
+#include "module/model/high_layer_table.h"
 #include "tests/support/failing_allocations.h"
 #include "tests/support/fake_mapd.h"
 #include "tests/support/module_test.h"

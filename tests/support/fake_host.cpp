@@ -21,9 +21,9 @@
 #include <mutex>
 #include <set>
 
-#include "platform/helpers.h"
-#include "platform/lanmon.h"
-#include "platform/mcfg.h"
+#include "module/platform/helpers.h"
+#include "module/platform/lanmon.h"
+#include "module/platform/mcfg.h"
 
 int log_level = 0;
 

@@ -12,7 +12,7 @@
 #include <mutex>
 #include <vector>
 
-#include "platform/mapd_client.h"
+#include "module/platform/mapd_client.h"
 #include "tests/support/fake_host.h"
 
 namespace fake {

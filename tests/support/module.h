@@ -2,7 +2,7 @@
 // rooms instead (tests/support/module_linked.cpp), where allocations can be made to fail.
 #pragma once
 
-#include "model/qo1905.h"
+#include "qo1905.h"
 
 #define QO1905_EXPORTED_FUNCTIONS(X) \
     X(qo1905_init)                   \

@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/lanmon.h"
+#include "module/platform/lanmon.h"
 #include "tests/support/fake_host.h"
 #include "tests/support/module.h"
 

@@ -1,0 +1,78 @@
+#include "module/messages/stations.h"
+
+#include "module/base/diag.h"
+#include "module/base/owned.h"
+#include "module/base/text.h"
+#include "module/model/agents.h"
+#include "module/model/list.h"
+#include "module/platform/helpers.h"
+
+namespace qo1905 {
+namespace {
+
+constexpr int kNoMemory = 16;
+constexpr unsigned kInterfacesPerBand = 4;
+constexpr char kBandPrefixes[][4] = {"ra", "rai"};
+
+static_assert(sizeof(sta_query_record) == 60);
+
+// A mesh Agent's uplink is seen as a station here, but it is no client.
+bool is_mesh_station(const sta_query_record &station) {
+    char text[65] = {};
+    if (lanmon_db_is_subIntf(&station, text, sizeof(text)) != 1) {
+        return false;
+    }
+    Mac al_mac = {};
+    parse_mac_field(text, al_mac);
+    return is_agent(al_mac);
+}
+
+// Adds the stations of one interface; false without memory.
+bool add_stations_of(const char *interface_name, sta_query_record &record, ListTail<qo1905_client> &tail, int &count) {
+    for (int number = 1; StaInfo(interface_name, number, &record) == 1; ++number) {
+        if (is_mesh_station(record)) {
+            continue;
+        }
+        auto *client = record_new<qo1905_client>();
+        if (client == nullptr) {
+            std::printf("tmpEcntWifiInfoTable = NULL !!\n");
+            return false;
+        }
+        parse_mac_field(record.MACAddress, client->Mac);
+        client->phyRate = static_cast<std::uint16_t>(record.PhyRate);
+        tail.append(client);
+        ++count;
+        record = {};
+    }
+    return true;
+}
+
+}  // namespace
+
+int getStaPhyrateList(qo1905_client *&stations) {
+    const HeapPtr<sta_query_record> record(record_new<sta_query_record>());
+    if (record == nullptr) {
+        std::printf("apAssocDevObj = NULL !!\n");
+        return kNoMemory;
+    }
+    ListTail<qo1905_client> tail(stations);
+    int count = 0;
+    for (const auto &prefix : kBandPrefixes) {
+        for (unsigned i = 0; i < kInterfacesPerBand; ++i) {
+            BoundedText<8> name;
+            name.append(prefix);
+            name.append_number(i);
+            if (!add_stations_of(name.c_str(), *record, tail, count)) {
+                return kNoMemory;
+            }
+        }
+    }
+    return count;
+}
+
+int freeWifiClientTable(qo1905_client *&stations) {
+    free_list(stations);
+    return 0;
+}
+
+}  // namespace qo1905

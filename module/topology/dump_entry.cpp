@@ -1,0 +1,487 @@
+// Parses one device entry of the topology dump into the child lists and counters of its record: interfaces, neighbour
+// groups and stations. Everything read here was put together from what other devices sent. Timer thread.
+
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "module/base/diag.h"
+#include "module/base/json.h"
+#include "module/base/mac.h"
+#include "module/base/owned.h"
+#include "module/base/text.h"
+#include "module/model/high_layer_table.h"
+#include "module/model/list.h"
+#include "module/model/mac_index.h"
+#include "qo1905.h"
+
+namespace qo1905 {
+namespace {
+
+constexpr char kName[] = "getNbrDevInfo";
+constexpr int kFirst5GChannel = 36;
+
+bool is_text(const char *text, const char *expected) { return text != nullptr && std::strcmp(text, expected) == 0; }
+
+// "-55": nearly all there is, and sscanf is slow.
+bool parse_plain_number(const char *text, std::int16_t &value) {
+    constexpr int kMaxDigits = 4;
+    const bool negative = *text == '-';
+    text += negative ? 1 : 0;
+    int number = 0;
+    int digits = 0;
+    for (; digits < kMaxDigits && *text >= '0' && *text <= '9'; ++digits) {
+        number = number * 10 + (*text++ - '0');
+    }
+    if (digits == 0 || *text != '\0') {
+        return false;
+    }
+    value = static_cast<std::int16_t>(negative ? -number : number);
+    return true;
+}
+
+// Keeps the value where the text is no number.
+void parse_rssi(const char *text, std::int16_t &value) {
+    if (text != nullptr && !parse_plain_number(text, value)) {
+        (void)std::sscanf(text, "%hd", &value);
+    }
+}
+
+// Neighbour entries in the order they were found, until a group takes them. The first group takes the head of the list;
+// what is found later hangs behind it, and later groups get nothing: readers walk the list of the first group. What no
+// group takes is freed.
+template <class T>
+class EntryChain {
+public:
+    EntryChain() = default;
+    ~EntryChain() { free_list(untaken_); }
+    EntryChain(const EntryChain &) = delete;
+    EntryChain &operator=(const EntryChain &) = delete;
+
+    // The new entry, linked; null without memory.
+    T *add() {
+        T *entry = record_new<T>();
+        if (entry != nullptr) {
+            tail_.append(entry);
+            ++count_;
+        }
+        return entry;
+    }
+
+    T *take() {
+        T *head = untaken_;
+        untaken_ = nullptr;  // the tail stays at the last entry, if there is one
+        return head;
+    }
+
+    unsigned count() const { return count_; }
+
+private:
+    T *untaken_ = nullptr;
+    ListTail<T> tail_{untaken_};
+    unsigned count_ = 0;
+};
+
+struct Band {
+    bool is_5g;
+    std::uint32_t media_type;
+    char name_prefix[4];
+};
+constexpr Band kBand24G = {false, QO1905_MEDIA_80211N_24GHZ, "ra"};
+constexpr Band kBand5G = {true, QO1905_MEDIA_80211N_5GHZ, "rai"};
+
+const Band &band_of(const char *channel) {
+    return channel != nullptr && text_number(channel) >= kFirst5GChannel ? kBand5G : kBand24G;
+}
+
+struct MediumName {
+    char name[5];
+    std::uint32_t media_type;
+};
+constexpr MediumName kWifiMedia[] = {{"5G", QO1905_MEDIA_80211N_5GHZ}, {"2.4G", QO1905_MEDIA_80211N_24GHZ}};
+
+// The Wi-Fi media type of a "Medium"; null when it names none.
+const MediumName *wifi_medium(const char *name) {
+    for (const MediumName &medium : kWifiMedia) {
+        if (is_text(name, medium.name)) {
+            return &medium;
+        }
+    }
+    return nullptr;
+}
+
+// What is read of a station, of which there are more than of anything else.
+enum StationText { kStationMac, kStationBackhaul, kStationRssi, kStationMedium, kStationTexts };
+constexpr char kStationKeys[kStationTexts][16] = {"STA MAC address", "BH STA", "uplink rssi", "Medium"};
+
+// What is read of an Ethernet client.
+enum ClientText { kClientMac, kClientInterface, kClientTexts };
+constexpr char kClientKeys[kClientTexts][18] = {"Client Address", "1905 Intf address"};
+
+// What is read of a backhaul.
+enum BackhaulText { kBackhaulNeighbor, kBackhaulInterface, kBackhaulRssi, kBackhaulMedium, kBackhaulTexts };
+constexpr char kBackhaulKeys[kBackhaulTexts][21] = {"neighbor almac addr", "connected iface addr", "RSSI",
+                                                    "Backhaul Medium Type"};
+
+// "neighbor_if_mac" of the first link to this neighbour that tells it; null when none does.
+const char *neighbor_interface(const JsonItems &links, const char *neighbor_al) {
+    for (json_object *link : links) {
+        if (neighbor_al == nullptr || !is_text(json_text(link, "neighbor_al"), neighbor_al)) {
+            continue;
+        }
+        const char *mac = json_text(json_items(link, "metrics")[0], "neighbor_if_mac");
+        if (mac != nullptr) {
+            return mac;
+        }
+    }
+    return nullptr;
+}
+
+// The rates that an Agent reported for its stations. That of the last report with the station in it counts, and in a
+// report that of the first entry.
+class ReportedRates {
+public:
+    void enter(const Mac &agent) {
+        copy_mac(agent_, agent);
+        index_.clear();
+        std::uint64_t reports = 0;
+        for (auto match = reports_of(agent); const qo1905_report *report = match.record(); match.advance()) {
+            std::uint32_t clients_after = UINT32_MAX;
+            for (const qo1905_client &client : ListNodes(report->clientList)) {
+                index_.add(client.Mac, &client, reports << 32U | clients_after--);
+            }
+            ++reports;
+        }
+        index_.sort();
+    }
+
+    // 0 for a station that was never reported.
+    std::uint16_t of(const Mac &station) const { return index_.complete() ? look_up(station) : search(station); }
+
+private:
+    std::uint16_t look_up(const Mac &station) const {
+        const MacIndex::Entry *entry = index_.find(station);
+        if (entry == nullptr) {
+            return 0;
+        }
+        while (entry[1].mac == entry->mac) {
+            ++entry;
+        }
+        return static_cast<const qo1905_client *>(entry->record)->phyRate;
+    }
+
+    // Without memory for the index.
+    std::uint16_t search(const Mac &station) const {
+        std::uint16_t rate = 0;
+        for (auto match = reports_of(agent_); const qo1905_report *report = match.record(); match.advance()) {
+            const RecordMatch<qo1905_client> first(report->clientList, offsetof(qo1905_client, Mac), station);
+            if (first.record() != nullptr) {
+                rate = first.record()->phyRate;
+            }
+        }
+        return rate;
+    }
+
+    Mac agent_ = {};
+    MacIndex index_;
+};
+
+// One call's work. The steps follow the order in which the record's lists are filled.
+class EntryParser {
+public:
+    EntryParser(json_object *entry, qo1905_device &device)
+        : entry_(entry),
+          device_(device),
+          interfaces_(device.Interface),
+          non1905_groups_(device.NonIEEE1905Neighbor),
+          groups_(device.IEEE1905Neighbor),
+          stations_(device.STAInfo) {}
+
+    int parse() {
+        if (!add_fixed_interfaces() || !add_radios()) {
+            return QO1905_FAILURE;
+        }
+        add_ethernet_clients();
+        add_backhauls();
+        device_.STAInfoNumberOfEntries = static_cast<std::uint16_t>(wifi_backhauls_ + last_station_count_);
+        return QO1905_SUCCESS;
+    }
+
+private:
+    bool add_interface(const char *mac, std::uint32_t media_type) {
+        auto *interface = record_new<qo1905_device_interface>();
+        if (interface == nullptr) {
+            std::printf("%s: Alloc struct buf failed!!\n", kName);
+            return false;
+        }
+        if (mac != nullptr) {
+            parse_mac(mac, interface->InterfaceId);
+            interface->MediaType = media_type;
+        }
+        interfaces_.append(interface);
+        return true;
+    }
+
+    // The AL itself and the uplink station interface stand in every list, known or not.
+    bool add_fixed_interfaces() {
+        const char *al_mac = json_text(entry_, "AL MAC");
+        parse_mac(al_mac, device_.IEEE1905Id);
+        rates_.enter(device_.IEEE1905Id);
+        const char *uplink = json_text(json_items(entry_, "BH Interface(APCLI)")[0], "MAC address");
+        device_.InterfaceNumberOfEntries = 2;
+        return add_interface(al_mac, QO1905_MEDIA_FAST_ETHERNET) && add_interface(uplink, QO1905_MEDIA_80211N_5GHZ);
+    }
+
+    bool add_radios() {
+        const JsonItems radios = json_items(entry_, "Radio Info");
+        const int announced = json_number(entry_, "Number of radios");
+        for (int r = 0; r < announced && static_cast<std::size_t>(r) < radios.size(); ++r) {
+            json_object *radio = radios[static_cast<std::size_t>(r)];
+            const char *channel = json_text(radio, "channel");
+            std::uint32_t index = 0;
+            for (json_object *bss : json_items(radio, "BSSINFO")) {
+                if (!add_bss(bss, channel, index++)) {
+                    return false;
+                }
+            }
+        }
+        return true;
+    }
+
+    bool add_bss(json_object *bss, const char *channel, std::uint32_t index) {
+        ++device_.InterfaceNumberOfEntries;
+        const char *bssid = json_text(bss, "BSSID");
+        if (bssid == nullptr) {
+            std::printf("bssID have not value!\n");
+            return false;
+        }
+        const Band &band = band_of(channel);
+        EntryChain<qo1905_non1905_neighbor> clients;
+        EntryChain<qo1905_1905_neighbor> mesh_stations;
+        add_stations(json_member(bss, "connected sta info"), clients, mesh_stations);
+        if (clients.count() > 0) {
+            add_wifi_group(bssid, band, index, clients);
+        }
+        if (mesh_stations.count() > 0) {
+            add_1905_group(bssid, mesh_stations.count(), mesh_stations);
+        }
+        add_to(device_.NonIEEE1905NeighborNumberOfEntries, clients.count());
+        add_to(device_.IEEE1905NeighborNumberOfEntries, mesh_stations.count());
+        if (!add_interface(bssid, band.media_type)) {
+            return false;
+        }
+        if (channel != nullptr) {
+            fill_field(band.is_5g ? device_.Info.Channel5G : device_.Info.Channel24G, channel);
+        }
+        return true;
+    }
+
+    void add_stations(json_object *list, EntryChain<qo1905_non1905_neighbor> &clients,
+                      EntryChain<qo1905_1905_neighbor> &mesh_stations) {
+        if (!json_is_array(list)) {
+            return;
+        }
+        const JsonItems stations(list);
+        last_station_count_ = stations.size();
+        for (json_object *station : stations) {
+            const char *texts[kStationTexts];
+            json_texts(station, kStationKeys, texts);
+            Mac mac = {};
+            parse_mac(texts[kStationMac], mac);
+            const char *backhaul = texts[kStationBackhaul];
+            if (is_text(backhaul, "No")) {
+                if (auto *entry = clients.add()) {
+                    copy_mac(entry->NeighborInterfaceId, mac);
+                }
+            } else if (is_text(backhaul, "Yes")) {
+                if (auto *entry = mesh_stations.add()) {
+                    copy_mac(entry->NeighborDeviceId, mac);
+                }
+            }
+            add_station(mac, texts[kStationRssi], texts[kStationMedium]);
+        }
+    }
+
+    void add_station(const Mac &mac, const char *rssi, const char *medium_name) {
+        parse_rssi(rssi, rssi_);
+        auto *node = record_new<qo1905_sta_info>();
+        if (node == nullptr) {
+            return;
+        }
+        copy_mac(node->STAMac, mac);
+        if (const MediumName *medium = wifi_medium(medium_name)) {
+            node->MediaType = medium->media_type;
+        }
+        node->RSSI = rssi_;
+        node->PhyRate = rates_.of(node->STAMac);
+        stations_.append(node);
+    }
+
+    // The name counts the BSSs of a radio, not the radios of a band: the first of each is "ra0" or "rai0".
+    void add_wifi_group(const char *bssid, const Band &band, std::uint32_t index,
+                        EntryChain<qo1905_non1905_neighbor> &clients) {
+        BoundedText<sizeof(qo1905_non1905_group::Name)> name;
+        name.append(band.name_prefix);
+        name.append_number(index);
+        add_non1905_group(bssid, name.c_str(), clients.count(), clients);
+    }
+
+    void add_non1905_group(const char *local_mac, const char *name, unsigned count,
+                           EntryChain<qo1905_non1905_neighbor> &entries) {
+        auto *group = record_new<qo1905_non1905_group>();
+        if (group == nullptr) {
+            return;
+        }
+        parse_mac(local_mac, group->LocalInterface);
+        fill_field(group->Name, name);
+        group->Count = static_cast<std::uint8_t>(count);
+        group->Neighbor = entries.take();
+        non1905_groups_.append(group);
+    }
+
+    void add_1905_group(const char *local_mac, unsigned count, EntryChain<qo1905_1905_neighbor> &entries) {
+        auto *group = record_new<qo1905_1905_group>();
+        if (group == nullptr) {
+            return;
+        }
+        parse_mac(local_mac, group->LocalInterface);
+        group->Count = static_cast<std::uint8_t>(count);
+        group->Neighbor = entries.take();
+        groups_.append(group);
+    }
+
+    // One group per client, even behind one interface; all clients hang on the first.
+    void add_ethernet_clients() {
+        EntryChain<qo1905_non1905_neighbor> entries;
+        for (json_object *client : json_items(entry_, "Other Clients Info")) {
+            const char *texts[kClientTexts];
+            json_texts(client, kClientKeys, texts);
+            if (auto *entry = entries.add()) {
+                parse_mac(texts[kClientMac], entry->NeighborInterfaceId);
+                add_non1905_group(texts[kClientInterface], "eth", 1, entries);
+                add_to(device_.NonIEEE1905NeighborNumberOfEntries, 1);
+            }
+        }
+    }
+
+    void add_backhauls() {
+        const JsonItems backhauls = json_items(entry_, "BH Info");
+        const JsonItems links = json_items(entry_, "backhaul link metrics");
+        EntryChain<qo1905_1905_neighbor> entries;
+        for (json_object *backhaul : backhauls) {
+            const char *texts[kBackhaulTexts];
+            json_texts(backhaul, kBackhaulKeys, texts);
+            const char *neighbor_mac = neighbor_interface(links, texts[kBackhaulNeighbor]);
+            if (auto *entry = entries.add()) {
+                parse_mac(neighbor_mac, entry->NeighborDeviceId);
+                add_1905_group(texts[kBackhaulInterface], 1, entries);
+            }
+            add_backhaul_station(neighbor_mac, texts[kBackhaulRssi], texts[kBackhaulMedium]);
+        }
+        add_to(device_.IEEE1905NeighborNumberOfEntries, backhauls.size());
+    }
+
+    void add_backhaul_station(const char *neighbor_mac, const char *rssi, const char *medium_name) {
+        parse_rssi(rssi, rssi_);
+        const MediumName *medium = wifi_medium(medium_name);
+        const bool ethernet = is_text(medium_name, "Ethernet");
+        if (medium != nullptr) {
+            ++wifi_backhauls_;
+        }
+        if (ethernet) {
+            fill_field(device_.Info.DeviceMode, "AP");
+        }
+        auto *node = record_new<qo1905_sta_info>();
+        if (node == nullptr) {
+            return;
+        }
+        parse_mac(neighbor_mac, node->STAMac);
+        node->MediaType = medium != nullptr ? medium->media_type : 0;
+        node->RSSI = ethernet ? static_cast<std::int16_t>(0) : rssi_;
+        stations_.append(node);
+    }
+
+    // The record's counters are narrower than what a dump can hold; they wrap.
+    static void add_to(std::uint16_t &counter, std::size_t count) {
+        counter = static_cast<std::uint16_t>(counter + count);
+    }
+
+    json_object *entry_;
+    qo1905_device &device_;
+    ListTail<qo1905_device_interface> interfaces_;
+    ListTail<qo1905_non1905_group> non1905_groups_;
+    ListTail<qo1905_1905_group> groups_;
+    ListTail<qo1905_sta_info> stations_;
+    ReportedRates rates_;
+    std::size_t wifi_backhauls_ = 0;
+    std::size_t last_station_count_ = 0;  // of the last BSS with a list of them, not the sum
+    std::int16_t rssi_ = 0;               // of the last text that was a number
+};
+
+void trace_local(int line, const Mac &mac) {
+    trace_at(kName, line, "local mac=%s\n", MacText(mac, MacForm::kShort).c_str());
+}
+
+void trace_under(int line, const Mac &mac) {
+    trace_at(kName, line, "under mac=%s\n", MacText(mac, MacForm::kShort).c_str());
+}
+
+void trace_interfaces(const qo1905_device &device, unsigned index) {
+    trace_at(kName, 1635, "========== ieee1905 Device[%u] Interface Num (%d) =========\n", index,
+             device.InterfaceNumberOfEntries);
+    for (const qo1905_device_interface &interface : ListNodes(device.Interface)) {
+        trace_at(kName, 1642, "mac=%s mediaType=0x%x\n", MacText(interface.InterfaceId, MacForm::kShort).c_str(),
+                 interface.MediaType);
+    }
+}
+
+void trace_neighbors(const qo1905_device &device) {
+    trace_at(kName, 1646, "*************** non1905  Neighbor Num (%d) ***************\n",
+             device.NonIEEE1905NeighborNumberOfEntries);
+    for (const qo1905_non1905_group &group : ListNodes(device.NonIEEE1905Neighbor)) {
+        trace_local(1652, group.LocalInterface);
+        for (const qo1905_non1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
+            trace_under(1657, neighbor.NeighborInterfaceId);
+        }
+    }
+    trace_at(kName, 1663, "*************** ieee1905 Neighbor Num (%d) ***************\n",
+             device.IEEE1905NeighborNumberOfEntries);
+    for (const qo1905_1905_group &group : ListNodes(device.IEEE1905Neighbor)) {
+        trace_local(1669, group.LocalInterface);
+        for (const qo1905_1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
+            trace_under(1674, neighbor.NeighborDeviceId);
+        }
+    }
+}
+
+void trace_stations(const qo1905_device &device) {
+    trace_at(kName, 1680, "*************** wifi     Neighbor Num (%d) ***************\n",
+             device.STAInfoNumberOfEntries);
+    for (const qo1905_sta_info &station : ListNodes(device.STAInfo)) {
+        trace_at(kName, 1687, "mac=%s mediaType=0x%x, rate = %d\n", MacText(station.STAMac, MacForm::kShort).c_str(),
+                 station.MediaType, station.PhyRate);
+    }
+}
+
+}  // namespace
+}  // namespace qo1905
+
+using namespace qo1905;
+
+int32_t getNbrDevInfo(json_object *topology, qo1905_device *device, uint16_t index) {
+    json_object *entry = JsonItems(topology)[index];
+    if (entry == nullptr) {
+        std::printf("%s: dev1905 == NULL !!!!!!!!!!!!!\n", kName);
+        return QO1905_FAILURE;
+    }
+    if (EntryParser(entry, *device).parse() != QO1905_SUCCESS) {
+        return QO1905_FAILURE;
+    }
+    if (tracing()) {
+        trace_interfaces(*device, index);
+        trace_neighbors(*device);
+        trace_stations(*device);
+    }
+    return QO1905_SUCCESS;
+}
