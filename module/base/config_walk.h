@@ -1,6 +1,8 @@
 // Walks over the platform's configuration objects.
 #pragma once
 
+#include <cstdint>
+
 #include "module/base/owned.h"
 #include "module/platform/mcfg.h"
 

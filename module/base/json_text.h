@@ -21,13 +21,9 @@ JsonPiece json_piece(Text text);
 // True when the text can stand in a JSON string as it is.
 bool is_plain_json_text(Text text);
 
-// Hands the text to `sink` (called with a Text) the way it stands inside a JSON string.
+// Hands the text to `sink` (called with a Text) the way it stands inside a JSON string, character by character.
 template <class Sink>
 void escape_json(Text text, Sink &&sink) {
-    if (is_plain_json_text(text)) {
-        sink(text);
-        return;
-    }
     while (!text.empty()) {
         const JsonPiece piece = json_piece(text);
         sink(Text(piece.text, piece.length));

@@ -18,7 +18,7 @@ struct PipeClose {
 };
 using Pipe = std::unique_ptr<std::FILE, PipeClose>;
 
-// A zero-filled record; null without memory.
+// A zero-filled record, owned by the caller; null without memory.
 template <class T>
 T *record_new() {
     return static_cast<T *>(std::calloc(1, sizeof(T)));

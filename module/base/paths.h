@@ -1,6 +1,8 @@
 // Every path and every shell command of the module. A firmware whose paths differ changes them here.
 #pragma once
 
+#include "module/base/text.h"
+
 #define QO1905_MAPD_SOCKET "/tmp/mapd_ctrl"
 #define QO1905_REST_PID_FILE "/var/run/rest_api_server.pid"
 #define QO1905_MAPD_CLI "mapd_cli " QO1905_MAPD_SOCKET
@@ -33,10 +35,10 @@ inline constexpr char kFindRestServerCommand[] = "ps | grep ohttpd_rest | grep -
 inline constexpr char kStartRestServerCommand[] = "/etc/rc.d/S81ohttpd_rest";
 inline constexpr char kUplinkEssidCommand[] = "iwconfig apclii0 | grep ESSID | cut -d : -f 2 | sed \"s/\\\"//g\"";
 
-// Beginnings of the commands that core/shell.h completes.
-inline constexpr char kKillCommand[] = "kill -9 ";
-inline constexpr char kSendCommand[] = QO1905_MAPD_CLI " tx_higher_layer_data ";
-inline constexpr char kBlockCommand[] = QO1905_MAPD_CLI " block_acl 2 1 ";
-inline constexpr char kUnblockCommand[] = QO1905_MAPD_CLI " block_acl 2 0 0 ";
+// Beginnings of the commands that messages/commands.h completes.
+inline constexpr Text kKillCommand = "kill -9 ";
+inline constexpr Text kSendCommand = QO1905_MAPD_CLI " tx_higher_layer_data ";
+inline constexpr Text kBlockCommand = QO1905_MAPD_CLI " block_acl 2 1 ";
+inline constexpr Text kUnblockCommand = QO1905_MAPD_CLI " block_acl 2 0 0 ";
 
 }  // namespace qo1905

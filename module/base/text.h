@@ -11,19 +11,8 @@ namespace qo1905 {
 
 using namespace std::string_view_literals;
 
-// A view of text. The alignment lets its two words travel in registers on 32-bit MIPS, too, where a std::string_view
-// goes through memory at every call.
-struct alignas(8) Text : std::string_view {
-    using std::string_view::string_view;
-    constexpr Text() = default;
-    constexpr Text(std::string_view text) : std::string_view(text) {}
-};
-
-// A named literal as a view, without counting or a pointer that has to be relocated.
-template <std::size_t N>
-constexpr Text literal(const char (&text)[N]) {
-    return {text, N - 1};
-}
+// A view of somebody else's text, which has to live longer.
+using Text = std::string_view;
 
 // Copies into a record's field and fills the rest with zero bytes. A text as long as the field, or longer, fills it
 // WITHOUT a zero byte at the end; readers use field_text. A null text empties the field.
@@ -51,8 +40,9 @@ Text field_text(const char (&field)[N]) {
     return field_text(field, N);
 }
 
-// What the C library's atoi gives, also beyond the range where that is undefined.
-inline int text_number(const char *text) { return static_cast<int>(std::strtol(text, nullptr, 10)); }
+// What the C library's atoi gives; beyond its range, where that is undefined, the same on every CPU: the low 32 bits of
+// what a 64-bit one would hold.
+inline int text_number(const char *text) { return static_cast<int>(std::strtoll(text, nullptr, 10)); }
 
 template <std::size_t N>
 bool field_is(const char (&field)[N], const char *text) {
@@ -62,8 +52,8 @@ bool field_is(const char (&field)[N], const char *text) {
 // Precision and pointer for a "%.*s" that stays inside a field.
 #define QO1905_FIELD_ARGS(field) static_cast<int>(sizeof(field)), (field)
 
-// A zero-terminated text in a fixed buffer, which BoundedText below owns. What does not fit is left out, and
-// `truncated` remembers that; appends are whole or cut, as the caller chooses.
+// A zero-terminated text in a fixed buffer, which BoundedText below owns. What does not fit is cut off, and `truncated`
+// remembers that.
 class TextBuffer {
 public:
     // Appends as much as fits.

@@ -1,8 +1,6 @@
 // Interprets one higher-layer data payload, a JSON text that another device sent: an order to reboot in any role, an
 // Agent's report on the Controller, a command on an Agent. Receiver thread; never waits for the timer thread.
 
-#include <climits>
-
 #include "module/base/config_walk.h"
 #include "module/base/diag.h"
 #include "module/base/json.h"
@@ -11,6 +9,9 @@
 #include "module/base/paths.h"
 #include "module/base/shell.h"
 #include "module/base/text.h"
+#include "module/messages/commands.h"
+#include "module/messages/role.h"
+#include "module/model/band.h"
 #include "module/model/high_layer_table.h"
 #include "module/model/list.h"
 #include "module/model/update_lock.h"
@@ -82,14 +83,14 @@ int store_report_locked(json_object *payload) QO1905_REQUIRES(update_lock) {
     if (report == nullptr) {
         return QO1905_FAILURE;
     }
-    if (append_report(report)) {
+    if (!has_reports()) {
         trace("%s: High layer table was cleared due to Main table already update!\n", kName);
     }
     if (!add_clients(*report, json_items(payload, "STAInfo"))) {
-        unlink_report(report);
         report_free(report);
         return QO1905_FAILURE;
     }
+    append_report(report);
     trace_report(*report);
     return QO1905_SUCCESS;
 }
@@ -112,14 +113,14 @@ int store_report(json_object *payload, std::int32_t length) {
 
 // ---- Agent: execute a command ----
 
-// The instances of the configuration object stand for four interfaces of each band.
+// The instances of the configuration object stand for the interfaces of 2.4 GHz, then those of 5 GHz.
 void switch_interface(int instance, bool enable) {
-    constexpr int kInterfacesPerBand = 4;
-    if (instance < 1 || instance > 2 * kInterfacesPerBand) {
+    constexpr int kPerBand = kInterfacesPerBand;
+    if (instance < 1 || instance > 2 * kPerBand) {
         return;
     }
-    const bool is_5g = instance > kInterfacesPerBand;
-    configWlanEnable(instance, enable ? 1 : 0, is_5g ? kDatFile5G : kDatFile24G, is_5g ? "rai" : "ra");
+    const Band &band = instance > kPerBand ? kBand5G : kBand24G;
+    configWlanEnable(instance, enable ? 1 : 0, band.dat_file, band.prefix.data());
 }
 
 void apply_enable(const mcfg_wifi_ssid &ssid, int instance, bool enable) {
@@ -213,10 +214,10 @@ int32_t higherLayerDataRcvHandle(const char *payload, int32_t length) {
     char role[8] = {};
     EasyMeshGetDeviceRole(role, sizeof(role));
     trace("%s: device_role = %.*s\n", kName, QO1905_FIELD_ARGS(role));
-    if (field_is(role, "1")) {
+    if (field_is(role, kController)) {
         return store_report(tree.get(), length);
     }
-    if (field_is(role, "2")) {
+    if (field_is(role, kAgent)) {
         execute_command(tree.get());
     }
     return QO1905_SUCCESS;

@@ -4,6 +4,7 @@
 #include "module/base/owned.h"
 #include "module/base/paths.h"
 #include "module/base/shell.h"
+#include "module/messages/commands.h"
 
 namespace qo1905 {
 namespace {

@@ -5,9 +5,10 @@
 #include "module/base/config_walk.h"
 #include "module/base/diag.h"
 #include "module/base/mac.h"
-#include "module/base/owned.h"
 #include "module/base/shell.h"
+#include "module/messages/commands.h"
 #include "module/messages/rest_server.h"
+#include "module/messages/role.h"
 #include "module/messages/stations.h"
 #include "module/model/list.h"
 #include "module/platform/helpers.h"
@@ -20,9 +21,7 @@ namespace {
 constexpr char kName[] = "highLayerDataSend";
 constexpr int kRoleRead = 1;
 constexpr int kFailure = -1;
-constexpr char kController[] = "1";
-constexpr char kAgent[] = "2";
-constexpr char kReportEnd[] = "]}";
+constexpr Text kReportEnd = "]}";
 
 using MacField = char[32];
 
@@ -84,7 +83,7 @@ void append_stations(SendPayload &payload, const qo1905_client *stations, int co
         (void)std::snprintf(text, sizeof(text), "%s{ \\\"STAMac\\\": \\\"%s\\\", \\\"PhyRate\\\": %d}",
                             listed == 0 ? "" : ", ", MacText(station.Mac, MacForm::kShort).c_str(), station.phyRate);
         const Text element = field_text(text);
-        if (listed == count || payload.length() + element.size() + literal(kReportEnd).size() > limit) {
+        if (listed == count || payload.length() + element.size() + kReportEnd.size() > limit) {
             return;
         }
         payload.append(element);
@@ -101,27 +100,32 @@ void build_report(SendPayload &payload, const AgentValues &values) {
     qo1905_client *stations = nullptr;
     const int count = getStaPhyrateList(stations);
     append_stations(payload, stations, count, send_payload_limit(values.controller_mac));
-    payload.append(literal(kReportEnd));
+    payload.append(kReportEnd);
     freeWifiClientTable(stations);
 }
 
-// A MAC that is no plain text is told, and nothing is sent with it.
-bool is_plain_mac(Text mac) {
-    if (bare_words(mac) >= 0) {
-        return true;
+void tell_not_plain() { std::printf("%s: message not sent, a MAC is not plain text\n", kName); }
+
+// Nothing is sent in the name of a MAC that is no plain text.
+bool is_plain_source(Text mac) {
+    const bool is_plain = bare_words(mac) >= 0;
+    if (!is_plain) {
+        tell_not_plain();
     }
-    std::printf("%s: message not sent, a MAC is not plain text\n", kName);
-    return false;
+    return is_plain;
 }
 
 // True when the command was run.
 bool send(SendCommand &command, Text destination, const SendPayload &payload) {
-    if (!is_plain_mac(destination)) {
-        return false;
-    }
-    if (!build_send_command(command, destination, payload.view()) || payload.truncated()) {
-        std::printf("%s: message not sent, it is too long\n", kName);
-        return false;
+    switch (build_send_command(command, destination, payload)) {
+        case SendCommandResult::kNotPlain:
+            tell_not_plain();
+            return false;
+        case SendCommandResult::kTooLong:
+            std::printf("%s: message not sent, it is too long\n", kName);
+            return false;
+        case SendCommandResult::kBuilt:
+            break;
     }
     run_command(command.c_str());
     return true;
@@ -135,7 +139,7 @@ int send_agent_report(int role_result) {
     if (!values.gather()) {
         return kFailure;
     }
-    if (!is_plain_mac(values.source_mac)) {
+    if (!is_plain_source(values.source_mac)) {
         return role_result;
     }
     SendPayload payload;
@@ -146,6 +150,13 @@ int send_agent_report(int role_result) {
     }
     return role_result;
 }
+
+}  // namespace
+
+template <>
+inline constexpr NodeKind kNodeKind<lanmon_l2_device> = NodeKind::kPlain;
+
+namespace {
 
 // Known devices of the host, freed entry by entry at the end.
 class KnownDevices {
@@ -178,7 +189,7 @@ int send_enable_messages(int role_result) {
         return kFailure;
     }
     const KnownDevices devices;
-    if (devices.empty() || !is_plain_mac(source)) {
+    if (devices.empty() || !is_plain_source(source)) {
         return role_result;
     }
     SendPayload payload;

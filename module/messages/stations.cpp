@@ -4,39 +4,46 @@
 #include "module/base/owned.h"
 #include "module/base/text.h"
 #include "module/model/agents.h"
+#include "module/model/band.h"
 #include "module/model/list.h"
+#include "module/model/mac_index.h"
 #include "module/platform/helpers.h"
 
 namespace qo1905 {
 namespace {
 
 constexpr int kNoMemory = 16;
-constexpr unsigned kInterfacesPerBand = 4;
-constexpr char kBandPrefixes[][4] = {"ra", "rai"};
 
 static_assert(sizeof(sta_query_record) == 60);
 
+using AgentIndex = NodeIndex<Agent>;
+
 // A mesh Agent's uplink is seen as a station here, but it is no client.
-bool is_mesh_station(const sta_query_record &station) {
+bool is_mesh_station(const AgentIndex &known, const sta_query_record &station) {
     char text[65] = {};
     if (lanmon_db_is_subIntf(&station, text, sizeof(text)) != 1) {
         return false;
     }
     Mac al_mac = {};
     parse_mac_field(text, al_mac);
-    return is_agent(al_mac);
+    return known.find(al_mac) != nullptr;
+}
+
+bool tell_no_memory() {
+    std::printf("tmpEcntWifiInfoTable = NULL !!\n");
+    return false;
 }
 
 // Adds the stations of one interface; false without memory.
-bool add_stations_of(const char *interface_name, sta_query_record &record, ListTail<qo1905_client> &tail, int &count) {
+bool add_stations_of(const char *interface_name, const AgentIndex &known, sta_query_record &record,
+                     ListTail<qo1905_client> &tail, int &count) {
     for (int number = 1; StaInfo(interface_name, number, &record) == 1; ++number) {
-        if (is_mesh_station(record)) {
+        if (is_mesh_station(known, record)) {
             continue;
         }
         auto *client = record_new<qo1905_client>();
         if (client == nullptr) {
-            std::printf("tmpEcntWifiInfoTable = NULL !!\n");
-            return false;
+            return tell_no_memory();
         }
         parse_mac_field(record.MACAddress, client->Mac);
         client->phyRate = static_cast<std::uint16_t>(record.PhyRate);
@@ -55,14 +62,19 @@ int getStaPhyrateList(qo1905_client *&stations) {
         std::printf("apAssocDevObj = NULL !!\n");
         return kNoMemory;
     }
+    AgentIndex known;
+    if (!known.build(agents, &Agent::AlMac)) {
+        (void)tell_no_memory();
+        return kNoMemory;
+    }
     ListTail<qo1905_client> tail(stations);
     int count = 0;
-    for (const auto &prefix : kBandPrefixes) {
+    for (const Band *band : {&kBand24G, &kBand5G}) {
         for (unsigned i = 0; i < kInterfacesPerBand; ++i) {
             BoundedText<8> name;
-            name.append(prefix);
+            name.append(band->prefix);
             name.append_number(i);
-            if (!add_stations_of(name.c_str(), *record, tail, count)) {
+            if (!add_stations_of(name.c_str(), known, *record, tail, count)) {
                 return kNoMemory;
             }
         }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "module/base/mac.h"
+#include "module/model/list.h"
 
 namespace qo1905 {
 
@@ -11,7 +12,10 @@ struct Agent {
     Mac AlMac;
 };
 
-// Is this the AL MAC of an Agent?
-bool is_agent(const Mac &al_mac);
+template <>
+inline constexpr NodeKind kNodeKind<Agent> = NodeKind::kPlain;
+
+// In the order of the dump. Replaced by every count of the Agents.
+extern Agent *agents;
 
 }  // namespace qo1905

@@ -6,18 +6,8 @@ namespace qo1905 {
 
 qo1905_al_table *al_table = nullptr;
 
-int destroyIeee1905DevTable(qo1905_device *&devices) {
-    if (devices == nullptr) {
-        return QO1905_FAILURE;
-    }
-    free_list(devices);
-    return QO1905_SUCCESS;
-}
+void destroyIeee1905DevTable(qo1905_device *&devices) { free_list(devices); }
 
-int destroy_al_table() {
-    free_nodes(al_table, NodeKind::kAlTable);
-    al_table = nullptr;
-    return QO1905_SUCCESS;
-}
+void destroy_al_table() { free_list(al_table); }
 
 }  // namespace qo1905

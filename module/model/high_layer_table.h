@@ -1,9 +1,8 @@
-// The reports that Agents sent since the last cycle (the high-layer table), and the copy that the timer thread works
-// with. The receiver thread appends to the table; the timer thread moves it into the copy. update_lock guards the
-// table; the copy belongs to the timer thread alone.
+// The reports that Agents sent since the last cycle (the high-layer table), and the imported reports that the timer
+// thread works with. The receiver thread appends to the table; the timer thread takes all of it over at once.
+// update_lock guards the table; the imported reports belong to the timer thread alone.
 #pragma once
 
-#include "module/model/list.h"
 #include "module/model/mac_index.h"
 #include "module/model/update_lock.h"
 #include "qo1905.h"
@@ -13,41 +12,48 @@ namespace qo1905 {
 // A gateway whose dump fails for a week must not grow without end: one report more drops the oldest.
 inline constexpr unsigned kMaxReports = 1024;
 
-// Links a report at the table's end and takes ownership of it. Returns true when the table was empty before.
-bool append_report(qo1905_report *report) QO1905_REQUIRES(update_lock);
+bool has_reports() QO1905_REQUIRES(update_lock);
 
-// Takes the report out of the table again, without freeing it.
-void unlink_report(qo1905_report *report) QO1905_REQUIRES(update_lock);
-
-// A deep copy of the table, in the same order; null for an empty one. A node that there is no memory for is left out.
-qo1905_report *copyList() QO1905_REQUIRES(update_lock);
+// Links a report at the table's end and takes ownership of it.
+void append_report(qo1905_report *report) QO1905_REQUIRES(update_lock);
 
 // Frees a report and its client list. Takes null.
 void report_free(qo1905_report *report);
 
-// Each frees every entry and leaves its list empty; on an empty list they only say so. Return QO1905_SUCCESS.
-int destroyEcnt1905Table() QO1905_REQUIRES(update_lock);
-int destroyDupEcnt1905Table();
+// Takes the table over in place of the reports imported before, unless it is empty or the lock cannot be had: then
+// those stay in use.
+void import_reports();
 
-// The table moved into the copy, unless it is empty or the lock cannot be had: then the old copy stays in use.
-void move_reports_to_copy();
+// The newest of the imported reports, before it the next older one; null while none has ever been imported.
+const qo1905_report *imported_reports();
 
-// Head of the copy; null while no report has ever been moved.
-const qo1905_report *copied_reports();
+// Frees the imported reports.
+void destroyDupEcnt1905Table();
 
-// As long as one lives, the copy is found by Agent; it may not change meanwhile.
-class CopiedReportsIndexed {
+// What the imported reports say, by Agent. An Agent's last report counts, also where it leaves a text empty; a
+// station's rate is that of the last report with the station in it, and in a report that of the first entry.
+class ReportIndex {
 public:
-    CopiedReportsIndexed();
-    ~CopiedReportsIndexed();
-    CopiedReportsIndexed(const CopiedReportsIndexed &) = delete;
-    CopiedReportsIndexed &operator=(const CopiedReportsIndexed &) = delete;
+    // False without memory; nothing may be asked then. The reports may not change as long as it is asked.
+    [[nodiscard]] bool build(const qo1905_report *newest);
+
+    // What one Agent reported.
+    struct Reported {
+        const MacIndex *rates = nullptr;
+        const qo1905_report *last = nullptr;  // its last report; null when there is none
+        std::uint64_t agent_key = 0;
+
+        // Mbit/s; 0 for a station that it never reported.
+        std::uint16_t rate(const Mac &station) const;
+    };
+    Reported of(const Mac &agent) const;
 
 private:
-    IndexedNodes index_;
-};
+    std::uint64_t agent_key(const MacIndex::Entry *agent) const;
+    [[nodiscard]] bool add_rates(const qo1905_report &report, std::uint64_t agent_key);
 
-// The reports of this Agent in the copy, the oldest first.
-RecordMatch<qo1905_report> reports_of(const Mac &agent);
+    MacIndex agents_;  // reports by Agent, each Agent's newest first
+    MacIndex rates_;   // clients by Agent and station, the newest first
+};
 
 }  // namespace qo1905

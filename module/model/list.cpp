@@ -1,8 +1,10 @@
 #include "module/model/list.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdlib>
 #include <type_traits>
+#include <utility>
 
 namespace qo1905 {
 namespace {
@@ -34,30 +36,60 @@ struct Owned {
     std::uint16_t place;
 };
 
+// Who owns, what, and where it stands: all three follow from the record and its field.
+#define QO1905_OWNS(record, field)                                                                                  \
+    Owned {                                                                                                         \
+        kNodeKind<record>, kNodeKind<std::remove_pointer_t<decltype(std::declval<record &>().field)>>, /* NOLINT */ \
+            offsetof(record, field)                                                                                 \
+    }
+
 constexpr Owned kOwned[] = {
-    {NodeKind::kAlTable, NodeKind::kAlInterface, offsetof(qo1905_al_table, Interface)},
-    {NodeKind::kAlTable, NodeKind::kReserved, offsetof(qo1905_al_table, Reserved[0].Head)},
-    {NodeKind::kAlTable, NodeKind::kReserved, offsetof(qo1905_al_table, Reserved[1].Head)},
-    {NodeKind::kAlTable, NodeKind::kPlain, offsetof(qo1905_al_table, ReservedList)},
-    {NodeKind::kAlTable, NodeKind::kDevice, offsetof(qo1905_al_table, NetworkTopology.IEEE1905Device)},
-    {NodeKind::kAlTable, NodeKind::kBlock, offsetof(qo1905_al_table, Security.Password)},
-    {NodeKind::kAlTable, NodeKind::kBlock, offsetof(qo1905_al_table, Information)},
-    {NodeKind::kReserved, NodeKind::kBlock, offsetof(qo1905_reserved_node, Buffer)},
-    {NodeKind::kAlInterface, NodeKind::kPlain, offsetof(qo1905_al_interface, Reserved)},
-    {NodeKind::kAlInterface, NodeKind::kPlain, offsetof(qo1905_al_interface, Link)},
-    {NodeKind::kAlInterface, NodeKind::kBlock, offsetof(qo1905_al_interface, ReservedBuffer)},
-    {NodeKind::kAlInterface, NodeKind::kBlock, offsetof(qo1905_al_interface, Information)},
-    {NodeKind::kDevice, NodeKind::kDeviceInterface, offsetof(qo1905_device, Interface)},
-    {NodeKind::kDevice, NodeKind::kNon1905Group, offsetof(qo1905_device, NonIEEE1905Neighbor)},
-    {NodeKind::kDevice, NodeKind::k1905Group, offsetof(qo1905_device, IEEE1905Neighbor)},
-    {NodeKind::kDevice, NodeKind::kBridgingTuple, offsetof(qo1905_device, BridgingTuple)},
-    {NodeKind::kDevice, NodeKind::kPlain, offsetof(qo1905_device, STAInfo)},
-    {NodeKind::kDeviceInterface, NodeKind::kBlock, offsetof(qo1905_device_interface, ReservedBuffer)},
-    {NodeKind::kNon1905Group, NodeKind::kPlain, offsetof(qo1905_non1905_group, Neighbor)},
-    {NodeKind::k1905Group, NodeKind::kPlain, offsetof(qo1905_1905_group, Neighbor)},
-    {NodeKind::kBridgingTuple, NodeKind::kBlock, offsetof(qo1905_bridging_tuple, InterfaceList)},
-    {NodeKind::kReport, NodeKind::kPlain, offsetof(qo1905_report, clientList)},
+    QO1905_OWNS(qo1905_al_table, Interface),
+    QO1905_OWNS(qo1905_al_table, Reserved[0].Head),
+    QO1905_OWNS(qo1905_al_table, Reserved[1].Head),
+    QO1905_OWNS(qo1905_al_table, ReservedList),
+    QO1905_OWNS(qo1905_al_table, NetworkTopology.IEEE1905Device),
+    QO1905_OWNS(qo1905_al_table, Security.Password),
+    QO1905_OWNS(qo1905_al_table, Information),
+    QO1905_OWNS(qo1905_reserved_node, Buffer),
+    QO1905_OWNS(qo1905_al_interface, Reserved),
+    QO1905_OWNS(qo1905_al_interface, Link),
+    QO1905_OWNS(qo1905_al_interface, ReservedBuffer),
+    QO1905_OWNS(qo1905_al_interface, Information),
+    QO1905_OWNS(qo1905_device, Interface),
+    QO1905_OWNS(qo1905_device, NonIEEE1905Neighbor),
+    QO1905_OWNS(qo1905_device, IEEE1905Neighbor),
+    QO1905_OWNS(qo1905_device, BridgingTuple),
+    QO1905_OWNS(qo1905_device, STAInfo),
+    QO1905_OWNS(qo1905_device_interface, ReservedBuffer),
+    QO1905_OWNS(qo1905_non1905_group, Neighbor),
+    QO1905_OWNS(qo1905_1905_group, Neighbor),
+    QO1905_OWNS(qo1905_bridging_tuple, InterfaceList),
+    QO1905_OWNS(qo1905_report, clientList),
 };
+#undef QO1905_OWNS
+
+constexpr bool all_known() {
+    for (const Owned &owned : kOwned) {
+        if (owned.owner == NodeKind::kUnknown || owned.nodes == NodeKind::kUnknown) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(all_known());
+
+constexpr std::size_t kKinds = static_cast<std::size_t>(NodeKind::kAlTable) + 1;
+
+// By kind: most nodes own nothing, and are not looked up.
+constexpr std::array<bool, kKinds> owners() {
+    std::array<bool, kKinds> is_owner{};
+    for (const Owned &owned : kOwned) {
+        is_owner[static_cast<std::size_t>(owned.owner)] = true;
+    }
+    return is_owner;
+}
+constexpr std::array<bool, kKinds> kIsOwner = owners();
 
 void free_owned(const void *record, NodeKind kind) {
     for (const Owned &owned : kOwned) {
@@ -73,9 +105,10 @@ constexpr bool stands_alone(NodeKind kind) { return kind == NodeKind::kBlock || 
 }  // namespace
 
 void free_nodes(void *first, NodeKind kind) {
+    const bool is_owner = kIsOwner[static_cast<std::size_t>(kind)];
     while (first != nullptr) {
         void *next = stands_alone(kind) ? nullptr : pointer_at(first);
-        if (kind > NodeKind::kPlain) {
+        if (is_owner) {
             free_owned(first, kind);
         }
         std::free(first);

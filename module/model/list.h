@@ -63,10 +63,11 @@ private:
     return pointer;
 }
 
-// What the nodes of a list are, as far as freeing them goes.
+// What a pointer in a record points to, as far as freeing goes.
 enum class NodeKind : std::uint8_t {
+    kUnknown,
     kBlock,  // no list: one block of memory
-    kPlain,  // own nothing
+    kPlain,  // nodes that own nothing
     kReserved,
     kAlInterface,
     kDeviceInterface,
@@ -77,18 +78,53 @@ enum class NodeKind : std::uint8_t {
     kReport,
     kAlTable,  // the root; no list either
 };
+
+// Of every record by its type: one that is not listed cannot be freed by mistake as if it owned nothing.
 template <class T>
-inline constexpr NodeKind kNodeKind = NodeKind::kPlain;
+inline constexpr NodeKind kNodeKind = NodeKind::kUnknown;
+template <>
+inline constexpr NodeKind kNodeKind<void> = NodeKind::kBlock;
+template <>
+inline constexpr NodeKind kNodeKind<char> = NodeKind::kBlock;
+template <>
+inline constexpr NodeKind kNodeKind<std::uint8_t> = NodeKind::kBlock;
+template <>
+inline constexpr NodeKind kNodeKind<std::uint8_t[6]> = NodeKind::kBlock;
+template <>
+inline constexpr NodeKind kNodeKind<qo1905_link> = NodeKind::kPlain;
+template <>
+inline constexpr NodeKind kNodeKind<qo1905_non1905_neighbor> = NodeKind::kPlain;
+template <>
+inline constexpr NodeKind kNodeKind<qo1905_1905_neighbor> = NodeKind::kPlain;
+template <>
+inline constexpr NodeKind kNodeKind<qo1905_sta_info> = NodeKind::kPlain;
+template <>
+inline constexpr NodeKind kNodeKind<qo1905_client> = NodeKind::kPlain;
+template <>
+inline constexpr NodeKind kNodeKind<qo1905_reserved_node> = NodeKind::kReserved;
+template <>
+inline constexpr NodeKind kNodeKind<qo1905_al_interface> = NodeKind::kAlInterface;
+template <>
+inline constexpr NodeKind kNodeKind<qo1905_device_interface> = NodeKind::kDeviceInterface;
+template <>
+inline constexpr NodeKind kNodeKind<qo1905_non1905_group> = NodeKind::kNon1905Group;
+template <>
+inline constexpr NodeKind kNodeKind<qo1905_1905_group> = NodeKind::k1905Group;
+template <>
+inline constexpr NodeKind kNodeKind<qo1905_bridging_tuple> = NodeKind::kBridgingTuple;
 template <>
 inline constexpr NodeKind kNodeKind<qo1905_device> = NodeKind::kDevice;
 template <>
 inline constexpr NodeKind kNodeKind<qo1905_report> = NodeKind::kReport;
+template <>
+inline constexpr NodeKind kNodeKind<qo1905_al_table> = NodeKind::kAlTable;
 
 // Frees every node from the first on, and before it what it owns. Takes null.
 void free_nodes(void *first, NodeKind kind);
 
 template <class T>
 void free_list(T *&head) {
+    static_assert(kNodeKind<T> != NodeKind::kUnknown, "say in kNodeKind what such a node owns");
     free_nodes(head, kNodeKind<T>);
     head = nullptr;
 }

@@ -1,20 +1,22 @@
-// Finds the records with a MAC in a list that is searched once per station, in the time of a binary search. It borrows
-// the records; they have to stay where they are as long as it is asked.
+// Finds records by MAC in the time of a binary search, where a list would be searched once per station. The records are
+// borrowed; they have to stay where they are as long as the index is asked.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
 #include "module/base/mac.h"
-#include "module/model/list.h"
 
 namespace qo1905 {
+
+// A MAC as one number; in which order they come does not matter. The upper 16 bits are 0.
+std::uint64_t mac_key(const Mac &mac);
 
 class MacIndex {
 public:
     struct Entry {
-        std::uint64_t mac;
-        std::uint64_t order;
+        std::uint64_t key;
+        std::size_t order;
         const void *record;
     };
 
@@ -23,73 +25,56 @@ public:
     MacIndex(const MacIndex &) = delete;
     MacIndex &operator=(const MacIndex &) = delete;
 
-    // Fill it: clear, add what there is, sort once.
-    void clear();
-    void add(const Mac &mac, const void *record, std::uint64_t order);
+    // Fill it: clear, add what there is, sort once. `add` is false without memory; the index may not be asked then.
+    void clear() { size_ = 0; }
+    [[nodiscard]] bool add(std::uint64_t key, const void *record);
     void sort();
 
-    // False when there was no memory for what was added: then it may not be asked.
-    bool complete() const { return !failed_; }
+    // The first entry of this key that was added, then the one added after it; null when there is none.
+    Entry *find(std::uint64_t key) const;
+    Entry *next(const Entry *entry) const;
 
-    // The first entry of this MAC, null when there is none. Those of one MAC stand one after the other in ascending
-    // order, and behind the last of them always one of another.
-    const Entry *find(const Mac &mac) const;
-
-    // The first record of this MAC that was not taken yet, null when there is none. Its entry has no record from then
-    // on.
-    const void *take(const Mac &mac);
+    // All entries, by key: a range.
+    Entry *begin() const { return entries_; }
+    Entry *end() const { return entries_ + size_; }
 
 private:
-    bool grow();
-
     Entry *entries_ = nullptr;
     std::size_t size_ = 0;
     std::size_t capacity_ = 0;
-    bool failed_ = false;
 };
 
-// A list and an index of it. Without memory for the index the list is walked: slower, with the same results.
-class IndexedNodes {
-public:
-    // `mac_at` is where the nodes have their MAC.
-    explicit IndexedNodes(std::size_t mac_at) : mac_at_(mac_at) {}
-
-    // Takes another list. Its nodes may not change their MACs or places before the next.
-    void enter(const void *head);
-
-private:
-    friend class MacMatch;
-
-    const void *head_ = nullptr;
-    std::size_t mac_at_;
-    MacIndex index_;
-};
-
-// The first node of a list that has this MAC, then the next one: along an index, or along the list itself.
-class MacMatch {
-public:
-    MacMatch(const IndexedNodes &nodes, const Mac &mac);
-    MacMatch(const void *head, std::size_t mac_at, const Mac &mac);
-
-    const void *node() const { return node_; }  // null behind the last
-    void advance();
-
-private:
-    void enter(const MacIndex::Entry *entry);
-    void walk_to(const Mac &mac);
-
-    const void *node_ = nullptr;
-    const MacIndex::Entry *entry_ = nullptr;
-    std::size_t mac_at_ = 0;
-};
-
-// The same with the nodes' type:
-//     for (RecordMatch<T> match(list, mac); const T *record = match.record(); match.advance()) ...
+// The nodes of one list, by the MAC in each:
+//     for (auto *match = index.find(mac); match != nullptr; match = index.next(match)) ... index.node(match)
 template <class T>
-class RecordMatch : public MacMatch {
+class NodeIndex {
 public:
-    using MacMatch::MacMatch;
-    const T *record() const { return static_cast<const T *>(node()); }
+    using MacField = Mac T::*;
+
+    // Takes the nodes behind a head in place of those before; false without memory. A null head is an empty list.
+    [[nodiscard]] bool build(const T *head, MacField mac) {
+        index_.clear();
+        for (const T *node = head; node != nullptr; node = node->next) {
+            if (!index_.add(mac_key(node->*mac), node)) {
+                return false;
+            }
+        }
+        index_.sort();
+        return true;
+    }
+
+    const MacIndex::Entry *find(const Mac &mac) const { return index_.find(mac_key(mac)); }
+    const MacIndex::Entry *next(const MacIndex::Entry *match) const { return index_.next(match); }
+    static const T *node(const MacIndex::Entry *match) { return static_cast<const T *>(match->record); }
+
+    // The first node of the list with this MAC, null when there is none.
+    const T *first(const Mac &mac) const {
+        const MacIndex::Entry *match = find(mac);
+        return match != nullptr ? node(match) : nullptr;
+    }
+
+private:
+    MacIndex index_;
 };
 
 }  // namespace qo1905

@@ -1,42 +1,45 @@
 // Writes the two association lists: one line per Wi-Fi station anywhere in the mesh, one file per band. Timer thread,
 // right after the build.
 
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "module/base/mac.h"
 #include "module/base/paths.h"
+#include "module/model/band.h"
 #include "module/model/list.h"
-#include "module/output/device_objects.h"
-#include "module/output/writer.h"
+#include "module/model/mac_index.h"
+#include "module/output/text_file.h"
 #include "qo1905.h"
 
 namespace qo1905 {
 namespace {
 
-constexpr std::size_t kChannelSize = sizeof(qo1905_device_info::Channel24G);
-constexpr std::size_t kMediaTypes = 3;
-
-struct Band {
-    char (qo1905_device_info::*channel)[kChannelSize];
-    bool is_5g;
-    std::uint32_t media_types[kMediaTypes];
+// What stands in the list of a band.
+struct ListedBand {
+    const Band &band;
+    std::array<std::uint32_t, 3> media_types;
 
     bool takes_group(Text name) const {
-        return is_5g ? contains(name, "rai"sv) : !contains(name, "rai"sv) && name != "eth"sv;
+        const bool is_5g = contains(name, kBand5G.prefix);
+        return &band == &kBand5G ? is_5g : !is_5g && name != "eth"sv;
     }
 
     bool takes_media_type(std::uint32_t code) const {
-        for (const std::uint32_t media_type : media_types) {
-            if (media_type == code) {
-                return true;
-            }
-        }
-        return false;
+        return std::find(media_types.begin(), media_types.end(), code) != media_types.end();
     }
 };
+constexpr ListedBand kListed24G = {kBand24G,
+                                   {QO1905_MEDIA_80211B_24GHZ, QO1905_MEDIA_80211G_24GHZ, QO1905_MEDIA_80211N_24GHZ}};
+constexpr ListedBand kListed5G = {kBand5G,
+                                  {QO1905_MEDIA_80211A_5GHZ, QO1905_MEDIA_80211N_5GHZ, QO1905_MEDIA_80211AC_5GHZ}};
 
 // The channel of the band as the lines show it: a shorter text overwrites only the start of a longer one of a device
 // before, and a device without one shows that of the device before. Readers live with it.
 class ChannelText {
 public:
-    void enter_device(Text channel) {
+    void overlay(Text channel) {
         if (!channel.empty()) {
             std::memcpy(text_, channel.data(), channel.size());
         }
@@ -44,7 +47,7 @@ public:
     Text view() const { return {text_, strnlen(text_, sizeof(text_))}; }
 
 private:
-    char text_[kChannelSize] = {};
+    ChannelField text_ = {};
 };
 
 // Prints a text that ends in this column, or behind it when it is longer.
@@ -84,61 +87,54 @@ void write_line(MemoryText &out, const qo1905_sta_info &station, Text interface_
     out.end_at(at);
 }
 
-// The first station with this MAC in the band; null when there is none.
-const qo1905_sta_info *find_station(const StationList &stations, const Mac &mac, const Band &band) {
-    for (StationMatch match(stations, mac); const qo1905_sta_info *station = match.record(); match.advance()) {
-        if (band.takes_media_type(station->MediaType)) {
-            return station;
-        }
-    }
-    return nullptr;
-}
+// One band's file as it grows.
+class BandList {
+public:
+    explicit BandList(const ListedBand &listed) : listed_(listed) {}
 
-void write_device(MemoryText &out, const qo1905_device &device, const StationList &stations, const Band &band,
-                  Text channel) {
-    for (const qo1905_non1905_group &group : ListNodes(device.NonIEEE1905Neighbor)) {
-        const Text name = field_text(group.Name);
-        if (!band.takes_group(name)) {
-            continue;
+    void add_device(const qo1905_device &device) {
+        channel_.overlay(field_text(device.Info.*listed_.band.channel));
+        if (!index_stations(device)) {
+            text_.fail();
+            return;
         }
-        for (const qo1905_non1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
-            const qo1905_sta_info *station = find_station(stations, neighbor.NeighborInterfaceId, band);
-            if (station != nullptr) {
-                write_line(out, *station, name, channel);
+        for (const qo1905_non1905_group &group : ListNodes(device.NonIEEE1905Neighbor)) {
+            if (listed_.takes_group(field_text(group.Name))) {
+                add_group(group);
             }
         }
     }
-}
 
-// A file as it grows.
-struct BandList {
-    const Band &band;
-    MemoryText text;
-    ChannelText channel;
-};
+    const MemoryText &text() const { return text_; }
 
-// Both in one walk: finding a device's stations by MAC is half of the work.
-void list_stations(BandList &low, BandList &high) {
-    const qo1905_network_topology *network = getNetTopolTable();
-    if (network == nullptr || network->IEEE1905DeviceNumberOfEntries == 0) {
-        return;
+private:
+    // The stations of the band alone: of the others there may be many with the same MAC. False without memory.
+    bool index_stations(const qo1905_device &device) {
+        stations_.clear();
+        for (const qo1905_sta_info &station : ListNodes(device.STAInfo)) {
+            if (listed_.takes_media_type(station.MediaType) && !stations_.add(mac_key(station.STAMac), &station)) {
+                return false;
+            }
+        }
+        stations_.sort();
+        return true;
     }
-    StationList stations;
-    for (const qo1905_device &device : ListNodes(network->IEEE1905Device)) {
-        stations.enter(device.STAInfo);
-        for (BandList *list : {&low, &high}) {
-            list->channel.enter_device(field_text(device.Info.*list->band.channel));
-            write_device(list->text, device, stations, list->band, list->channel.view());
+
+    void add_group(const qo1905_non1905_group &group) {
+        for (const qo1905_non1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
+            const MacIndex::Entry *first = stations_.find(mac_key(neighbor.NeighborInterfaceId));
+            if (first != nullptr) {
+                const auto &station = *static_cast<const qo1905_sta_info *>(first->record);
+                write_line(text_, station, field_text(group.Name), channel_.view());
+            }
         }
     }
-}
 
-constexpr Band kBand24G = {&qo1905_device_info::Channel24G,
-                           false,
-                           {QO1905_MEDIA_80211B_24GHZ, QO1905_MEDIA_80211G_24GHZ, QO1905_MEDIA_80211N_24GHZ}};
-constexpr Band kBand5G = {&qo1905_device_info::Channel5G,
-                          true,
-                          {QO1905_MEDIA_80211A_5GHZ, QO1905_MEDIA_80211N_5GHZ, QO1905_MEDIA_80211AC_5GHZ}};
+    const ListedBand &listed_;
+    MemoryText text_;
+    ChannelText channel_;
+    MacIndex stations_;
+};
 
 }  // namespace
 }  // namespace qo1905
@@ -146,10 +142,16 @@ constexpr Band kBand5G = {&qo1905_device_info::Channel5G,
 using namespace qo1905;
 
 int32_t updateWifiAssocList() {
-    BandList low{kBand24G, {}, {}};
-    BandList high{kBand5G, {}, {}};
-    list_stations(low, high);
-    write_text_file(kAssocList24G, low.text);
-    write_text_file(kAssocList5G, high.text);
+    BandList low(kListed24G);
+    BandList high(kListed5G);
+    const qo1905_network_topology *network = getNetTopolTable();
+    if (network != nullptr && network->IEEE1905DeviceNumberOfEntries != 0) {
+        for (const qo1905_device &device : ListNodes(network->IEEE1905Device)) {
+            low.add_device(device);
+            high.add_device(device);
+        }
+    }
+    write_text_file(kAssocList24G, low.text());
+    write_text_file(kAssocList5G, high.text());
     return 0;
 }

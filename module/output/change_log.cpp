@@ -6,8 +6,8 @@
 #include <ctime>
 
 #include "module/base/paths.h"
-#include "module/output/members.h"
-#include "module/output/writer.h"
+#include "module/output/code_names.h"
+#include "module/output/json_writer.h"
 #include "qo1905.h"
 
 namespace qo1905 {
@@ -17,42 +17,36 @@ namespace {
 void write_time_stamp(JsonWriter &json, std::uint32_t seconds) {
     const auto time = static_cast<std::time_t>(seconds);
     const std::tm *local = std::localtime(&time);
-    if (local == nullptr) {
-        json.name("TimeStamp", ""sv);
-        return;
+    char text[96] = "";
+    if (local != nullptr) {
+        (void)std::snprintf(text, sizeof(text), "%.2d-%.2d-%.2dT%.2d:%.2d:%.2d", local->tm_year + 1900,
+                            local->tm_mon + 1, local->tm_mday, local->tm_hour, local->tm_min, local->tm_sec);
     }
-    char text[96];
-    (void)std::snprintf(text, sizeof(text), "%.2d-%.2d-%.2dT%.2d:%.2d:%.2d", local->tm_year + 1900, local->tm_mon + 1,
-                        local->tm_mday, local->tm_hour, local->tm_min, local->tm_sec);
-    json.name("TimeStamp", text);
+    json.name("TimeStamp"sv, text);
 }
 
-constexpr Row kEntry[] = {
-    QO1905_MEMBER_AS("EventType", qo1905_change_log_entry, EventType, CodeTable::kEventType),
-    QO1905_MEMBER("ReporterDeviceId", qo1905_change_log_entry, ReporterDeviceId),
-    QO1905_MEMBER("ReporterInterfaceId", qo1905_change_log_entry, ReporterInterfaceId),
-    QO1905_MEMBER_AS("NeighborType", qo1905_change_log_entry, NeighborType, CodeTable::kNeighborType),
-    QO1905_MEMBER("NeighborId", qo1905_change_log_entry, NeighborId),
-};
-
 void write_entry(JsonWriter &json, unsigned number, const qo1905_change_log_entry &entry) {
-    json.open({"ChangeLog.", number});
+    json.open_numbered("ChangeLog."sv, number);
     write_time_stamp(json, entry.TimeStamp);
-    json.members(packed_rows<kEntry>(), &entry);
+    json.name("EventType"sv, code_name(CodeTable::kEventType, entry.EventType));
+    json.mac("ReporterDeviceId"sv, entry.ReporterDeviceId);
+    json.mac("ReporterInterfaceId"sv, entry.ReporterInterfaceId);
+    json.name("NeighborType"sv, code_name(CodeTable::kNeighborType, entry.NeighborType));
+    json.mac("NeighborId"sv, entry.NeighborId);
     json.close();
 }
 
 void write_last_change(JsonWriter &json, int number) {
     char text[32];
     (void)std::snprintf(text, sizeof(text), "ChangeLog.%d", number);
-    json.name("LastChange", text);
+    json.name("LastChange"sv, text);
 }
 
 void write_change_log(JsonWriter &json, const qo1905_network_topology &network) {
-    json.number("MaxChangeLogEntries", network.MaxChangeLogEntries);
+    json.number("MaxChangeLogEntries"sv, network.MaxChangeLogEntries);
     write_last_change(json, network.LastChange);
-    json.number("IEEE1905DeviceNumberOfEntries", network.IEEE1905DeviceNumberOfEntries);
-    json.number("ChangeLogNumberOfEntries", network.ChangeLogNumberOfEntries);
+    json.number("IEEE1905DeviceNumberOfEntries"sv, network.IEEE1905DeviceNumberOfEntries);
+    json.number("ChangeLogNumberOfEntries"sv, network.ChangeLogNumberOfEntries);
     // A count beyond the array, which a host may have left, must not be read.
     const unsigned valid = std::min<unsigned>(network.ChangeLogNumberOfEntries, QO1905_CHANGE_LOG_CAPACITY);
     for (unsigned i = 0; i < valid; ++i) {

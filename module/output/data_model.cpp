@@ -8,9 +8,10 @@
 #include "module/base/diag.h"
 #include "module/base/paths.h"
 #include "module/model/list.h"
+#include "module/output/code_names.h"
 #include "module/output/device_objects.h"
-#include "module/output/members.h"
-#include "module/output/writer.h"
+#include "module/output/item_list.h"
+#include "module/output/json_writer.h"
 #include "qo1905.h"
 
 namespace qo1905 {
@@ -30,40 +31,38 @@ void write_al_lower_layers(JsonWriter &json, unsigned interfaces) {
         item.append_number(i);
         list.add(item.view());
     }
-    json.list("LowerLayers", list.view());
+    json.list("LowerLayers"sv, list.view());
 }
 
-constexpr Row kAlIdentity[] = {
-    QO1905_MEMBER("IEEE1905Id", qo1905_al_table, IEEE1905Id),
-    QO1905_MEMBER_AS("Status", qo1905_al_table, Status, CodeTable::kAlStatus),
-};
-
-constexpr Row kAlInfo[] = {
-    QO1905_MEMBER("InterfaceNumberOfEntries", qo1905_al_table, InterfaceNumberOfEntries),
-    QO1905_MEMBER_AS("EnableReboot", qo1905_al_table, Info.EnableReboot, Form::kFlag),
-    QO1905_MEMBER_AS("EnableInterfacePowerControl", qo1905_al_table, Info.EnableInterfacePowerControl, Form::kFlag),
-    QO1905_MEMBER("DeviceMode", qo1905_al_table, Info.DeviceMode),
-    QO1905_MEMBER_AS("ReleaseVersion", qo1905_al_table, Info.ReleaseVersion, Form::kReplaceable),
-    QO1905_MEMBER("ResetAfterDistribution", qo1905_al_table, Info.ResetAfterDistribution),
-    QO1905_MEMBER("LEDstatus", qo1905_al_table, Info.LEDstatus),
-    QO1905_MEMBER_AS("DeviceType", qo1905_al_table, Info.DeviceType, CodeTable::kDeviceType),
-    QO1905_MEMBER("SendSearchMsg", qo1905_al_table, Info.SendSearchMsg),
-    QO1905_MEMBER("SendResponseMsg", qo1905_al_table, Info.SendResponseMsg),
-};
+void write_release_version(JsonWriter &json, const qo1905_device_info &info) {
+    const bool is_overridden = info.ReleaseVersionOverride[0] != '\0';
+    json.text("ReleaseVersion"sv, is_overridden ? info.ReleaseVersionOverride : info.ReleaseVersion);
+}
 
 void write_al(JsonWriter &json, const qo1905_al_table &al) {
-    json.open("AL");
-    json.members(packed_rows<kAlIdentity>(), &al);
-    json.number("LastChange", seconds_since(al.LastChangeTime, std::time(nullptr)));
+    const qo1905_device_info &info = al.Info;
+    json.open("AL"sv);
+    json.mac("IEEE1905Id"sv, al.IEEE1905Id);
+    json.name("Status"sv, code_name(CodeTable::kAlStatus, al.Status));
+    json.number("LastChange"sv, seconds_since(al.LastChangeTime, std::time(nullptr)));
     write_al_lower_layers(json, al.InterfaceNumberOfEntries);
-    json.members(packed_rows<kAlInfo>(), &al);
+    json.number("InterfaceNumberOfEntries"sv, al.InterfaceNumberOfEntries);
+    json.flag("EnableReboot"sv, info.EnableReboot == 1);
+    json.flag("EnableInterfacePowerControl"sv, info.EnableInterfacePowerControl == 1);
+    json.text("DeviceMode"sv, info.DeviceMode);
+    write_release_version(json, info);
+    json.number("ResetAfterDistribution"sv, info.ResetAfterDistribution);
+    json.text("LEDstatus"sv, info.LEDstatus);
+    json.name("DeviceType"sv, code_name(CodeTable::kDeviceType, info.DeviceType));
+    json.number("SendSearchMsg"sv, info.SendSearchMsg);
+    json.number("SendResponseMsg"sv, info.SendResponseMsg);
 }
 
 // From the second link on, readers find a line end inside the quotes. An interface without links keeps the list of the
 // one before.
 void list_links(ItemBuffer &list, unsigned interface, unsigned links) {
     list.begin();
-    for (unsigned k = 1; k <= links; ++k) {
+    for (unsigned k = 1; k <= links && !list.full(); ++k) {
         BoundedText<80> item;
         item.append("Device.X_0A3C5E_IEEE1905.AL.Interface."sv);
         item.append_number(interface);
@@ -74,22 +73,14 @@ void list_links(ItemBuffer &list, unsigned interface, unsigned links) {
     }
 }
 
-void write_oui(JsonWriter &json, const std::uint8_t (&oui)[3]) {
-    char text[sizeof("00-00-00")];
-    (void)std::snprintf(text, sizeof(text), "%.2x-%.2x-%.2x", oui[0], oui[1], oui[2]);
-    json.name("OUI", text);
+void write_vendor_properties(JsonWriter &json, const qo1905_al_interface &interface) {
+    char oui[sizeof("00-00-00")];
+    (void)std::snprintf(oui, sizeof(oui), "%.2x-%.2x-%.2x", interface.OUI[0], interface.OUI[1], interface.OUI[2]);
+    json.open("VendorProperties"sv);
+    json.name("OUI"sv, oui);
+    json.name("Information"sv, ""sv);  // never shown
+    json.close();
 }
-
-constexpr Row kInterfaceIdentity[] = {
-    QO1905_MEMBER("InterfaceId", qo1905_al_interface, InterfaceId),
-    QO1905_MEMBER_AS("Status", qo1905_al_interface, Status, CodeTable::kInterfaceStatus),
-};
-
-constexpr Row kInterfaceInfo[] = {
-    QO1905_MEMBER_AS("MediaType", qo1905_al_interface, MediaType, CodeTable::kMediaType),
-    QO1905_MEMBER_AS("PowerState", qo1905_al_interface, PowerState, CodeTable::kPowerState),
-    QO1905_MEMBER("LinkNumberOfEntries", qo1905_al_interface, LinkNumberOfEntries),
-};
 
 void write_al_interfaces(JsonWriter &json) {
     const std::time_t now = std::time(nullptr);
@@ -98,97 +89,116 @@ void write_al_interfaces(JsonWriter &json) {
     for (const qo1905_al_interface &interface : ListNodes(getIntfTable())) {
         ++n;
         list_links(links, n, interface.LinkNumberOfEntries);
-        json.open({"Interface.", n});
-        json.members(packed_rows<kInterfaceIdentity>(), &interface);
-        json.number("LastChange", seconds_since(interface.LastChangeTime, now));
-        json.list("LowerLayers", links.view());
-        json.members(packed_rows<kInterfaceInfo>(), &interface);
-        json.open("VendorProperties");
-        write_oui(json, interface.OUI);
-        json.name("Information", ""sv);  // never told
-        json.close();
+        json.open_numbered("Interface."sv, n);
+        json.mac("InterfaceId"sv, interface.InterfaceId);
+        json.name("Status"sv, code_name(CodeTable::kInterfaceStatus, interface.Status));
+        json.number("LastChange"sv, seconds_since(interface.LastChangeTime, now));
+        json.list("LowerLayers"sv, links.view());
+        json.name("MediaType"sv, code_name(CodeTable::kMediaType, interface.MediaType));
+        json.name("PowerState"sv, code_name(CodeTable::kPowerState, interface.PowerState));
+        json.number("LinkNumberOfEntries"sv, interface.LinkNumberOfEntries);
+        write_vendor_properties(json, interface);
         json.close();
     }
 }
 
-constexpr Row kDevice[] = {
-    QO1905_MEMBER("IEEE1905Id", qo1905_device, IEEE1905Id),
-    QO1905_MEMBER("InterfaceNumberOfEntries", qo1905_device, InterfaceNumberOfEntries),
-    QO1905_MEMBER("NonIEEE1905NeighborNumberOfEntries", qo1905_device, NonIEEE1905NeighborNumberOfEntries),
-    QO1905_MEMBER("IEEE1905NeighborNumberOfEntries", qo1905_device, IEEE1905NeighborNumberOfEntries),
-    QO1905_MEMBER("BridgingTupleNumberOfEntries", qo1905_device, BridgingTupleNumberOfEntries),
-    QO1905_MEMBER_AS("EnableReboot", qo1905_device, Info.EnableReboot, Form::kFlag),
-    QO1905_MEMBER_AS("EnableInterfacePowerControl", qo1905_device, Info.EnableInterfacePowerControl, Form::kFlag),
-    QO1905_MEMBER("FirmwareVersion", qo1905_device, Info.FirmwareVersion),
-    QO1905_MEMBER("Newfirmware", qo1905_device, Info.Newfirmware),
-    QO1905_MEMBER("NewfirmwareUpgradeState", qo1905_device, Info.NewfirmwareUpgradeState),
-    QO1905_MEMBER("Newfirmwareversion", qo1905_device, Info.Newfirmwareversion),
-    QO1905_MEMBER("Newfirmwaredate", qo1905_device, Info.Newfirmwaredate),
-    QO1905_MEMBER("Hostname", qo1905_device, Info.Hostname),
-    QO1905_MEMBER("DeviceIP", qo1905_device, Info.DeviceIP),
-    QO1905_MEMBER("DeviceMode", qo1905_device, Info.DeviceMode),
-    QO1905_MEMBER_AS("ReleaseVersion", qo1905_device, Info.ReleaseVersion, Form::kReplaceable),
-    QO1905_MEMBER("ResetAfterDistribution", qo1905_device, Info.ResetAfterDistribution),
-    QO1905_MEMBER("LEDstatus", qo1905_device, Info.LEDstatus),
-    fixed_row("PowerControlMediaType=0xffff"),
-    fixed_row("PowerControlPowerState=0xff"),
-    QO1905_MEMBER_AS("DeviceType", qo1905_device, Info.DeviceType, CodeTable::kDeviceType),
-    QO1905_MEMBER("Ap-autoconfig", qo1905_device, Info.Ap_autoconfig),
-    QO1905_MEMBER("Ap-autoconfig_2.4G", qo1905_device, Ap_autoconfig_2_4G),
-    QO1905_MEMBER("Ap-autoconfig_5G", qo1905_device, Ap_autoconfig_5G),
-};
+// The number that a text begins with, 0 when it begins with none.
+template <std::size_t N>
+void write_text_number(JsonWriter &json, Text key, const char (&field)[N]) {
+    BoundedText<N + 1> text;
+    text.append(field_text(field));
+    json.signed_number(key, text_number(text.c_str()));
+}
 
-constexpr Row kAppVersion[] = {
-    QO1905_MEMBER("Version", qo1905_device_info, Version),
-    // Misspelt, as readers know it.
-    QO1905_MEMBER_AS("L2DeviveCtrl", qo1905_device_info, L2DeviveCtrl, Form::kTextNumber),
-    QO1905_MEMBER_AS("WiFiAutoCfg", qo1905_device_info, WiFiAutoCfg, Form::kTextNumber),
-    QO1905_MEMBER_AS("WiFiOnOff", qo1905_device_info, WiFiOnOff, Form::kTextNumber),
-    QO1905_MEMBER_AS("FwUpgrade", qo1905_device_info, FwUpgrade, Form::kTextNumber),
-    QO1905_MEMBER_AS("LEDOnOff", qo1905_device_info, LEDOnOff, Form::kTextNumber),
-};
+void write_app_version(JsonWriter &json, const qo1905_device_info &info) {
+    json.open("AppVersion"sv);
+    json.text("Version"sv, info.Version);
+    write_text_number(json, "L2DeviveCtrl"sv, info.L2DeviveCtrl);  // misspelt, as readers know it
+    write_text_number(json, "WiFiAutoCfg"sv, info.WiFiAutoCfg);
+    write_text_number(json, "WiFiOnOff"sv, info.WiFiOnOff);
+    write_text_number(json, "FwUpgrade"sv, info.FwUpgrade);
+    write_text_number(json, "LEDOnOff"sv, info.LEDOnOff);
+    json.close();
+}
 
 void write_device_info(JsonWriter &json, const qo1905_device &device) {
-    json.members(packed_rows<kDevice>(), &device);
-    json.open("AppVersion");
-    json.members(packed_rows<kAppVersion>(), &device.Info);
-    json.close();
+    const qo1905_device_info &info = device.Info;
+    json.mac("IEEE1905Id"sv, device.IEEE1905Id);
+    json.number("InterfaceNumberOfEntries"sv, device.InterfaceNumberOfEntries);
+    json.number("NonIEEE1905NeighborNumberOfEntries"sv, device.NonIEEE1905NeighborNumberOfEntries);
+    json.number("IEEE1905NeighborNumberOfEntries"sv, device.IEEE1905NeighborNumberOfEntries);
+    json.number("BridgingTupleNumberOfEntries"sv, device.BridgingTupleNumberOfEntries);
+    json.flag("EnableReboot"sv, info.EnableReboot == 1);
+    json.flag("EnableInterfacePowerControl"sv, info.EnableInterfacePowerControl == 1);
+    json.text("FirmwareVersion"sv, info.FirmwareVersion);
+    json.number("Newfirmware"sv, info.Newfirmware);
+    json.number("NewfirmwareUpgradeState"sv, info.NewfirmwareUpgradeState);
+    json.text("Newfirmwareversion"sv, info.Newfirmwareversion);
+    json.text("Newfirmwaredate"sv, info.Newfirmwaredate);
+    json.text("Hostname"sv, info.Hostname);
+    json.text("DeviceIP"sv, info.DeviceIP);
+    json.text("DeviceMode"sv, info.DeviceMode);
+    write_release_version(json, info);
+    json.number("ResetAfterDistribution"sv, info.ResetAfterDistribution);
+    json.text("LEDstatus"sv, info.LEDstatus);
+    json.name("PowerControlMediaType"sv, "0xffff"sv);
+    json.name("PowerControlPowerState"sv, "0xff"sv);
+    json.name("DeviceType"sv, code_name(CodeTable::kDeviceType, info.DeviceType));
+    json.number("Ap-autoconfig"sv, info.Ap_autoconfig);
+    json.number("Ap-autoconfig_2.4G"sv, device.Ap_autoconfig_2_4G);
+    json.number("Ap-autoconfig_5G"sv, device.Ap_autoconfig_5G);
+    write_app_version(json, info);
 }
 
-// The count decides whether there are any; the list decides how many.
-void write_devices(JsonWriter &json, const qo1905_network_topology &network) {
-    if (network.IEEE1905DeviceNumberOfEntries == 0) {
-        return;
+// False without memory to look into the device's lists.
+bool write_device(JsonWriter &json, const qo1905_device &device, unsigned number, DeviceIndex &index,
+                  std::size_t &pool) {
+    if (!index.build(device)) {
+        return false;
     }
-    StationList stations;
+    DeviceShare share(json, pool);
+    json.open_numbered("IEEE1905Device."sv, number);
+    write_device_info(json, device);
+    write_device_interfaces(json, device, share);
+    write_non1905_neighbors(json, device, index, share);
+    write_1905_neighbors(json, device, index, share);
+    write_bridging_tuples(json, device, share);
+    json.close();
+    if (share.is_cut()) {
+        std::printf("%s: IEEE1905Device.%u is cut, it is more than eight times its part of the dump\n",
+                    "writeJsonDataModel", number);
+    }
+    return true;
+}
+
+// The count decides whether there are any; the list decides how many. False without memory.
+bool write_devices(JsonWriter &json, const qo1905_network_topology &network) {
+    if (network.IEEE1905DeviceNumberOfEntries == 0) {
+        return true;
+    }
+    DeviceIndex index;
+    std::size_t pool = kTextPool;
     unsigned d = 0;
     for (const qo1905_device &device : ListNodes(network.IEEE1905Device)) {
-        json.open({"IEEE1905Device.", ++d});
-        write_device_info(json, device);
-        write_device_interfaces(json, device);
-        stations.enter(device.STAInfo);
-        write_non1905_neighbors(json, device, stations);
-        write_1905_neighbors(json, device, stations);
-        write_bridging_tuples(json, device);
-        json.close();
+        if (!write_device(json, device, ++d, index, pool)) {
+            return false;
+        }
     }
+    return true;
 }
 
-constexpr Row kNetworkTopology[] = {
-    QO1905_MEMBER_AS("Status", qo1905_network_topology, Status, CodeTable::kTopologyStatus),
-    QO1905_MEMBER("IEEE1905DeviceNumberOfEntries", qo1905_network_topology, IEEE1905DeviceNumberOfEntries),
-};
-
-void write_network_topology(JsonWriter &json) {
+bool write_network_topology(JsonWriter &json) {
     const qo1905_network_topology *network = getNetTopolTable();
     if (network == nullptr) {
-        return;
+        return true;
     }
-    json.open("NetworkTopology");
-    json.word("Enable", code_name(CodeTable::kTopologyEnable, network->Enable));
-    json.members(packed_rows<kNetworkTopology>(), network);
-    write_devices(json, *network);
+    json.open("NetworkTopology"sv);
+    json.word("Enable"sv, code_name(CodeTable::kTopologyEnable, network->Enable));
+    json.name("Status"sv, code_name(CodeTable::kTopologyStatus, network->Status));
+    json.number("IEEE1905DeviceNumberOfEntries"sv, network->IEEE1905DeviceNumberOfEntries);
+    const bool whole = write_devices(json, *network);
     json.close();
+    return whole;
 }
 
 // Also closes all that is open around it.
@@ -197,9 +207,9 @@ void write_security(JsonWriter &json) {
     if (security == nullptr) {
         return;
     }
-    json.open("Security");
-    json.name("SetupMethod", code_name(CodeTable::kSetupMethod, security->SetupMethod));
-    json.text("Password", shown(security->Password));
+    json.open("Security"sv);
+    json.name("SetupMethod"sv, code_name(CodeTable::kSetupMethod, security->SetupMethod));
+    json.text("Password"sv, Text(shown(security->Password)));
     json.close();
     json.close();  // AL
     json.close();  // X_0A3C5E_IEEE1905
@@ -207,18 +217,20 @@ void write_security(JsonWriter &json) {
     json.end();
 }
 
-void write_data_model(JsonWriter &json) {
+// False without memory.
+bool write_data_model(JsonWriter &json) {
     json.begin();
-    json.open("Device");
-    json.open("X_0A3C5E_IEEE1905");
+    json.open("Device"sv);
+    json.open("X_0A3C5E_IEEE1905"sv);
     const qo1905_al_table *al = getAlTable();
     if (al == nullptr) {
-        return;  // the document stays open: three lines tell readers that there is no table
+        return true;  // the document stays open: three lines tell readers that there is no table
     }
     write_al(json, *al);
     write_al_interfaces(json);
-    write_network_topology(json);
+    const bool whole = write_network_topology(json);
     write_security(json);
+    return whole;
 }
 
 }  // namespace
@@ -229,7 +241,9 @@ using namespace qo1905;
 int32_t writeJsonDataModel() {
     MemoryText text;
     JsonWriter json(text);
-    write_data_model(json);
+    if (!write_data_model(json)) {
+        text.fail();
+    }
     write_text_file(kModelFile, text);
     return 0;
 }

@@ -1,12 +1,11 @@
-// Counts the Agents of the dump and remembers who they are, for the report sender.
-
-#include "module/model/agents.h"
+// Counts the Agents of the dump and remembers who they are, for the report sender. Timer thread.
 
 #include <cstring>
 
 #include "module/base/diag.h"
 #include "module/base/json.h"
 #include "module/base/owned.h"
+#include "module/model/agents.h"
 #include "module/model/list.h"
 #include "qo1905.h"
 
@@ -14,8 +13,6 @@ namespace qo1905 {
 namespace {
 
 constexpr char kName[] = "get1905AgentDevNumber";
-
-Agent *agents = nullptr;
 
 // The daemon writes "02"; what it would be cut to counts as well, an empty text included.
 bool is_agent_role(const char *role) { return role != nullptr && std::strncmp("02", role, std::strlen(role)) == 0; }
@@ -37,16 +34,6 @@ bool remember_agent(json_object *device, ListTail<Agent> &tail) {
 }
 
 }  // namespace
-
-bool is_agent(const Mac &al_mac) {
-    for (const Agent &agent : ListNodes(agents)) {
-        if (same_mac(agent.AlMac, al_mac)) {
-            return true;
-        }
-    }
-    return false;
-}
-
 }  // namespace qo1905
 
 using namespace qo1905;

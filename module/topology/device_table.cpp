@@ -1,11 +1,14 @@
 // Builds the table's device list: as many records as Agents were counted in the dump, parsed by topology/dump_entry.cpp
 // and completed with what the Agents reported and with the addresses that dnsmasq leased. Timer thread.
 
+#include <cstring>
+
 #include "module/base/owned.h"
 #include "module/base/text.h"
 #include "module/model/al_table.h"
 #include "module/model/high_layer_table.h"
 #include "module/model/list.h"
+#include "module/topology/dump_entry.h"
 #include "module/topology/leases.h"
 #include "qo1905.h"
 
@@ -26,19 +29,35 @@ void copy_field(char (&to)[N], const char (&from)[N]) {
     std::memcpy(to, from, N);
 }
 
-// Every report of this Agent in turn: the latest wins, also with a text that it leaves empty.
-void merge_reports(qo1905_device &device) {
-    if (copied_reports() == nullptr) {
-        fill_field(device.Info.FirmwareVersion, "");
+// The last report counts, also with a text that it leaves empty. "Unknown" is whoever is in a mesh that never reported.
+void merge_report(qo1905_device &device, const ReportIndex &reports) {
+    if (imported_reports() == nullptr) {
         fill_field(device.Info.Hostname, "Unknown");
-        fill_field(device.Info.DeviceIP, "");
         return;
     }
-    for (auto match = reports_of(device.IEEE1905Id); const qo1905_report *report = match.record(); match.advance()) {
+    if (const qo1905_report *report = reports.of(device.IEEE1905Id).last) {
         copy_field(device.Info.FirmwareVersion, report->firmwareversion);
         copy_field(device.Info.Hostname, report->hostname);
         copy_field(device.Info.DeviceIP, report->deviceIP);
     }
+}
+
+// The result of the last device's entry; QO1905_FAILURE without memory for a record, those before stay.
+int build_devices(json_object *topology, qo1905_network_topology &network, const ReportIndex &reports) {
+    ListTail<qo1905_device> tail(network.IEEE1905Device);
+    int result = QO1905_SUCCESS;
+    for (unsigned i = 0; i < network.IEEE1905DeviceNumberOfEntries; ++i) {
+        auto *device = record_new<qo1905_device>();
+        if (device == nullptr) {
+            return QO1905_FAILURE;
+        }
+        set_defaults(*device);
+        // Element 0 is the local device.
+        result = parse_dump_entry(topology, *device, static_cast<std::uint16_t>(i + 1), reports);
+        merge_report(*device, reports);
+        tail.append(device);
+    }
+    return result;
 }
 
 }  // namespace
@@ -51,23 +70,12 @@ int32_t getIeee1905DevTable(json_object *topology) {
     if (network == nullptr) {
         return QO1905_FAILURE;
     }
-    move_reports_to_copy();
-    const CopiedReportsIndexed indexed;
+    import_reports();
     destroyIeee1905DevTable(network->IEEE1905Device);
-    ListTail<qo1905_device> tail(network->IEEE1905Device);
-    int32_t result = QO1905_SUCCESS;
-    for (unsigned i = 0; i < network->IEEE1905DeviceNumberOfEntries; ++i) {
-        auto *device = record_new<qo1905_device>();
-        if (device == nullptr) {
-            result = QO1905_FAILURE;
-            break;  // those that are there already get their leases
-        }
-        set_defaults(*device);
-        // Element 0 is the local device.
-        result = getNbrDevInfo(topology, device, static_cast<std::uint16_t>(i + 1));
-        merge_reports(*device);
-        tail.append(device);
+    ReportIndex reports;
+    if (!reports.build(imported_reports())) {
+        return QO1905_FAILURE;
     }
-    merge_leases(network->IEEE1905Device);
-    return result;
+    const int result = build_devices(topology, *network, reports);
+    return merge_leases(network->IEEE1905Device) ? result : QO1905_FAILURE;
 }

@@ -1,6 +1,9 @@
 // Parses one device entry of the topology dump into the child lists and counters of its record: interfaces, neighbour
 // groups and stations. Everything read here was put together from what other devices sent. Timer thread.
 
+#include "module/topology/dump_entry.h"
+
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -11,10 +14,8 @@
 #include "module/base/mac.h"
 #include "module/base/owned.h"
 #include "module/base/text.h"
-#include "module/model/high_layer_table.h"
+#include "module/model/band.h"
 #include "module/model/list.h"
-#include "module/model/mac_index.h"
-#include "qo1905.h"
 
 namespace qo1905 {
 namespace {
@@ -24,27 +25,15 @@ constexpr int kFirst5GChannel = 36;
 
 bool is_text(const char *text, const char *expected) { return text != nullptr && std::strcmp(text, expected) == 0; }
 
-// "-55": nearly all there is, and sscanf is slow.
-bool parse_plain_number(const char *text, std::int16_t &value) {
-    constexpr int kMaxDigits = 4;
-    const bool negative = *text == '-';
-    text += negative ? 1 : 0;
-    int number = 0;
-    int digits = 0;
-    for (; digits < kMaxDigits && *text >= '0' && *text <= '9'; ++digits) {
-        number = number * 10 + (*text++ - '0');
-    }
-    if (digits == 0 || *text != '\0') {
-        return false;
-    }
-    value = static_cast<std::int16_t>(negative ? -number : number);
-    return true;
-}
-
-// Keeps the value where the text is no number.
+// What the C library's "%hd" reads. Keeps the value where the text is no number.
 void parse_rssi(const char *text, std::int16_t &value) {
-    if (text != nullptr && !parse_plain_number(text, value)) {
-        (void)std::sscanf(text, "%hd", &value);
+    if (text == nullptr) {
+        return;
+    }
+    char *end = nullptr;
+    const long number = std::strtol(text, &end, 10);
+    if (end != text) {
+        value = static_cast<std::int16_t>(number);
     }
 }
 
@@ -83,29 +72,15 @@ private:
     unsigned count_ = 0;
 };
 
-struct Band {
-    bool is_5g;
-    std::uint32_t media_type;
-    char name_prefix[4];
-};
-constexpr Band kBand24G = {false, QO1905_MEDIA_80211N_24GHZ, "ra"};
-constexpr Band kBand5G = {true, QO1905_MEDIA_80211N_5GHZ, "rai"};
-
 const Band &band_of(const char *channel) {
     return channel != nullptr && text_number(channel) >= kFirst5GChannel ? kBand5G : kBand24G;
 }
 
-struct MediumName {
-    char name[5];
-    std::uint32_t media_type;
-};
-constexpr MediumName kWifiMedia[] = {{"5G", QO1905_MEDIA_80211N_5GHZ}, {"2.4G", QO1905_MEDIA_80211N_24GHZ}};
-
-// The Wi-Fi media type of a "Medium"; null when it names none.
-const MediumName *wifi_medium(const char *name) {
-    for (const MediumName &medium : kWifiMedia) {
-        if (is_text(name, medium.name)) {
-            return &medium;
+// The band that a "Medium" names; null when it names none.
+const Band *band_named(const char *medium) {
+    for (const Band *band : {&kBand5G, &kBand24G}) {
+        if (medium != nullptr && band->medium == medium) {
+            return band;
         }
     }
     return nullptr;
@@ -124,78 +99,71 @@ enum BackhaulText { kBackhaulNeighbor, kBackhaulInterface, kBackhaulRssi, kBackh
 constexpr char kBackhaulKeys[kBackhaulTexts][21] = {"neighbor almac addr", "connected iface addr", "RSSI",
                                                     "Backhaul Medium Type"};
 
-// "neighbor_if_mac" of the first link to this neighbour that tells it; null when none does.
-const char *neighbor_interface(const JsonItems &links, const char *neighbor_al) {
-    for (json_object *link : links) {
-        if (neighbor_al == nullptr || !is_text(json_text(link, "neighbor_al"), neighbor_al)) {
-            continue;
-        }
-        const char *mac = json_text(json_items(link, "metrics")[0], "neighbor_if_mac");
-        if (mac != nullptr) {
-            return mac;
-        }
-    }
-    return nullptr;
-}
-
-// The rates that an Agent reported for its stations. That of the last report with the station in it counts, and in a
-// report that of the first entry.
-class ReportedRates {
+// The backhaul link metrics by neighbour: an entry may hold as many of them as of backhauls that ask.
+class LinkIndex {
 public:
-    void enter(const Mac &agent) {
-        copy_mac(agent_, agent);
-        index_.clear();
-        std::uint64_t reports = 0;
-        for (auto match = reports_of(agent); const qo1905_report *report = match.record(); match.advance()) {
-            std::uint32_t clients_after = UINT32_MAX;
-            for (const qo1905_client &client : ListNodes(report->clientList)) {
-                index_.add(client.Mac, &client, reports << 32U | clients_after--);
-            }
-            ++reports;
+    LinkIndex() = default;
+    ~LinkIndex() { std::free(links_); }
+    LinkIndex(const LinkIndex &) = delete;
+    LinkIndex &operator=(const LinkIndex &) = delete;
+
+    // False without memory.
+    bool build(const JsonItems &links) {
+        if (links.size() == 0) {
+            return true;
         }
-        index_.sort();
+        links_ = static_cast<Link *>(std::calloc(links.size(), sizeof(Link)));
+        if (links_ == nullptr) {
+            return false;
+        }
+        for (json_object *link : links) {
+            const char *neighbor = json_text(link, "neighbor_al");
+            const char *mac = json_text(json_items(link, "metrics")[0], "neighbor_if_mac");
+            if (neighbor != nullptr && mac != nullptr) {
+                links_[size_] = {neighbor, mac, size_};
+                ++size_;
+            }
+        }
+        std::sort(links_, links_ + size_, is_before);
+        return true;
     }
 
-    // 0 for a station that was never reported.
-    std::uint16_t of(const Mac &station) const { return index_.complete() ? look_up(station) : search(station); }
+    // "neighbor_if_mac" of the first link to this neighbour that tells it; null when none does.
+    const char *interface_of(const char *neighbor_al) const {
+        if (neighbor_al == nullptr) {
+            return nullptr;
+        }
+        const Link wanted = {neighbor_al, nullptr, 0};
+        const Link *found = std::lower_bound(links_, links_ + size_, wanted, is_before);
+        return found != links_ + size_ && is_text(found->neighbor, neighbor_al) ? found->mac : nullptr;
+    }
 
 private:
-    std::uint16_t look_up(const Mac &station) const {
-        const MacIndex::Entry *entry = index_.find(station);
-        if (entry == nullptr) {
-            return 0;
-        }
-        while (entry[1].mac == entry->mac) {
-            ++entry;
-        }
-        return static_cast<const qo1905_client *>(entry->record)->phyRate;
+    struct Link {
+        const char *neighbor;
+        const char *mac;
+        std::size_t order;
+    };
+
+    static bool is_before(const Link &a, const Link &b) {
+        const int order = std::strcmp(a.neighbor, b.neighbor);
+        return order != 0 ? order < 0 : a.order < b.order;
     }
 
-    // Without memory for the index.
-    std::uint16_t search(const Mac &station) const {
-        std::uint16_t rate = 0;
-        for (auto match = reports_of(agent_); const qo1905_report *report = match.record(); match.advance()) {
-            const RecordMatch<qo1905_client> first(report->clientList, offsetof(qo1905_client, Mac), station);
-            if (first.record() != nullptr) {
-                rate = first.record()->phyRate;
-            }
-        }
-        return rate;
-    }
-
-    Mac agent_ = {};
-    MacIndex index_;
+    Link *links_ = nullptr;
+    std::size_t size_ = 0;
 };
 
 // One call's work. The steps follow the order in which the record's lists are filled.
 class EntryParser {
 public:
-    EntryParser(json_object *entry, qo1905_device &device)
+    EntryParser(json_object *entry, qo1905_device &device, const ReportIndex &reports)
         : entry_(entry),
           device_(device),
+          reports_(reports),
           interfaces_(device.Interface),
           non1905_groups_(device.NonIEEE1905Neighbor),
-          groups_(device.IEEE1905Neighbor),
+          groups_1905_(device.IEEE1905Neighbor),
           stations_(device.STAInfo) {}
 
     int parse() {
@@ -203,17 +171,23 @@ public:
             return QO1905_FAILURE;
         }
         add_ethernet_clients();
-        add_backhauls();
+        if (!add_backhauls()) {
+            return QO1905_FAILURE;
+        }
         device_.STAInfoNumberOfEntries = static_cast<std::uint16_t>(wifi_backhauls_ + last_station_count_);
         return QO1905_SUCCESS;
     }
 
 private:
+    static bool tell_no_memory() {
+        std::printf("%s: Alloc struct buf failed!!\n", kName);
+        return false;
+    }
+
     bool add_interface(const char *mac, std::uint32_t media_type) {
         auto *interface = record_new<qo1905_device_interface>();
         if (interface == nullptr) {
-            std::printf("%s: Alloc struct buf failed!!\n", kName);
-            return false;
+            return tell_no_memory();
         }
         if (mac != nullptr) {
             parse_mac(mac, interface->InterfaceId);
@@ -227,7 +201,7 @@ private:
     bool add_fixed_interfaces() {
         const char *al_mac = json_text(entry_, "AL MAC");
         parse_mac(al_mac, device_.IEEE1905Id);
-        rates_.enter(device_.IEEE1905Id);
+        reported_ = reports_.of(device_.IEEE1905Id);
         const char *uplink = json_text(json_items(entry_, "BH Interface(APCLI)")[0], "MAC address");
         device_.InterfaceNumberOfEntries = 2;
         return add_interface(al_mac, QO1905_MEDIA_FAST_ETHERNET) && add_interface(uplink, QO1905_MEDIA_80211N_5GHZ);
@@ -272,7 +246,7 @@ private:
             return false;
         }
         if (channel != nullptr) {
-            fill_field(band.is_5g ? device_.Info.Channel5G : device_.Info.Channel24G, channel);
+            fill_field(device_.Info.*band.channel, channel);
         }
         return true;
     }
@@ -303,18 +277,18 @@ private:
         }
     }
 
-    void add_station(const Mac &mac, const char *rssi, const char *medium_name) {
+    void add_station(const Mac &mac, const char *rssi, const char *medium) {
         parse_rssi(rssi, rssi_);
         auto *node = record_new<qo1905_sta_info>();
         if (node == nullptr) {
             return;
         }
         copy_mac(node->STAMac, mac);
-        if (const MediumName *medium = wifi_medium(medium_name)) {
-            node->MediaType = medium->media_type;
+        if (const Band *band = band_named(medium)) {
+            node->MediaType = band->media_type;
         }
         node->RSSI = rssi_;
-        node->PhyRate = rates_.of(node->STAMac);
+        node->PhyRate = reported_.rate(node->STAMac);
         stations_.append(node);
     }
 
@@ -322,7 +296,7 @@ private:
     void add_wifi_group(const char *bssid, const Band &band, std::uint32_t index,
                         EntryChain<qo1905_non1905_neighbor> &clients) {
         BoundedText<sizeof(qo1905_non1905_group::Name)> name;
-        name.append(band.name_prefix);
+        name.append(band.prefix);
         name.append_number(index);
         add_non1905_group(bssid, name.c_str(), clients.count(), clients);
     }
@@ -348,7 +322,7 @@ private:
         parse_mac(local_mac, group->LocalInterface);
         group->Count = static_cast<std::uint8_t>(count);
         group->Neighbor = entries.take();
-        groups_.append(group);
+        groups_1905_.append(group);
     }
 
     // One group per client, even behind one interface; all clients hang on the first.
@@ -365,14 +339,17 @@ private:
         }
     }
 
-    void add_backhauls() {
+    bool add_backhauls() {
         const JsonItems backhauls = json_items(entry_, "BH Info");
-        const JsonItems links = json_items(entry_, "backhaul link metrics");
+        LinkIndex links;
+        if (!links.build(json_items(entry_, "backhaul link metrics"))) {
+            return tell_no_memory();
+        }
         EntryChain<qo1905_1905_neighbor> entries;
         for (json_object *backhaul : backhauls) {
             const char *texts[kBackhaulTexts];
             json_texts(backhaul, kBackhaulKeys, texts);
-            const char *neighbor_mac = neighbor_interface(links, texts[kBackhaulNeighbor]);
+            const char *neighbor_mac = links.interface_of(texts[kBackhaulNeighbor]);
             if (auto *entry = entries.add()) {
                 parse_mac(neighbor_mac, entry->NeighborDeviceId);
                 add_1905_group(texts[kBackhaulInterface], 1, entries);
@@ -380,13 +357,14 @@ private:
             add_backhaul_station(neighbor_mac, texts[kBackhaulRssi], texts[kBackhaulMedium]);
         }
         add_to(device_.IEEE1905NeighborNumberOfEntries, backhauls.size());
+        return true;
     }
 
-    void add_backhaul_station(const char *neighbor_mac, const char *rssi, const char *medium_name) {
+    void add_backhaul_station(const char *neighbor_mac, const char *rssi, const char *medium) {
         parse_rssi(rssi, rssi_);
-        const MediumName *medium = wifi_medium(medium_name);
-        const bool ethernet = is_text(medium_name, "Ethernet");
-        if (medium != nullptr) {
+        const Band *band = band_named(medium);
+        const bool ethernet = is_text(medium, "Ethernet");
+        if (band != nullptr) {
             ++wifi_backhauls_;
         }
         if (ethernet) {
@@ -397,7 +375,7 @@ private:
             return;
         }
         parse_mac(neighbor_mac, node->STAMac);
-        node->MediaType = medium != nullptr ? medium->media_type : 0;
+        node->MediaType = band != nullptr ? band->media_type : 0;
         node->RSSI = ethernet ? static_cast<std::int16_t>(0) : rssi_;
         stations_.append(node);
     }
@@ -409,11 +387,12 @@ private:
 
     json_object *entry_;
     qo1905_device &device_;
+    const ReportIndex &reports_;
+    ReportIndex::Reported reported_;  // by this device
     ListTail<qo1905_device_interface> interfaces_;
     ListTail<qo1905_non1905_group> non1905_groups_;
-    ListTail<qo1905_1905_group> groups_;
+    ListTail<qo1905_1905_group> groups_1905_;
     ListTail<qo1905_sta_info> stations_;
-    ReportedRates rates_;
     std::size_t wifi_backhauls_ = 0;
     std::size_t last_station_count_ = 0;  // of the last BSS with a list of them, not the sum
     std::int16_t rssi_ = 0;               // of the last text that was a number
@@ -465,23 +444,32 @@ void trace_stations(const qo1905_device &device) {
 }
 
 }  // namespace
-}  // namespace qo1905
 
-using namespace qo1905;
-
-int32_t getNbrDevInfo(json_object *topology, qo1905_device *device, uint16_t index) {
+int parse_dump_entry(json_object *topology, qo1905_device &device, std::uint16_t index, const ReportIndex &reports) {
     json_object *entry = JsonItems(topology)[index];
     if (entry == nullptr) {
         std::printf("%s: dev1905 == NULL !!!!!!!!!!!!!\n", kName);
         return QO1905_FAILURE;
     }
-    if (EntryParser(entry, *device).parse() != QO1905_SUCCESS) {
+    if (EntryParser(entry, device, reports).parse() != QO1905_SUCCESS) {
         return QO1905_FAILURE;
     }
     if (tracing()) {
-        trace_interfaces(*device, index);
-        trace_neighbors(*device);
-        trace_stations(*device);
+        trace_interfaces(device, index);
+        trace_neighbors(device);
+        trace_stations(device);
     }
     return QO1905_SUCCESS;
+}
+
+}  // namespace qo1905
+
+using namespace qo1905;
+
+int32_t getNbrDevInfo(json_object *topology, qo1905_device *device, uint16_t index) {
+    ReportIndex reports;
+    if (!reports.build(imported_reports())) {
+        return QO1905_FAILURE;
+    }
+    return parse_dump_entry(topology, *device, index, reports);
 }

@@ -116,62 +116,40 @@ private:
     char line_[kLineSize];
 };
 
-// The devices that no line was for yet, by AL MAC.
-class LeaseTakers {
-public:
-    // False without memory.
-    bool enter(qo1905_device *devices) {
-        for (qo1905_device &device : ListNodes(devices)) {
-            index_.add(device.IEEE1905Id, &device, 0);
-        }
-        index_.sort();
-        return index_.complete();
+// Gives a lease to all devices with its MAC. Only the first line for a MAC counts: its entry has no record any more.
+void give_lease(MacIndex &devices, const LineValues &line) {
+    MacIndex::Entry *first = devices.find(mac_key(line.mac()));
+    if (first == nullptr || first->record == nullptr) {
+        return;
     }
-
-    // Only the first line for a device counts.
-    void give(const LineValues &line) {
-        while (const void *taken = index_.take(line.mac())) {
-            auto *device = const_cast<qo1905_device *>(static_cast<const qo1905_device *>(taken));  // as it was entered
-            fill_field(device->Info.DeviceIP, line.address());
-        }
+    for (const MacIndex::Entry *entry = first; entry != nullptr; entry = devices.next(entry)) {
+        auto *device =
+            const_cast<qo1905_device *>(static_cast<const qo1905_device *>(entry->record));  // as it was added
+        fill_field(device->Info.DeviceIP, line.address());
     }
-
-private:
-    MacIndex index_;
-};
-
-// Without memory to look devices up: the file once more for each.
-void give_first_lease(qo1905_device &device) {
-    LeaseLines lines;
-    LineValues values;
-    while (const char *line = lines.next()) {
-        values.parse(line);
-        if (same_mac(values.mac(), device.IEEE1905Id)) {
-            fill_field(device.Info.DeviceIP, values.address());
-            return;
-        }
-    }
+    first->record = nullptr;
 }
 
 }  // namespace
 
-void merge_leases(qo1905_device *devices) {
-    if (devices == nullptr) {
-        return;  // nobody to read the file for
-    }
-    LeaseTakers takers;
-    if (!takers.enter(devices)) {
-        for (qo1905_device &device : ListNodes(devices)) {
-            give_first_lease(device);
+bool merge_leases(qo1905_device *devices) {
+    MacIndex index;
+    for (qo1905_device &device : ListNodes(devices)) {
+        if (!index.add(mac_key(device.IEEE1905Id), &device)) {
+            return false;
         }
-        return;
     }
+    if (index.begin() == index.end()) {
+        return true;
+    }
+    index.sort();
     LeaseLines lines;
     LineValues values;
     while (const char *line = lines.next()) {
         values.parse(line);
-        takers.give(values);
+        give_lease(index, values);
     }
+    return true;
 }
 
 }  // namespace qo1905

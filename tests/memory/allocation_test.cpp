@@ -2,7 +2,6 @@
 // checker of the sanitizer build watches), and with memory the next cycle gives exactly the full files.
 #include <functional>
 
-#include "module/base/annotations.h"
 #include "module/base/json.h"
 #include "module/base/text.h"
 #include "module/model/high_layer_table.h"
@@ -19,9 +18,6 @@ using testing::HasSubstr;
 namespace {
 
 constexpr long kMany = 100000;
-
-// What the receiver thread leaves behind a report that it could not complete.
-void empty_high_layer_table() QO1905_ANNOTATE(no_thread_safety_analysis) { qo1905::destroyEcnt1905Table(); }
 
 class AllocationTest : public ModuleTest {
 protected:
@@ -115,18 +111,6 @@ TEST_F(AllocationTest, SixteenIsANumberOfStationsToo) {
         ++listed;
     }
     EXPECT_EQ(listed, 16);
-}
-
-// The timer thread saw a report; before it got the lock the report was taken back.
-TEST_F(AllocationTest, AReportThatIsTakenBackMeanwhileLeavesTheOldCopy) {
-    const std::string agent = R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})";
-    fake::host.role = "1";
-    receive(R"({"SrcAlMac": "2:a:0:0:0:1", "FWVersion": "1.2"})");
-    build(agent);
-    receive(R"({"SrcAlMac": "2:a:0:0:0:1", "FWVersion": "1.3"})");
-    fake::host.on_lock_try = empty_high_layer_table;
-    EXPECT_EQ(printed_by([&] { EXPECT_STREQ(build(agent)[0]->Info.FirmwareVersion, "1.2"); }), "");
-    EXPECT_EQ(fake::host.on_lock_try, nullptr);
 }
 
 TEST_F(AllocationTest, OfTheAgentListIsTold) {

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <algorithm>
 
 #include <atomic>
 #include <chrono>
@@ -56,12 +57,13 @@ std::string report(unsigned number, std::size_t stations = 0) {
     return text + "]}";
 }
 
-// The numbers of the reports that the last import took over.
+// The numbers of the reports that the last import took over, the oldest first.
 std::vector<unsigned> imported() {
     std::vector<unsigned> numbers;
-    for (const qo1905_report *item = qo1905::copied_reports(); item != nullptr; item = item->next) {
+    for (const qo1905_report *item = qo1905::imported_reports(); item != nullptr; item = item->next) {
         numbers.push_back(static_cast<unsigned>(std::stoul(item->firmwareversion)));
     }
+    std::reverse(numbers.begin(), numbers.end());  // the newest stands first
     return numbers;
 }
 

@@ -1,7 +1,9 @@
 // One device entry of the dump.
 #include <json-c/json.h>
 
+#include <cstdio>
 #include <cstring>
+#include <random>
 
 #include "tests/support/module_test.h"
 
@@ -427,6 +429,35 @@ TEST_F(DumpEntryTest, AnIndexBeyondTheArrayTouchesNothing) {
         EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.getNbrDevInfo(topology.get(), &device, index), 16); }),
                   "getNbrDevInfo: dev1905 == NULL !!!!!!!!!!!!!\n");
         EXPECT_EQ(std::memcmp(&device, &untouched, sizeof(device)), 0);
+    }
+}
+
+TEST_F(DumpEntryTest, SignalsAreReadAsTheCLibraryReadsThem) {
+    std::mt19937 random(1905);
+    const std::vector<std::string> texts = {"-55",    "-5",    "0",      "-0",     "7",     "+5",   "-",
+                                            "",       "--5",   " -60",   "-60 ",   "-60x",  "x",    "9999",
+                                            "-9999",  "12345", "-12345", "32768",  "-0x10", "0x1f", "70000",
+                                            "-40000", "007",   "1e3",    "-55dBm", "\\n-3"};
+    for (int round = 0; round < 300; ++round) {
+        std::string stations;
+        std::vector<int> expected;
+        int16_t value = 0;
+        for (int i = 0; i < 12; ++i) {
+            const std::string text = texts[random() % texts.size()];
+            stations +=
+                (i == 0 ? "" : ",") + (R"({"STA MAC address": "02:57:00:00:00:01", "uplink rssi": ")" + text) + "\"}";
+            (void)std::sscanf(text == "\\n-3" ? "\n-3" : text.c_str(), "%hd", &value);
+            expected.push_back(value);
+        }
+        const auto devices =
+            build(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02", "Number of radios": 1, "Radio Info": [)"
+                  R"({"channel": "1", "BSSINFO": [{"BSSID": "02:00:00:00:00:01", "connected sta info": [)" +
+                  stations + "]}]}]}");
+        std::vector<int> signals;
+        for (const qo1905_sta_info *station : nodes(devices.at(0)->STAInfo)) {
+            signals.push_back(station->RSSI);
+        }
+        ASSERT_EQ(signals, expected) << stations;
     }
 }
 

@@ -1,0 +1,14 @@
+// Parses one device entry of the topology dump into the child lists and counters of its record. Timer thread.
+#pragma once
+
+#include "module/model/high_layer_table.h"
+#include "qo1905.h"
+
+struct json_object;
+
+namespace qo1905 {
+
+// getNbrDevInfo with what the Agents reported given along.
+int parse_dump_entry(json_object *topology, qo1905_device &device, std::uint16_t index, const ReportIndex &reports);
+
+}  // namespace qo1905
