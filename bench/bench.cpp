@@ -18,12 +18,12 @@
 
 #include "bench/host.h"
 #include "bench/mesh.h"
-#include "module/base/annotations.h"
 #include "module/base/json.h"
 #include "module/base/paths.h"
 #include "module/model/al_table.h"
 #include "module/model/high_layer_table.h"
 #include "qo1905.h"
+#include "tests/support/stub_platform.h"
 
 namespace {
 
@@ -32,8 +32,8 @@ struct Size {
     std::size_t stations;
 };
 constexpr Size kSizes[] = {{3, 15}, {16, 500}, {64, 4000}, {256, 16000}, {1000, 64000}};
-constexpr char kDumpFile[] = "/tmp/dump.txt";
-constexpr char kLeaseFile[] = "/var/dnsmasq/dnsmasq.leases";
+using qo1905::kDumpFile;
+using qo1905::kLeaseFile;
 
 const bench::Mesh &mesh(const Size &size) {
     static std::map<std::size_t, bench::Mesh> meshes;
@@ -45,7 +45,7 @@ const bench::Mesh &mesh(const Size &size) {
 }
 
 // The world of one size, until the next: the dump, and for `reported` the leases and every Agent's report.
-void enter(const Size &size, bool reported) QO1905_ANNOTATE(no_thread_safety_analysis) {
+void prepare(const Size &size, bool reported) {
     static std::size_t devices = 0;
     static bool was_reported = false;
     if (devices == size.devices && was_reported == reported) {
@@ -54,9 +54,7 @@ void enter(const Size &size, bool reported) QO1905_ANNOTATE(no_thread_safety_ana
     devices = size.devices;
     was_reported = reported;
     qo1905::destroy_al_table();
-    if (qo1905::copied_reports() != nullptr) {
-        qo1905::destroyDupEcnt1905Table();
-    }
+    qo1905::destroyDupEcnt1905Table();
     bench::write_file(kDumpFile, mesh(size).dump);
     bench::write_file(kLeaseFile, reported ? mesh(size).leases : "");
     for (const std::string &report : mesh(size).reports) {
@@ -73,7 +71,7 @@ void enter(const Size &size, bool reported) QO1905_ANNOTATE(no_thread_safety_ana
 using Step = void (*)(benchmark::State &state, const Size &size);
 
 void parse(benchmark::State &state, const Size &size) {
-    enter(size, false);
+    prepare(size, false);
     for (auto _ : state) {
         (void)_;
         json_object_put(json_object_from_file(kDumpFile));
@@ -92,7 +90,7 @@ constexpr char kCycle[] = "cycle";
 // All that the module does in a cycle but the commands, the dump's parsing included; by turns with the floor, as what
 // either takes depends on how the other left the heap.
 void cycle(benchmark::State &state, const Size &size) {
-    enter(size, true);
+    prepare(size, true);
     double floor = 0;
     double whole = 0;
     for (auto _ : state) {
@@ -120,7 +118,7 @@ public:
         network_.IEEE1905DeviceNumberOfEntries = static_cast<uint16_t>(get1905AgentDevNumber(topology));
         (void)getIeee1905DevTable(topology);
     }
-    void destroy() { (void)qo1905::destroyIeee1905DevTable(network_.IEEE1905Device); }
+    void destroy() { qo1905::destroyIeee1905DevTable(network_.IEEE1905Device); }
 
 private:
     qo1905::JsonTree tree_;
@@ -128,7 +126,7 @@ private:
 };
 
 void build(benchmark::State &state, const Size &size, bool reported) {
-    enter(size, reported);
+    prepare(size, reported);
     Topology topology;
     for (auto _ : state) {
         (void)_;
@@ -143,7 +141,7 @@ void build_alone(benchmark::State &state, const Size &size) { build(state, size,
 void import_reports(benchmark::State &state, const Size &size) { build(state, size, true); }
 
 void write_model(benchmark::State &state, const Size &size) {
-    enter(size, true);
+    prepare(size, true);
     for (auto _ : state) {
         (void)_;
         (void)writeJsonDataModel();
@@ -151,7 +149,7 @@ void write_model(benchmark::State &state, const Size &size) {
 }
 
 void write_lists(benchmark::State &state, const Size &size) {
-    enter(size, true);
+    prepare(size, true);
     for (auto _ : state) {
         (void)_;
         (void)updateWifiAssocList();
@@ -159,7 +157,7 @@ void write_lists(benchmark::State &state, const Size &size) {
 }
 
 void write_log(benchmark::State &state, const Size &size) {
-    enter(size, true);
+    prepare(size, true);
     for (auto _ : state) {
         (void)_;
         (void)writeJsonqo1905log();
@@ -168,7 +166,7 @@ void write_log(benchmark::State &state, const Size &size) {
 
 // What the kernel takes for the same files, without anybody who makes the text: no writer is faster.
 void write_bytes(benchmark::State &state, const Size &size) {
-    enter(size, true);
+    prepare(size, true);
     (void)writeJsonDataModel();
     (void)updateWifiAssocList();
     std::vector<std::pair<const char *, std::string>> files;
@@ -186,7 +184,7 @@ void write_bytes(benchmark::State &state, const Size &size) {
 }
 
 void destroy(benchmark::State &state, const Size &size) {
-    enter(size, true);
+    prepare(size, true);
     Topology topology;
     for (auto _ : state) {
         (void)_;
@@ -199,15 +197,14 @@ void destroy(benchmark::State &state, const Size &size) {
 }
 
 // The messages, which do not depend on the mesh.
-void empty_high_layer_table() QO1905_ANNOTATE(no_thread_safety_analysis) { (void)qo1905::destroyEcnt1905Table(); }
-
 void handle_report(benchmark::State &state) {
     const std::string report = bench::make_report(60);
     for (auto _ : state) {
         (void)_;
         (void)higherLayerDataRcvHandle(report.c_str(), static_cast<int32_t>(report.size()));
         state.PauseTiming();
-        empty_high_layer_table();
+        qo1905::import_reports();
+        qo1905::destroyDupEcnt1905Table();
         state.ResumeTiming();
     }
 }
@@ -221,13 +218,13 @@ void parse_report(benchmark::State &state) {
 }
 
 void send_report(benchmark::State &state) {
-    bench::host.role = "2";
-    bench::host.stations = 7;  // on each of eight interfaces
+    stub.role = "2";
+    stub.stations = 7;  // on each of eight interfaces
     for (auto _ : state) {
         (void)_;
         (void)highLayerDataSend();
     }
-    bench::host.role = "1";
+    stub.role = "1";
 }
 
 // ---- the table ----
@@ -301,7 +298,7 @@ struct Memory {
 
 // Per station of the Agents.
 Memory measure_memory(const Size &size) {
-    enter(size, true);
+    prepare(size, true);
     Topology topology;
     topology.destroy();
     const auto used_before = mallinfo2();

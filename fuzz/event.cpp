@@ -5,6 +5,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     log_level = size % 2 == 0 ? 7 : 0;  // the traces print what was received
     fuzz::host.role = size % 3 == 0 ? "1" : "2";
+    fuzz::answer_from_host();
     fuzz::send_datagram({reinterpret_cast<const char *>(data), size});
     return 0;
 }

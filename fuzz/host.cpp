@@ -21,17 +21,28 @@
 #include <set>
 #include <thread>
 
-#include "module/platform/helpers.h"
-#include "module/platform/lanmon.h"
 #include "module/platform/mapd_client.h"
-#include "module/platform/mcfg.h"
 #include "qo1905.h"
-
-int log_level = 0;
+#include "tests/support/stub_platform.h"
 
 namespace fuzz {
 
 Host &host = *new Host;  // never destroyed: the receiver thread outlives main
+
+void answer_from_host() {
+    stub = {host.role.c_str(),
+            host.controller_mac.c_str(),
+            host.firmware_version.c_str(),
+            host.host_name.c_str(),
+            host.address.c_str(),
+            host.base_mac.c_str(),
+            host.interface_name.c_str(),
+            2,
+            host.bssid.c_str(),
+            host.station_mac.c_str(),
+            10,
+            host.known_device.c_str()};
+}
 
 namespace {
 
@@ -44,17 +55,6 @@ int daemon_end = -1;
     (void)std::fprintf(stderr, "%.*s: %.*s\n", static_cast<int>(what.size()), what.data(),
                        static_cast<int>(subject.size()), subject.data());
     std::abort();
-}
-
-int fill(char *buffer, int size, const std::string &text) {
-    (void)std::snprintf(buffer, static_cast<std::size_t>(size), "%s", text.c_str());
-    return 0;
-}
-
-// To the brim and without a zero byte where the text is long enough.
-template <std::size_t N>
-void fill_field(char (&field)[N], const std::string &text) {
-    std::memcpy(field, text.data(), std::min(N, text.size()));
 }
 
 void expect_program(const std::vector<std::string> &words, std::string_view command) {
@@ -274,45 +274,6 @@ using fuzz::host;
 
 extern "C" {
 
-void lanmon_timer_event_add(qo1905_event *event) { std::free(event); }
-
-lanmon_l2_device *lanmon_db_L2Device_get() {
-    auto *entry = static_cast<lanmon_l2_device *>(std::calloc(1, sizeof(lanmon_l2_device)));
-    fuzz::fill_field(entry->AlMac, host.known_device);
-    return entry;
-}
-
-int lanmon_db_is_subIntf(const sta_query_record *, char *, int) { return 0; }
-int getEasyMeshStatus() { return 1; }
-int EasyMeshGetDeviceRole(char *role, int size) { return fuzz::fill(role, size, host.role) == 0 ? 1 : 0; }
-int getControllerMac(char *mac, int size) { return fuzz::fill(mac, size, host.controller_mac); }
-int getFWVersion(char *version, int size) { return fuzz::fill(version, size, host.firmware_version); }
-int getHostName(char *name, int size) { return fuzz::fill(name, size, host.host_name); }
-int getDeviceIP(char *address, int size) { return fuzz::fill(address, size, host.address); }
-int qoUtilIGetBaseMACwithColon(char *mac, int size) { return fuzz::fill(mac, size, host.base_mac); }
-int configWlanEnable(int, int, const char *, const char *) { return 0; }
-
-int mcfgFeObjStructGetNext(uint32_t object_id, mcfg_instance *instance, void **object) {
-    if (object_id != MCFG_WIFI_SSID || instance->index[0] >= 2) {
-        return 1;
-    }
-    auto *ssid = static_cast<mcfg_wifi_ssid *>(std::calloc(1, sizeof(mcfg_wifi_ssid)));
-    ssid->Enable = instance->index[0];
-    fuzz::fill_field(ssid->Status, "Up");
-    fuzz::fill_field(ssid->Name, instance->index[0] == 0 ? "ra0" : host.interface_name);
-    fuzz::fill_field(ssid->MACAddress, host.base_mac);
-    fuzz::fill_field(ssid->BSSID, host.bssid);
-    ++instance->index[0];
-    *object = ssid;
-    return MCFG_SUCCESS;
-}
-
-int StaInfo(const char *, int station, sta_query_record *record) {
-    fuzz::fill_field(record->MACAddress, host.station_mac);
-    record->PhyRate = 866;
-    return station <= 10 ? 1 : 0;
-}
-
 mapd_interface *mapd_interface_ctrl_open(const char *) {
     static mapd_interface connection;
     int ends[2];
@@ -344,8 +305,6 @@ FILE *popen(const char *command, const char *) {
 }
 
 int pclose(FILE *pipe) { return std::fclose(pipe); }
-
-int usleep(useconds_t) { return 0; }
 
 int select(int count, fd_set *readable, fd_set *writable, fd_set *exceptional, timeval *timeout) {
     {

@@ -1,5 +1,5 @@
-// The host of a fuzz target: every import of the platform, as quiet and as fast as it can be, and a shell that records
-// how programs are called and runs none.
+// The host of a fuzz target: what the stub of the platform answers, and a shell that records how programs are called
+// and runs none.
 #pragma once
 
 #include <cstddef>
@@ -24,6 +24,9 @@ struct Host {
     std::string process_id_line = "1234\n";
 };
 extern Host &host;
+
+// The platform answers as `host` says from now on. Again after every change.
+void answer_from_host();
 
 // The words that a POSIX shell makes of a command, if it is one simple program without anything to expand or to
 // redirect. Aborts otherwise: then a stranger's text got through.

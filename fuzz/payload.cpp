@@ -15,6 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }();
     (void)placed;
     fuzz::host.role = std::string(1, static_cast<char>('0' + data[0] % 4));
+    fuzz::answer_from_host();
     const std::string payload(reinterpret_cast<const char *>(data) + 1, size - 1);
     higherLayerDataRcvHandle(payload.c_str(), static_cast<int32_t>(payload.size()));
     fuzz::build_and_write();

@@ -46,6 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     fuzz::host = host;
     fuzz::host.role = "2";
+    fuzz::answer_from_host();
     highLayerDataSend();
     if (is_sent(host)) {
         expect_exact("FWVersion", host.firmware_version);
@@ -53,8 +54,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         expect_exact("DeviceIP", host.address);
     }
     fuzz::host.role = "1";
+    fuzz::answer_from_host();
     highLayerDataSend();
     fuzz::host.role = "2";
+    fuzz::answer_from_host();
     const std::string command = R"({"SrcAlMac": "x", "Interface": "ra0", "FilterLists": "02-57-00-00-00-01,x"})";
     higherLayerDataRcvHandle(command.c_str(), static_cast<int32_t>(command.size()));
     return 0;
