@@ -147,32 +147,36 @@ TEST_F(AllocationTest, OfADeviceRecordLeavesTheOnesBeforeWithTheirLeases) {
     EXPECT_STREQ(network.IEEE1905Device->Info.DeviceIP, "10.0.0.7");
 }
 
-TEST_F(AllocationTest, OfAnIndexOfDevicesGivesThemTheSameLeases) {
-    write_file(kLeases,
-               "1 02:0a:00:00:00:01 10.0.0.7 a *\n"
-               "1 02:0a:00:00:00:01 10.0.0.8 a *\n"
-               "1 02:0a:00:00:00:02 10.0.0.9 b *\n");
-    constexpr std::uint8_t kLastBytes[] = {1, 2, 1, 3};
-    constexpr const char *kLeased[] = {"10.0.0.7", "10.0.0.9", "10.0.0.7", "reported"};
-    qo1905_device devices[4] = {};
-    for (const bool with_memory : {true, false}) {
-        for (std::size_t i = 0; i < 4; ++i) {
-            qo1905::parse_mac("02:0a:00:00:00:00", devices[i].IEEE1905Id);
-            devices[i].IEEE1905Id[5] = kLastBytes[i];
-            devices[i].next = i < 3 ? &devices[i + 1] : nullptr;
-            qo1905::fill_field(devices[i].Info.DeviceIP, "reported");
-        }
-        if (!with_memory) {
-            fail_allocations_from(1);
-        }
-        qo1905::merge_leases(devices);
-        EXPECT_NE(allocation_failed(), with_memory);
-        allocate_again();
-        for (std::size_t i = 0; i < 4; ++i) {
-            EXPECT_STREQ(devices[i].Info.DeviceIP, kLeased[i]) << i << with_memory;
-        }
-    }
-    qo1905::merge_leases(nullptr);
+TEST_F(AllocationTest, OfAnIndexOfDevicesFailsTheTable) {
+    write_file(kLeases, "1 02:0a:00:00:00:01 10.0.0.7 a *\n");
+    qo1905_device device = {};
+    device.IEEE1905Id[5] = 1;
+    fail_allocations_from(1);
+    EXPECT_FALSE(qo1905::merge_leases(&device));
+    allocate_again();
+    EXPECT_TRUE(qo1905::merge_leases(&device));
+    EXPECT_TRUE(qo1905::merge_leases(nullptr));
+    put_dump(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})");
+    // The text of the dump, root, one local interface, one agent, the device with two interfaces; then the index.
+    fail_allocation(8);
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.initALTable(), 16); }), "Fail update Ieee1905DevTable!\n");
+    EXPECT_EQ(module_.getAlTable(), nullptr);
+}
+
+TEST_F(AllocationTest, OfAnIndexOfLinksEndsTheEntry) {
+    put_dump(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02", "BH Info": [{}], "backhaul link metrics": [{}]})");
+    fail_allocation(8);
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.initALTable(), 16); }),
+              "getNbrDevInfo: Alloc struct buf failed!!\nFail update Ieee1905DevTable!\n");
+}
+
+TEST_F(AllocationTest, OfAnIndexOfAgentsCountsSixteenStations) {
+    build(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})");
+    fake::host.role = "2";
+    fake::host.stations["ra0"] = {{"02:57:00:00:00:01", 1, {}}};
+    fail_allocation(2);  // the query record before it
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.highLayerDataSend(), 1); }), "tmpEcntWifiInfoTable = NULL !!\n");
+    EXPECT_THAT(fake::commands().back(), HasSubstr("\\\"STAInfo\\\": []}"));
 }
 
 TEST_F(AllocationTest, OfTheTextOfTheDumpLeavesTheTableBefore) {
@@ -220,8 +224,8 @@ TEST_F(AllocationTest, AFailedReportIsTakenOutFromBetweenOthers) {
     EXPECT_STREQ(build(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})")[0]->Info.FirmwareVersion, "third");
 }
 
-// Without memory for the text the previous file stays; without memory for an index it is written all the same.
-TEST_F(AllocationTest, OfAWriterLeavesThePreviousFileOrCostsNothing) {
+// Without memory for the text or for an index the previous file stays.
+TEST_F(AllocationTest, OfAWriterLeavesThePreviousFile) {
     ASSERT_EQ(build_mesh("two_agents"), 0);
     fake::host.now = 1700000042;
     const struct {

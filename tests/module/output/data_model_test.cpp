@@ -248,20 +248,6 @@ TEST_F(DataModelTest, EveryTextFieldIsEscapedAndBounded) {
     EXPECT_THAT(object_text(written(), "IEEE1905Device.1"), HasSubstr("\"ReleaseVersion\": \"" + brim32 + "\",\n"));
 }
 
-// A dump of a few hundred kilobytes can make a model that grows with its square.
-TEST_F(DataModelTest, AModelBeyondItsLimitIsNotWritten) {
-    build(kAgent);
-    const std::string before = written();
-    std::string backhauls = "{}";
-    for (int i = 1; i < 700; ++i) {
-        backhauls += ",{}";
-    }
-    build(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02", "BH Info": [)" + backhauls + "]}");
-    EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.writeJsonDataModel(), 0); }),
-              "write_text_file: too large or no memory, /tmp/qo1905.json stays as it was\n");
-    EXPECT_EQ(read_file(kModel), before);
-}
-
 TEST_F(DataModelTest, ACharacterCutAtTheEndOfItsFieldStillMakesValidJson) {
     qo1905_device_info &info = build(kAgent).at(0)->Info;
     std::memset(info.Hostname, 'x', sizeof(info.Hostname));
