@@ -13,6 +13,7 @@ row() { printf '%-44s %s\n' "$1" "$2"; }
 
 echo "$(uname -m), $(gcc -dumpfullversion), -Os"
 row 'stripped file, bytes' "$(stat -c %s "$module")"
+row 'compressed by xz, bytes' "$(xz -9e --check=crc32 -c "$module" | wc -c)"
 row 'text, data, bss' "$(size "$module" | awk 'NR == 2 {print $1 ", " $2 ", " $3}')"
 row 'relocations: relative, of functions, of variables' \
     "$(readelf -rW "$module" | awk '/RELATIV/ {r++} /JUMP_SLO/ {f++} /GLOB_DAT/ {v++} END {print r+0 ", " f+0 ", " v+0}')"

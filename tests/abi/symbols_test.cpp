@@ -10,6 +10,7 @@
 #include "tests/support/module.h"
 
 using testing::AnyOf;
+using testing::ContainsRegex;
 using testing::StartsWith;
 using testing::UnorderedElementsAreArray;
 
@@ -113,16 +114,35 @@ TEST(Symbols, NeedsJsonCAndTheCLibraryAlone) {
     EXPECT_THAT(needed, UnorderedElementsAreArray({StartsWith("[libjson-c.so."), StartsWith("[libc.so.")}));
 }
 
-TEST(Symbols, AreBoundWhenTheModuleIsLoaded) {
-    const std::string dynamic = output_of("readelf -dl " QO1905_MODULE);
-    EXPECT_NE(dynamic.find("NOW"), std::string::npos);
-    // What is relocated once is not to be written again. On MIPS, where the global offset table is never protected,
-    // there may be nothing of that kind; the linker then leaves the segment out.
-    const std::string sections = output_of("readelf -SW " QO1905_MODULE);
-    const bool is_mips = sections.find(".MIPS.") != std::string::npos;
-    const bool has_relocated_constants = sections.find(".data.rel.ro") != std::string::npos;
-    EXPECT_EQ(dynamic.find("GNU_RELRO") != std::string::npos, !is_mips || has_relocated_constants);
+// ---- hardening ----
+
+TEST(Hardening, EverySymbolIsBoundWhenTheModuleIsLoaded) {
+    const std::string dynamic = output_of("readelf -dW " QO1905_MODULE);
+    EXPECT_THAT(dynamic, ContainsRegex("FLAGS.*(BIND_NOW|NOW)"));
     EXPECT_EQ(dynamic.find("TEXTREL"), std::string::npos);
+}
+
+// What is relocated once is not written again, and no page can be both written and run.
+TEST(Hardening, RelocatedConstantsAreReadOnlyAndTheStackIsNotRun) {
+    const std::string headers = output_of("readelf -lW " QO1905_MODULE);
+    EXPECT_THAT(headers, ContainsRegex("GNU_RELRO "));
+    EXPECT_THAT(headers, ContainsRegex("GNU_STACK .* RW +0x"));
+    EXPECT_EQ(headers.find(" RWE "), std::string::npos);
+    EXPECT_EQ(headers.find(".init_array"), std::string::npos);  // nothing to start, nothing to end
+}
+
+TEST(Hardening, BuffersOnTheStackAreGuarded) {
+    std::set<std::string> imported;
+    for (const Symbol &symbol : symbols("--undefined-only")) {
+        imported.insert(symbol.name);
+    }
+    EXPECT_EQ(imported.count("__stack_chk_fail"), 1U);
+    // The C library's own checks, where it has them.
+#if defined(__GLIBC__) && defined(__OPTIMIZE__)
+    EXPECT_EQ(imported.count("__printf_chk"), 1U);
+    EXPECT_EQ(imported.count("__snprintf_chk"), 1U);
+    EXPECT_EQ(imported.count("printf"), 0U);
+#endif
 }
 
 }  // namespace
