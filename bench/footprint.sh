@@ -11,7 +11,7 @@ strip "$module"
 
 row() { printf '%-44s %s\n' "$1" "$2"; }
 
-echo "$(uname -m), $(gcc -dumpfullversion), -Os"
+echo "$(uname -m), $(gcc -dumpfullversion), -O2"
 row 'stripped file, bytes' "$(stat -c %s "$module")"
 row 'compressed by xz, bytes' "$(xz -9e --check=crc32 -c "$module" | wc -c)"
 row 'text, data, bss' "$(size "$module" | awk 'NR == 2 {print $1 ", " $2 ", " $3}')"

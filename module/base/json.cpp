@@ -83,7 +83,8 @@ void json_texts(json_object *object, const char *keys, std::size_t key_size, con
     if (json_object_is_type(object, json_type_object) == 0) {
         return;
     }
-    for (const lh_entry *entry = lh_table_head(json_object_get_object(object)); entry != nullptr;
+    std::size_t missing = count;
+    for (const lh_entry *entry = lh_table_head(json_object_get_object(object)); entry != nullptr && missing > 0;
          entry = lh_entry_next(entry)) {
         const auto *key = static_cast<const char *>(lh_entry_k(entry));
         const char *wanted = keys;
@@ -91,6 +92,7 @@ void json_texts(json_object *object, const char *keys, std::size_t key_size, con
             if (*wanted == *key && std::strcmp(wanted, key) == 0) {
                 auto *member = static_cast<json_object *>(lh_entry_v(entry));
                 texts[i] = member != nullptr ? json_object_get_string(member) : nullptr;
+                --missing;  // no key is there twice
             }
         }
     }
@@ -108,5 +110,27 @@ json_object *JsonItems::operator[](std::size_t index) const {
 }
 
 json_object *JsonItems::Iterator::operator*() const { return json_object_array_get_idx(array_, index_); }
+
+TextIndex::~TextIndex() {
+    if (table_ != nullptr) {
+        lh_table_free(table_);
+    }
+}
+
+bool TextIndex::add(const char *key, const char *value) {
+    constexpr int kFirstSize = 16;
+    if (table_ == nullptr) {
+        table_ = lh_kchar_table_new(kFirstSize, nullptr);
+    }
+    return table_ != nullptr && (find(key) != nullptr || lh_table_insert(table_, key, value) == 0);
+}
+
+const char *TextIndex::find(const char *key) const {
+    void *value = nullptr;
+    if (table_ != nullptr && key != nullptr) {
+        (void)lh_table_lookup_ex(table_, key, &value);
+    }
+    return static_cast<const char *>(value);
+}
 
 }  // namespace qo1905

@@ -6,6 +6,7 @@
 #include <memory>
 
 struct json_object;
+struct lh_table;
 
 namespace qo1905 {
 
@@ -69,6 +70,24 @@ public:
 private:
     json_object *array_;
     std::size_t size_;
+};
+
+// Texts by text, in the time of a hash: json-c's own, whose seed nobody outside knows.
+class TextIndex {
+public:
+    TextIndex() = default;
+    ~TextIndex();
+    TextIndex(const TextIndex &) = delete;
+    TextIndex &operator=(const TextIndex &) = delete;
+
+    // Both are borrowed. What is there already stays. False without memory.
+    [[nodiscard]] bool add(const char *key, const char *value);
+
+    // Null when there is none, or no key.
+    const char *find(const char *key) const;
+
+private:
+    lh_table *table_ = nullptr;
 };
 
 // A member's elements.

@@ -1,10 +1,11 @@
 // Every path and every shell command of the module. A firmware whose paths differ changes them here.
 #pragma once
 
-#include "module/base/text.h"
-
 #define QO1905_MAPD_SOCKET "/tmp/mapd_ctrl"
 #define QO1905_REST_PID_FILE "/var/run/rest_api_server.pid"
+// Wi-Fi driver settings, handed to the platform (model/band.h).
+#define QO1905_DAT_FILE_24G "/etc/wireless/mt7603/mt7603.dat"
+#define QO1905_DAT_FILE_5G "/etc/wireless/mt7615/mt7615.2.dat"
 #define QO1905_MAPD_CLI "mapd_cli " QO1905_MAPD_SOCKET
 
 namespace qo1905 {
@@ -19,10 +20,6 @@ inline constexpr char kChangeLogFile[] = "/tmp/qo1905_log.json";
 inline constexpr char kAssocList24G[] = "/tmp/ecnt_agent_assoc_list.24g";
 inline constexpr char kAssocList5G[] = "/tmp/ecnt_agent_assoc_list.5g";
 
-// Wi-Fi driver settings, handed to the platform.
-inline constexpr char kDatFile24G[] = "/etc/wireless/mt7603/mt7603.dat";
-inline constexpr char kDatFile5G[] = "/etc/wireless/mt7615/mt7615.2.dat";
-
 // Control socket of the multi-AP daemon.
 inline constexpr char kMapdSocket[] = QO1905_MAPD_SOCKET;
 
@@ -36,9 +33,9 @@ inline constexpr char kStartRestServerCommand[] = "/etc/rc.d/S81ohttpd_rest";
 inline constexpr char kUplinkEssidCommand[] = "iwconfig apclii0 | grep ESSID | cut -d : -f 2 | sed \"s/\\\"//g\"";
 
 // Beginnings of the commands that messages/commands.h completes.
-inline constexpr Text kKillCommand = "kill -9 ";
-inline constexpr Text kSendCommand = QO1905_MAPD_CLI " tx_higher_layer_data ";
-inline constexpr Text kBlockCommand = QO1905_MAPD_CLI " block_acl 2 1 ";
-inline constexpr Text kUnblockCommand = QO1905_MAPD_CLI " block_acl 2 0 0 ";
+inline constexpr char kKillCommand[] = "kill -9 ";
+inline constexpr char kSendCommand[] = QO1905_MAPD_CLI " tx_higher_layer_data ";
+inline constexpr char kBlockCommand[] = QO1905_MAPD_CLI " block_acl 2 1 ";
+inline constexpr char kUnblockCommand[] = QO1905_MAPD_CLI " block_acl 2 0 0 ";
 
 }  // namespace qo1905

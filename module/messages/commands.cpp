@@ -6,14 +6,14 @@
 namespace qo1905 {
 namespace {
 
-constexpr Text kProtocol = " 1 ";
+constexpr char kProtocol[] = " 1 ";
 
 }  // namespace
 
 std::size_t send_payload_limit(Text destination) {
     constexpr std::size_t kMaxLengthDigits = 4;
     constexpr std::size_t kQuotes = 4;
-    constexpr std::size_t kFixed = kSendCommand.size() + kProtocol.size() + kMaxLengthDigits + 1 + kQuotes;
+    constexpr std::size_t kFixed = Text(kSendCommand).size() + Text(kProtocol).size() + kMaxLengthDigits + 1 + kQuotes;
     const std::size_t taken = kFixed + destination.size();
     return taken < kCommandSize - 1 ? kCommandSize - 1 - taken : 0;
 }
@@ -45,7 +45,7 @@ bool build_kill_command(KillCommand &command, Text line) {
 
 bool build_block_command(BlockCommand &command, bool block, Text station, Text interface_text) {
     command.clear();
-    command.append(block ? kBlockCommand : kUnblockCommand);
+    command.append(block ? Text(kBlockCommand) : Text(kUnblockCommand));
     command.append(station);
     command.append(' ');
     command.append(interface_text);

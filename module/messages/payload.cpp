@@ -120,7 +120,7 @@ void switch_interface(int instance, bool enable) {
         return;
     }
     const Band &band = instance > kPerBand ? kBand5G : kBand24G;
-    configWlanEnable(instance, enable ? 1 : 0, band.dat_file, band.prefix.data());
+    configWlanEnable(instance, enable ? 1 : 0, band.dat_file, band.prefix);
 }
 
 void apply_enable(const mcfg_wifi_ssid &ssid, int instance, bool enable) {

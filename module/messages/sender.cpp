@@ -21,7 +21,7 @@ namespace {
 constexpr char kName[] = "highLayerDataSend";
 constexpr int kRoleRead = 1;
 constexpr int kFailure = -1;
-constexpr Text kReportEnd = "]}";
+constexpr char kReportEnd[] = "]}";
 
 using MacField = char[32];
 
@@ -83,7 +83,7 @@ void append_stations(SendPayload &payload, const qo1905_client *stations, int co
         (void)std::snprintf(text, sizeof(text), "%s{ \\\"STAMac\\\": \\\"%s\\\", \\\"PhyRate\\\": %d}",
                             listed == 0 ? "" : ", ", MacText(station.Mac, MacForm::kShort).c_str(), station.phyRate);
         const Text element = field_text(text);
-        if (listed == count || payload.length() + element.size() + kReportEnd.size() > limit) {
+        if (listed == count || payload.length() + element.size() + Text(kReportEnd).size() > limit) {
             return;
         }
         payload.append(element);

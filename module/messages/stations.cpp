@@ -69,10 +69,10 @@ int getStaPhyrateList(qo1905_client *&stations) {
     }
     ListTail<qo1905_client> tail(stations);
     int count = 0;
-    for (const Band *band : {&kBand24G, &kBand5G}) {
+    for (const Band &band : kBands) {
         for (unsigned i = 0; i < kInterfacesPerBand; ++i) {
             BoundedText<8> name;
-            name.append(band->prefix);
+            name.append(band.prefix);
             name.append_number(i);
             if (!add_stations_of(name.c_str(), known, *record, tail, count)) {
                 return kNoMemory;

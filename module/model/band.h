@@ -1,6 +1,8 @@
 // The two Wi-Fi bands: all that the module knows of one stands here.
 #pragma once
 
+#include <cstdint>
+
 #include "module/base/paths.h"
 #include "qo1905.h"
 
@@ -8,19 +10,35 @@ namespace qo1905 {
 
 using ChannelField = char[sizeof(qo1905_device_info::Channel24G)];
 
+// Texts in place: a table without pointers needs nothing done to it when the module is loaded.
 struct Band {
-    Text prefix;                                // of the driver's interfaces: "ra0", "ra1", ...
-    Text first_interface;                       // the access point's own
-    Text medium;                                // as the dump calls it
-    std::uint32_t media_type;                   // of an access point of this band (IEEE 1905.1 table 6-12)
+    char prefix[4];                             // of the driver's interfaces: "ra0", "ra1", ...
+    char first_interface[5];                    // the access point's own
+    char medium[5];                             // as the dump calls it
+    std::uint32_t media_type;                   // of an access point (IEEE 1905.1 table 6-12)
+    std::uint32_t station_media_types[3];       // of what is listed as a station of the band
     ChannelField qo1905_device_info::*channel;  // where a device keeps the band's channel
-    const char *dat_file;                       // the driver's settings
+    char dat_file[sizeof(QO1905_DAT_FILE_5G)];  // the driver's settings
 };
 
-inline constexpr Band kBand24G = {"ra",       "ra0", "2.4G", QO1905_MEDIA_80211N_24GHZ, &qo1905_device_info::Channel24G,
-                                  kDatFile24G};
-inline constexpr Band kBand5G = {"rai",     "rai0", "5G", QO1905_MEDIA_80211N_5GHZ, &qo1905_device_info::Channel5G,
-                                 kDatFile5G};
+inline constexpr Band kBands[] = {
+    {"ra",
+     "ra0",
+     "2.4G",
+     QO1905_MEDIA_80211N_24GHZ,
+     {QO1905_MEDIA_80211B_24GHZ, QO1905_MEDIA_80211G_24GHZ, QO1905_MEDIA_80211N_24GHZ},
+     &qo1905_device_info::Channel24G,
+     QO1905_DAT_FILE_24G},
+    {"rai",
+     "rai0",
+     "5G",
+     QO1905_MEDIA_80211N_5GHZ,
+     {QO1905_MEDIA_80211A_5GHZ, QO1905_MEDIA_80211N_5GHZ, QO1905_MEDIA_80211AC_5GHZ},
+     &qo1905_device_info::Channel5G,
+     QO1905_DAT_FILE_5G},
+};
+inline constexpr const Band &kBand24G = kBands[0];
+inline constexpr const Band &kBand5G = kBands[1];
 
 // The driver has this many interfaces of each.
 inline constexpr unsigned kInterfacesPerBand = 4;

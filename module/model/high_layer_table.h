@@ -39,9 +39,9 @@ public:
 
     // What one Agent reported.
     struct Reported {
-        const MacIndex *rates = nullptr;
         const qo1905_report *last = nullptr;  // its last report; null when there is none
         std::uint64_t agent_key = 0;
+        MacIndex::Part rates;
 
         // Mbit/s; 0 for a station that it never reported.
         std::uint16_t rate(const Mac &station) const;

@@ -25,21 +25,39 @@ public:
     MacIndex(const MacIndex &) = delete;
     MacIndex &operator=(const MacIndex &) = delete;
 
-    // Fill it: clear, add what there is, sort once. `add` is false without memory; the index may not be asked then.
+    // Some of the entries, one behind the other.
+    struct Part {
+        Entry *first = nullptr;
+        std::size_t size = 0;
+
+        // The first entry whose key is not less than this one; behind the last when there is none.
+        Entry *at_least(std::uint64_t key) const;
+
+        // The first entry of this key that was added; null when there is none.
+        Entry *find(std::uint64_t key) const;
+    };
+
+    // Fill it: clear, add what there is, sort. `add` is false without memory; the index may not be asked then. What is
+    // added with ascending keys may be sorted part by part: `sort` leaves what stands before the entry `from` alone.
     void clear() { size_ = 0; }
     [[nodiscard]] bool add(std::uint64_t key, const void *record);
-    void sort();
+    void sort(std::size_t from = 0);
+    std::size_t size() const { return size_; }
 
     // The first entry of this key that was added, then the one added after it; null when there is none.
-    Entry *find(std::uint64_t key) const;
+    Entry *find(std::uint64_t key) const { return all().find(key); }
     Entry *next(const Entry *entry) const;
+
+    // The entries whose keys are at least the one and below the other.
+    Part between(std::uint64_t least, std::uint64_t beyond) const;
 
     // All entries, by key: a range.
     Entry *begin() const { return entries_; }
     Entry *end() const { return entries_ + size_; }
+    Part all() const { return {entries_, size_}; }
 
 private:
-    Entry *entries_ = nullptr;
+    Entry *entries_ = nullptr;  // of twice the capacity: the second half is for sorting
     std::size_t size_ = 0;
     std::size_t capacity_ = 0;
 };

@@ -2,8 +2,8 @@
 // right after the build.
 
 #include <algorithm>
-#include <array>
 #include <cstring>
+#include <iterator>
 
 #include "module/base/mac.h"
 #include "module/base/paths.h"
@@ -15,25 +15,6 @@
 
 namespace qo1905 {
 namespace {
-
-// What stands in the list of a band.
-struct ListedBand {
-    const Band &band;
-    std::array<std::uint32_t, 3> media_types;
-
-    bool takes_group(Text name) const {
-        const bool is_5g = contains(name, kBand5G.prefix);
-        return &band == &kBand5G ? is_5g : !is_5g && name != "eth"sv;
-    }
-
-    bool takes_media_type(std::uint32_t code) const {
-        return std::find(media_types.begin(), media_types.end(), code) != media_types.end();
-    }
-};
-constexpr ListedBand kListed24G = {kBand24G,
-                                   {QO1905_MEDIA_80211B_24GHZ, QO1905_MEDIA_80211G_24GHZ, QO1905_MEDIA_80211N_24GHZ}};
-constexpr ListedBand kListed5G = {kBand5G,
-                                  {QO1905_MEDIA_80211A_5GHZ, QO1905_MEDIA_80211N_5GHZ, QO1905_MEDIA_80211AC_5GHZ}};
 
 // The channel of the band as the lines show it: a shorter text overwrites only the start of a longer one of a device
 // before, and a device without one shows that of the device before. Readers live with it.
@@ -50,19 +31,25 @@ private:
     ChannelField text_ = {};
 };
 
-// Prints a text that ends in this column, or behind it when it is longer.
+constexpr std::size_t kWidest = 10;  // of the columns
+constexpr char kBlanks[] = "          ";
+static_assert(sizeof(kBlanks) > kWidest);
+
+// Prints a text that ends in this column, or behind it when it is longer. The blanks are copied all at once, those that
+// are not wanted are written over: no call is made for a few bytes.
 char *print_padded(char *at, Text text, std::size_t width) {
-    if (text.size() < width) {
-        std::memset(at, ' ', width - text.size());
-        at += width - text.size();
-    }
+    std::memcpy(at, kBlanks, kWidest);
+    at += text.size() < width ? width - text.size() : 0;
     return print_text(at, text);
 }
 
 char *print_padded_number(char *at, std::int32_t value, std::size_t width) {
     char digits[kMaxDigits];
-    const char *end = print_signed(digits, value);
-    return print_padded(at, {digits, static_cast<std::size_t>(end - digits)}, width);
+    const auto length = static_cast<std::size_t>(print_signed(digits, value) - digits);
+    std::memcpy(at, kBlanks, kWidest);
+    at += length < width ? width - length : 0;
+    std::memcpy(at, digits, kMaxDigits);
+    return at + length;
 }
 
 // The two zeros before the channel stand where storage addresses used to; no reader may rely on them.
@@ -90,16 +77,16 @@ void write_line(MemoryText &out, const qo1905_sta_info &station, Text interface_
 // One band's file as it grows.
 class BandList {
 public:
-    explicit BandList(const ListedBand &listed) : listed_(listed) {}
+    explicit BandList(const Band &band) : band_(band) {}
 
     void add_device(const qo1905_device &device) {
-        channel_.overlay(field_text(device.Info.*listed_.band.channel));
+        channel_.overlay(field_text(device.Info.*band_.channel));
         if (!index_stations(device)) {
             text_.fail();
             return;
         }
         for (const qo1905_non1905_group &group : ListNodes(device.NonIEEE1905Neighbor)) {
-            if (listed_.takes_group(field_text(group.Name))) {
+            if (takes_group(field_text(group.Name))) {
                 add_group(group);
             }
         }
@@ -108,11 +95,21 @@ public:
     const MemoryText &text() const { return text_; }
 
 private:
+    bool takes_group(Text name) const {
+        const bool is_5g = contains(name, kBand5G.prefix);
+        return &band_ == &kBand5G ? is_5g : !is_5g && name != "eth"sv;
+    }
+
+    bool takes_media_type(std::uint32_t code) const {
+        const auto &taken = band_.station_media_types;
+        return std::find(std::begin(taken), std::end(taken), code) != std::end(taken);
+    }
+
     // The stations of the band alone: of the others there may be many with the same MAC. False without memory.
     bool index_stations(const qo1905_device &device) {
         stations_.clear();
         for (const qo1905_sta_info &station : ListNodes(device.STAInfo)) {
-            if (listed_.takes_media_type(station.MediaType) && !stations_.add(mac_key(station.STAMac), &station)) {
+            if (takes_media_type(station.MediaType) && !stations_.add(mac_key(station.STAMac), &station)) {
                 return false;
             }
         }
@@ -130,7 +127,7 @@ private:
         }
     }
 
-    const ListedBand &listed_;
+    const Band &band_;
     MemoryText text_;
     ChannelText channel_;
     MacIndex stations_;
@@ -142,8 +139,8 @@ private:
 using namespace qo1905;
 
 int32_t updateWifiAssocList() {
-    BandList low(kListed24G);
-    BandList high(kListed5G);
+    BandList low(kBand24G);
+    BandList high(kBand5G);
     const qo1905_network_topology *network = getNetTopolTable();
     if (network != nullptr && network->IEEE1905DeviceNumberOfEntries != 0) {
         for (const qo1905_device &device : ListNodes(network->IEEE1905Device)) {

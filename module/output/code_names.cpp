@@ -8,14 +8,19 @@
 namespace qo1905 {
 namespace {
 
+// Texts in place: a table without pointers needs nothing done to it when the module is loaded.
 struct CodeName {
     CodeTable table;
+    std::uint8_t code;
+    char name[20];
+};
+struct MediaTypeName {
     std::uint16_t code;
-    Text name;
+    char name[44];
 };
 
 // The last row of each table: what is printed for every code that no row before has.
-constexpr std::uint16_t kOtherwise = 0xffff;
+constexpr std::uint8_t kOtherwise = 0xff;
 
 constexpr CodeName kNames[] = {
     // In capitals, unlike an interface's; the others are the same.
@@ -66,25 +71,26 @@ constexpr CodeName kNames[] = {
 
     {CodeTable::kDeviceType, 0, "Registrar"},
     {CodeTable::kDeviceType, kOtherwise, "Enrollee"},
-
-    // The blank before the parenthesis of 802.11af is one of a kind; readers know it.
-    {CodeTable::kMediaType, QO1905_MEDIA_FAST_ETHERNET, "IEEE 802.3u(IEEE 802.3u Fast Ethernet)"},
-    {CodeTable::kMediaType, QO1905_MEDIA_GIGABIT_ETHERNET, "IEEE 802.3ab(IEEE 802.3ab Gigabit Ethernet)"},
-    {CodeTable::kMediaType, QO1905_MEDIA_80211B_24GHZ, "IEEE 802.11b(IEEE 802.11b (2.4GHz))"},
-    {CodeTable::kMediaType, QO1905_MEDIA_80211G_24GHZ, "IEEE 802.11g(IEEE 802.11g (2.4GHz))"},
-    {CodeTable::kMediaType, QO1905_MEDIA_80211A_5GHZ, "IEEE 802.11a(IEEE 802.11a (5GHz))"},
-    {CodeTable::kMediaType, QO1905_MEDIA_80211N_24GHZ, "IEEE 802.11n 2.4(IEEE 802.11n (2.4GHz))"},
-    {CodeTable::kMediaType, QO1905_MEDIA_80211N_5GHZ, "IEEE 802.11n 5.0(IEEE 802.11n (5GHz))"},
-    {CodeTable::kMediaType, QO1905_MEDIA_80211AC_5GHZ, "IEEE 802.11ac(IEEE 802.11ac (5GHz))"},
-    {CodeTable::kMediaType, QO1905_MEDIA_80211AD_60GHZ, "IEEE 802.11ad(IEEE 802.11ad (60GHz))"},
-    {CodeTable::kMediaType, QO1905_MEDIA_80211AF, "IEEE 802.11af (IEEE 802.11af)"},
-    {CodeTable::kMediaType, QO1905_MEDIA_1901_WAVELET, "IEEE 1901 Wavelet(IEEE 1901 Wavelet)"},
-    {CodeTable::kMediaType, QO1905_MEDIA_1901_FFT, "IEEE 1901 FFT(IEEE 1901 FFT)"},
-    {CodeTable::kMediaType, QO1905_MEDIA_MOCA_V11, "MoCAv1.1(MoCAv1.1)"},
-    {CodeTable::kMediaType, kOtherwise, "Unknown"},
 };
 
-constexpr std::size_t kTables = static_cast<std::size_t>(CodeTable::kMediaType) + 1;
+// The blank before the parenthesis of 802.11af is one of a kind; readers know it.
+constexpr MediaTypeName kMediaTypeNames[] = {
+    {QO1905_MEDIA_FAST_ETHERNET, "IEEE 802.3u(IEEE 802.3u Fast Ethernet)"},
+    {QO1905_MEDIA_GIGABIT_ETHERNET, "IEEE 802.3ab(IEEE 802.3ab Gigabit Ethernet)"},
+    {QO1905_MEDIA_80211B_24GHZ, "IEEE 802.11b(IEEE 802.11b (2.4GHz))"},
+    {QO1905_MEDIA_80211G_24GHZ, "IEEE 802.11g(IEEE 802.11g (2.4GHz))"},
+    {QO1905_MEDIA_80211A_5GHZ, "IEEE 802.11a(IEEE 802.11a (5GHz))"},
+    {QO1905_MEDIA_80211N_24GHZ, "IEEE 802.11n 2.4(IEEE 802.11n (2.4GHz))"},
+    {QO1905_MEDIA_80211N_5GHZ, "IEEE 802.11n 5.0(IEEE 802.11n (5GHz))"},
+    {QO1905_MEDIA_80211AC_5GHZ, "IEEE 802.11ac(IEEE 802.11ac (5GHz))"},
+    {QO1905_MEDIA_80211AD_60GHZ, "IEEE 802.11ad(IEEE 802.11ad (60GHz))"},
+    {QO1905_MEDIA_80211AF, "IEEE 802.11af (IEEE 802.11af)"},
+    {QO1905_MEDIA_1901_WAVELET, "IEEE 1901 Wavelet(IEEE 1901 Wavelet)"},
+    {QO1905_MEDIA_1901_FFT, "IEEE 1901 FFT(IEEE 1901 FFT)"},
+    {QO1905_MEDIA_MOCA_V11, "MoCAv1.1(MoCAv1.1)"},
+};
+
+constexpr std::size_t kTables = static_cast<std::size_t>(CodeTable::kDeviceType) + 1;
 
 constexpr std::size_t index_of(CodeTable table) { return static_cast<std::size_t>(table); }
 
@@ -111,6 +117,16 @@ constexpr std::array<std::uint8_t, kTables> first_rows() {
 }
 constexpr std::array<std::uint8_t, kTables> kFirstRows = first_rows();
 
+constexpr bool media_types_ascend() {
+    for (std::size_t i = 1; i < std::size(kMediaTypeNames); ++i) {
+        if (kMediaTypeNames[i - 1].code >= kMediaTypeNames[i].code) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(media_types_ascend());
+
 }  // namespace
 
 Text code_name(CodeTable table, std::uint32_t code) {
@@ -119,6 +135,15 @@ Text code_name(CodeTable table, std::uint32_t code) {
         ++row;
     }
     return row->name;
+}
+
+Text media_type_name(std::uint32_t code) {
+    for (const MediaTypeName &row : kMediaTypeNames) {
+        if (row.code == code) {
+            return row.name;
+        }
+    }
+    return "Unknown"sv;
 }
 
 bool is_wifi_media_type(std::uint32_t code) {

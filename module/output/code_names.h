@@ -17,11 +17,13 @@ enum class CodeTable : std::uint8_t {
     kEventType,
     kNeighborType,
     kDeviceType,
-    kMediaType,  // IEEE 1905.1 table 6-12
 };
 
 // Every code has a text: that of its row, or what its table prints for all others.
 Text code_name(CodeTable table, std::uint32_t code);
+
+// Of an IEEE 1905.1 media type (table 6-12).
+Text media_type_name(std::uint32_t code);
 
 bool is_wifi_media_type(std::uint32_t code);
 

@@ -94,7 +94,7 @@ void write_al_interfaces(JsonWriter &json) {
         json.name("Status"sv, code_name(CodeTable::kInterfaceStatus, interface.Status));
         json.number("LastChange"sv, seconds_since(interface.LastChangeTime, now));
         json.list("LowerLayers"sv, links.view());
-        json.name("MediaType"sv, code_name(CodeTable::kMediaType, interface.MediaType));
+        json.name("MediaType"sv, media_type_name(interface.MediaType));
         json.name("PowerState"sv, code_name(CodeTable::kPowerState, interface.PowerState));
         json.number("LinkNumberOfEntries"sv, interface.LinkNumberOfEntries);
         write_vendor_properties(json, interface);

@@ -8,8 +8,8 @@ namespace qo1905 {
 namespace {
 
 constexpr std::size_t kBridgingListSize = 2048;
-constexpr Text kNonIeee1905Neighbor = "NonIEEE1905Neighbor.";
-constexpr Text kIeee1905Neighbor = "IEEE1905Neighbor.";
+constexpr char kNonIeee1905Neighbor[] = "NonIEEE1905Neighbor.";
+constexpr char kIeee1905Neighbor[] = "IEEE1905Neighbor.";
 
 using StationIndex = NodeIndex<qo1905_sta_info>;
 using InterfaceIndex = NodeIndex<qo1905_device_interface>;
@@ -40,9 +40,7 @@ private:
     BoundedText<32> name_;
 };
 
-void write_media_type(JsonWriter &json, std::uint32_t code) {
-    json.name("MediaType"sv, code_name(CodeTable::kMediaType, code));
-}
+void write_media_type(JsonWriter &json, std::uint32_t code) { json.name("MediaType"sv, media_type_name(code)); }
 
 void write_radio_values(JsonWriter &json, const qo1905_sta_info &station) {
     write_media_type(json, station.MediaType);

@@ -5,7 +5,6 @@
 // is left: a hostile device is cut, those before and behind it are whole.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 
 #include "module/base/mac.h"
@@ -34,29 +33,21 @@ public:
         : json_(json), pool_(pool), start_(json.size()), own_(kFree), extra_(pool / 2) {}
 
     // What it took beyond its own is no longer in the pool.
-    ~DeviceShare() {
-        const std::size_t used = json_.size() - start_;
-        const std::size_t beyond = used > own_ ? used - own_ : 0;
-        pool_ -= std::min(pool_, beyond);
-    }
+    ~DeviceShare();
     DeviceShare(const DeviceShare &) = delete;
     DeviceShare &operator=(const DeviceShare &) = delete;
 
     // Something stands in the device's lists that took at least so many bytes.
     void earn(std::size_t bytes) { own_ += kTextPerByte * bytes; }
-    void earn(const LeastBytes &least, const Mac &mac) { earn(mac[5] != 0 ? least.with_mac : least.without_mac); }
+    void earn(const LeastBytes &least, const Mac &mac);
 
     // May one more object be written? Once one may not, none may.
-    bool allows_object() {
-        is_cut_ = is_cut_ || json_.size() - start_ + kLargestObject > own_ + extra_;
-        return !is_cut_;
-    }
+    bool allows_object();
     bool is_cut() const { return is_cut_; }
 
 private:
     static constexpr std::size_t kTextPerByte = 8;
     static constexpr std::size_t kFree = 4096;
-    static constexpr std::size_t kLargestObject = 512;  // that a dump can bring about
 
     const JsonWriter &json_;
     std::size_t &pool_;

@@ -1,5 +1,6 @@
 #include "module/output/json_writer.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "module/base/json_text.h"
@@ -7,25 +8,13 @@
 namespace qo1905 {
 namespace {
 
-constexpr char kTabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
-constexpr std::size_t kMaxDepth = sizeof(kTabs) - 1;
-// What encloses a value: up to two characters on each side.
-constexpr char kEnclosures[][2][3] = {{"", ""}, {"\"", "\""}, {"[ ", " ]"}};
-constexpr std::size_t kEnclosureSize = 2;
-// All of a member but the key's name and the value; also what opens or closes an object.
-constexpr std::size_t kAroundKey = sizeof(",\n") + sizeof(kTabs) + kMaxDigits + sizeof("\"\": ") + 2 * kEnclosureSize;
-
-// Copies them all, which is quicker than counting, and steps over those that are wanted.
-char *print_indent(char *at, std::size_t depth) {
-    std::memcpy(at, kTabs, sizeof(kTabs));
-    return at + (depth < kMaxDepth ? depth : kMaxDepth);
-}
-
-// Copies both characters and steps over those that are wanted.
-char *print_enclosure(char *at, const char (&text)[3]) {
-    std::memcpy(at, text, kEnclosureSize);
-    return at + (text[0] != '\0' ? 1 : 0) + (text[1] != '\0' ? 1 : 0);
-}
+// What stands between a member and the one before it. Two tabs more than are shown, for a line that begins without its
+// separator.
+constexpr char kLineStart[] = ",\n\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
+constexpr std::size_t kSeparator = 2;
+constexpr std::size_t kMaxDepth = sizeof(kLineStart) - 1 - 2 * kSeparator;
+// All of a member but the key and the value; also what opens or closes an object.
+constexpr std::size_t kAroundKey = sizeof(kLineStart) + kMaxDigits + sizeof(R"("": [  ])");
 
 }  // namespace
 
@@ -61,11 +50,17 @@ void JsonWriter::close() {
     --depth_;
     if (char *at = out_.room(kAroundKey)) {
         *at++ = '\n';
-        at = print_indent(at, depth_);
+        at = print_indent(at, kSeparator);
         *at++ = '}';
         out_.end_at(at);
     }
     first_ = false;
+}
+
+// The start of a line, without so many of its characters. Copies all there are, which is quicker than counting.
+char *JsonWriter::print_indent(char *at, std::size_t skipped) const {
+    std::memcpy(at, kLineStart + skipped, kSeparator + kMaxDepth);
+    return at + kSeparator - skipped + std::min<std::size_t>(depth_, kMaxDepth);
 }
 
 // Prints all up to the key's last character; null without room for the whole member with `more` bytes of value.
@@ -74,12 +69,8 @@ char *JsonWriter::begin_key(Text key, std::size_t more) {
     if (at == nullptr) {
         return nullptr;
     }
-    if (!first_) {
-        *at++ = ',';
-        *at++ = '\n';
-    }
+    at = print_indent(at, first_ ? kSeparator : 0);
     first_ = false;
-    at = print_indent(at, depth_);
     *at++ = '"';
     return print_text(at, key);
 }
@@ -90,12 +81,36 @@ char *JsonWriter::begin_member(Text key, std::size_t value_size) {
     return at != nullptr ? print_text(at, "\": "sv) : nullptr;
 }
 
-void JsonWriter::enclosed(Text key, Text value, Enclosure enclosure) {
+void JsonWriter::name(Text key, Text value) {
     if (char *at = begin_member(key, value.size())) {
-        const auto &[before, after] = kEnclosures[static_cast<std::size_t>(enclosure)];
-        at = print_enclosure(at, before);
+        *at++ = '"';
         at = print_text(at, value);
-        out_.end_at(print_enclosure(at, after));
+        *at++ = '"';
+        out_.end_at(at);
+    }
+}
+
+void JsonWriter::word(Text key, Text value) {
+    if (char *at = begin_member(key, value.size())) {
+        out_.end_at(print_text(at, value));
+    }
+}
+
+void JsonWriter::list(Text key, Text items) {
+    if (char *at = begin_member(key, items.size())) {
+        at = print_text(at, "[ "sv);
+        at = print_text(at, items);
+        out_.end_at(print_text(at, " ]"sv));
+    }
+}
+
+void JsonWriter::mac(Text key, const Mac &value) {
+    if (char *at = begin_member(key, kMacTextLength)) {
+        *at++ = '"';
+        print_mac(value, at);
+        at += kMacTextLength;
+        *at++ = '"';
+        out_.end_at(at);
     }
 }
 
@@ -111,11 +126,9 @@ void JsonWriter::signed_number(Text key, std::int32_t value) {
     }
 }
 
-void JsonWriter::mac(Text key, const Mac &value) {
-    char text[kMacTextLength];
-    print_mac(value, text);
-    name(key, {text, sizeof(text)});
-}
+void JsonWriter::flag(Text key, bool value) { word(key, value ? "true"sv : "false"sv); }
+
+void JsonWriter::text_field(Text key, const char *field, std::size_t size) { text(key, field_text(field, size)); }
 
 void JsonWriter::text(Text key, Text value) {
     if (is_plain_json_text(value)) {

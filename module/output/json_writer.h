@@ -27,31 +27,29 @@ public:
 
     void number(Text key, std::uint32_t value);
     void signed_number(Text key, std::int32_t value);
-    void flag(Text key, bool value) { word(key, value ? "true"sv : "false"sv); }
+    void flag(Text key, bool value);
     void mac(Text key, const Mac &value);
 
     // Somebody else's text, in quotes.
     void text(Text key, Text value);
     template <std::size_t N>
     void text(Text key, const char (&field)[N]) {
-        text(key, field_text(field));
+        text_field(key, field, N);
     }
 
     // One of our own: in quotes, bare, or in brackets.
-    void name(Text key, Text value) { enclosed(key, value, Enclosure::kQuotes); }
-    void word(Text key, Text value) { enclosed(key, value, Enclosure::kNone); }
-    void list(Text key, Text items) { enclosed(key, items, Enclosure::kBrackets); }
+    void name(Text key, Text value);
+    void word(Text key, Text value);
+    void list(Text key, Text items);
 
     // Bytes written so far.
     std::size_t size() const { return out_.size(); }
 
 private:
-    // What stands before a value and behind it.
-    enum class Enclosure : std::uint8_t { kNone, kQuotes, kBrackets };
-
+    void text_field(Text key, const char *field, std::size_t size);
+    char *print_indent(char *at, std::size_t skipped) const;
     char *begin_key(Text key, std::size_t more);
     char *begin_member(Text key, std::size_t value_size);
-    void enclosed(Text key, Text value, Enclosure enclosure);
 
     MemoryText &out_;
     unsigned depth_ = 0;

@@ -3,7 +3,6 @@
 
 #include "module/topology/dump_entry.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -78,9 +77,9 @@ const Band &band_of(const char *channel) {
 
 // The band that a "Medium" names; null when it names none.
 const Band *band_named(const char *medium) {
-    for (const Band *band : {&kBand5G, &kBand24G}) {
-        if (medium != nullptr && band->medium == medium) {
-            return band;
+    for (const Band &band : kBands) {
+        if (is_text(medium, band.medium)) {
+            return &band;
         }
     }
     return nullptr;
@@ -99,60 +98,18 @@ enum BackhaulText { kBackhaulNeighbor, kBackhaulInterface, kBackhaulRssi, kBackh
 constexpr char kBackhaulKeys[kBackhaulTexts][21] = {"neighbor almac addr", "connected iface addr", "RSSI",
                                                     "Backhaul Medium Type"};
 
-// The backhaul link metrics by neighbour: an entry may hold as many of them as of backhauls that ask.
-class LinkIndex {
-public:
-    LinkIndex() = default;
-    ~LinkIndex() { std::free(links_); }
-    LinkIndex(const LinkIndex &) = delete;
-    LinkIndex &operator=(const LinkIndex &) = delete;
-
-    // False without memory.
-    bool build(const JsonItems &links) {
-        if (links.size() == 0) {
-            return true;
-        }
-        links_ = static_cast<Link *>(std::calloc(links.size(), sizeof(Link)));
-        if (links_ == nullptr) {
+// "neighbor_if_mac" of the first backhaul link to each neighbour that tells it. An entry may hold as many links as
+// backhauls that ask. False without memory.
+bool index_links(const JsonItems &links, TextIndex &interfaces) {
+    for (json_object *link : links) {
+        const char *neighbor = json_text(link, "neighbor_al");
+        const char *mac = json_text(json_items(link, "metrics")[0], "neighbor_if_mac");
+        if (neighbor != nullptr && mac != nullptr && !interfaces.add(neighbor, mac)) {
             return false;
         }
-        for (json_object *link : links) {
-            const char *neighbor = json_text(link, "neighbor_al");
-            const char *mac = json_text(json_items(link, "metrics")[0], "neighbor_if_mac");
-            if (neighbor != nullptr && mac != nullptr) {
-                links_[size_] = {neighbor, mac, size_};
-                ++size_;
-            }
-        }
-        std::sort(links_, links_ + size_, is_before);
-        return true;
     }
-
-    // "neighbor_if_mac" of the first link to this neighbour that tells it; null when none does.
-    const char *interface_of(const char *neighbor_al) const {
-        if (neighbor_al == nullptr) {
-            return nullptr;
-        }
-        const Link wanted = {neighbor_al, nullptr, 0};
-        const Link *found = std::lower_bound(links_, links_ + size_, wanted, is_before);
-        return found != links_ + size_ && is_text(found->neighbor, neighbor_al) ? found->mac : nullptr;
-    }
-
-private:
-    struct Link {
-        const char *neighbor;
-        const char *mac;
-        std::size_t order;
-    };
-
-    static bool is_before(const Link &a, const Link &b) {
-        const int order = std::strcmp(a.neighbor, b.neighbor);
-        return order != 0 ? order < 0 : a.order < b.order;
-    }
-
-    Link *links_ = nullptr;
-    std::size_t size_ = 0;
-};
+    return true;
+}
 
 // One call's work. The steps follow the order in which the record's lists are filled.
 class EntryParser {
@@ -341,15 +298,15 @@ private:
 
     bool add_backhauls() {
         const JsonItems backhauls = json_items(entry_, "BH Info");
-        LinkIndex links;
-        if (!links.build(json_items(entry_, "backhaul link metrics"))) {
+        TextIndex interfaces;
+        if (!index_links(json_items(entry_, "backhaul link metrics"), interfaces)) {
             return tell_no_memory();
         }
         EntryChain<qo1905_1905_neighbor> entries;
         for (json_object *backhaul : backhauls) {
             const char *texts[kBackhaulTexts];
             json_texts(backhaul, kBackhaulKeys, texts);
-            const char *neighbor_mac = links.interface_of(texts[kBackhaulNeighbor]);
+            const char *neighbor_mac = interfaces.find(texts[kBackhaulNeighbor]);
             if (auto *entry = entries.add()) {
                 parse_mac(neighbor_mac, entry->NeighborDeviceId);
                 add_1905_group(texts[kBackhaulInterface], 1, entries);

@@ -21,9 +21,12 @@ constexpr std::size_t kLineSize = 512;  // with a zero byte at the end
 class LineValues {
 public:
     // Expiry time, MAC, address, then what nobody needs. The address takes a line end along when nothing follows it.
-    void parse(const char *line) {
+    void parse(Text line) {
         if (!parse_plain(line)) {
-            (void)std::sscanf(line, "%*u " QO1905_MAC_FORMAT " %511[^ ] %*[^ ] %*[^ ] %*[^ ]\n", &mac_[0], &mac_[1],
+            char text[kLineSize];
+            std::memcpy(text, line.data(), line.size());
+            text[line.size()] = '\0';
+            (void)std::sscanf(text, "%*u " QO1905_MAC_FORMAT " %511[^ ] %*[^ ] %*[^ ] %*[^ ]\n", &mac_[0], &mac_[1],
                               &mac_[2], &mac_[3], &mac_[4], &mac_[5], address_);
         }
     }
@@ -32,33 +35,26 @@ public:
     const char *address() const { return address_; }
 
 private:
-    // As dnsmasq writes it: a number, the MAC and the address with single blanks between and behind them. Nearly all
-    // lines are such, and sscanf is slow.
-    bool parse_plain(const char *line) {
-        const char *at = line;
+    // As dnsmasq writes it: a number, the MAC and the address with single blanks between and behind them. sscanf takes
+    // ten times as long (docs/performance.md).
+    bool parse_plain(Text line) {
+        const char *at = line.data();
         while (*at >= '0' && *at <= '9') {
             ++at;
         }
-        if (at == line || *at != ' ' || !parse_plain_mac(at + 1, mac_, ' ')) {
+        if (at == line.data() || *at != ' ' || !parse_plain_mac(at + 1, mac_, ' ')) {
             return false;
         }
         const char *address = at + 1 + kMacTextLength + 1;
-        const std::size_t length = plain_length(address);
-        if (length == 0 || address[length] != ' ') {
+        const char *end = address;
+        while (static_cast<unsigned char>(*end) > ' ') {
+            ++end;
+        }
+        if (end == address || *end != ' ' || end >= line.data() + line.size()) {
             return false;
         }
-        std::memcpy(address_, address, length);
-        address_[length] = '\0';
+        *print_text(address_, {address, static_cast<std::size_t>(end - address)}) = '\0';
         return true;
-    }
-
-    // Up to the first character that ends it for the C library.
-    static std::size_t plain_length(const char *text) {
-        std::size_t length = 0;
-        while (static_cast<unsigned char>(text[length]) > ' ') {
-            ++length;
-        }
-        return length;
     }
 
     Mac mac_ = {};
@@ -78,42 +74,40 @@ public:
     LeaseLines(const LeaseLines &) = delete;
     LeaseLines &operator=(const LeaseLines &) = delete;
 
-    // Null at the end of the file, without one, or where it cannot be read on.
-    const char *next() {
+    // With its line end; empty at the end of the file, without one, or where it cannot be read on. Up to the next call.
+    // Behind it there is always a character that is no printable one, here or further on.
+    Text next() {
         if (unread() < kLineSize && !at_end_) {
             fill();
         }
         const std::size_t most = unread() < kLineSize - 1 ? unread() : kLineSize - 1;
-        if (most == 0) {
-            return nullptr;
-        }
         const char *start = block_ + start_;
         const auto *line_end = static_cast<const char *>(std::memchr(start, '\n', most));
         const std::size_t length = line_end != nullptr ? static_cast<std::size_t>(line_end - start) + 1 : most;
-        std::memcpy(line_, start, length);
-        line_[length] = '\0';
         start_ += length;
-        return line_;
+        return {start, length};
     }
 
 private:
+    static constexpr std::size_t kBlockSize = 4096;
+
     std::size_t unread() const { return end_ - start_; }
 
     void fill() {
         std::memmove(block_, block_ + start_, unread());
         end_ -= start_;
         start_ = 0;
-        const ssize_t count = read(fd_, block_ + end_, sizeof(block_) - end_);
+        const ssize_t count = read(fd_, block_ + end_, kBlockSize - end_);
         end_ += count > 0 ? static_cast<std::size_t>(count) : 0;
-        at_end_ = end_ < sizeof(block_);  // less than was asked for
+        block_[end_] = '\0';
+        at_end_ = end_ < kBlockSize;  // less than was asked for
     }
 
     int fd_;
     bool at_end_;
     std::size_t start_ = 0;
     std::size_t end_ = 0;
-    char block_[4096];
-    char line_[kLineSize];
+    char block_[kBlockSize + 1] = {};
 };
 
 // Gives a lease to all devices with its MAC. Only the first line for a MAC counts: its entry has no record any more.
@@ -145,7 +139,7 @@ bool merge_leases(qo1905_device *devices) {
     index.sort();
     LeaseLines lines;
     LineValues values;
-    while (const char *line = lines.next()) {
+    for (Text line = lines.next(); !line.empty(); line = lines.next()) {
         values.parse(line);
         give_lease(index, values);
     }

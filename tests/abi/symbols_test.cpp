@@ -80,10 +80,14 @@ TEST(Symbols, ImportsAreExactlyThePlatformTheCLibraryAndJsonC) {
                                             "qoUtilIGetBaseMACwithColon",
                                             "StaInfo",
                                             "configWlanEnable"};
-    const std::set<std::string> json_c = {
-        "json_object_array_get_idx", "json_object_array_length", "json_object_get_int",    "json_object_get_object",
-        "json_object_get_string",    "json_object_is_type",      "json_object_object_get", "json_object_put",
-        "json_tokener_free",         "json_tokener_new",         "json_tokener_parse",     "json_tokener_parse_ex"};
+    const std::set<std::string> json_c = {"json_object_array_get_idx", "json_object_array_length",
+                                          "json_object_get_int",       "json_object_get_object",
+                                          "json_object_get_string",    "json_object_is_type",
+                                          "json_object_object_get",    "json_object_put",
+                                          "json_tokener_free",         "json_tokener_new",
+                                          "json_tokener_parse",        "json_tokener_parse_ex",
+                                          "lh_kchar_table_new",        "lh_table_free",
+                                          "lh_table_insert",           "lh_table_lookup_ex"};
     std::set<std::string> unversioned;
     std::set<std::string> from_json_c;
     for (const Symbol &symbol : symbols("--undefined-only")) {
@@ -125,7 +129,13 @@ TEST(Hardening, EverySymbolIsBoundWhenTheModuleIsLoaded) {
 // What is relocated once is not written again, and no page can be both written and run.
 TEST(Hardening, RelocatedConstantsAreReadOnlyAndTheStackIsNotRun) {
     const std::string headers = output_of("readelf -lW " QO1905_MODULE);
-    EXPECT_THAT(headers, ContainsRegex("GNU_RELRO "));
+    // On MIPS, where the global offset table is never protected, there may be nothing to protect; the linker then makes
+    // no such segment, although asked to.
+    const std::string sections = output_of("readelf -SW " QO1905_MODULE);
+    const bool is_mips = sections.find(".MIPS.") != std::string::npos;
+    if (!is_mips || sections.find(".data.rel.ro") != std::string::npos) {
+        EXPECT_THAT(headers, ContainsRegex("GNU_RELRO "));
+    }
     EXPECT_THAT(headers, ContainsRegex("GNU_STACK .* RW +0x"));
     EXPECT_EQ(headers.find(" RWE "), std::string::npos);
     EXPECT_EQ(headers.find(".init_array"), std::string::npos);  // nothing to start, nothing to end
@@ -136,7 +146,7 @@ TEST(Hardening, BuffersOnTheStackAreGuarded) {
     for (const Symbol &symbol : symbols("--undefined-only")) {
         imported.insert(symbol.name);
     }
-    EXPECT_EQ(imported.count("__stack_chk_fail"), 1U);
+    EXPECT_EQ(imported.count("__stack_chk_fail") + imported.count("__stack_chk_fail_local"), 1U);
     // The C library's own checks, where it has them.
 #if defined(__GLIBC__) && defined(__OPTIMIZE__)
     EXPECT_EQ(imported.count("__printf_chk"), 1U);

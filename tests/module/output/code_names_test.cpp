@@ -32,28 +32,31 @@ TEST(CodeNames, OfEveryTable) {
     expect_names(CodeTable::kEventType, {"NewNeighbor", "LostNeighbor"}, "");
     expect_names(CodeTable::kNeighborType, {"IEEE1905", "Non-IEEE1905"}, "Unknown");
     expect_names(CodeTable::kDeviceType, {"Registrar"}, "Enrollee");
-    expect_names(CodeTable::kMediaType,
-                 {"IEEE 802.3u(IEEE 802.3u Fast Ethernet)", "IEEE 802.3ab(IEEE 802.3ab Gigabit Ethernet)"}, "Unknown");
 }
 
-TEST(CodeNames, OfWifiMediaTypes) {
+TEST(CodeNames, OfMediaTypes) {
     const std::vector<std::string> names = {
         "IEEE 802.11b(IEEE 802.11b (2.4GHz))",   "IEEE 802.11g(IEEE 802.11g (2.4GHz))",
         "IEEE 802.11a(IEEE 802.11a (5GHz))",     "IEEE 802.11n 2.4(IEEE 802.11n (2.4GHz))",
         "IEEE 802.11n 5.0(IEEE 802.11n (5GHz))", "IEEE 802.11ac(IEEE 802.11ac (5GHz))",
         "IEEE 802.11ad(IEEE 802.11ad (60GHz))",  "IEEE 802.11af (IEEE 802.11af)"};
     for (std::uint32_t i = 0; i < names.size(); ++i) {
-        EXPECT_EQ(code_name(CodeTable::kMediaType, 0x100 + i), names[i]);
+        EXPECT_EQ(media_type_name(0x100 + i), names[i]);
         EXPECT_TRUE(is_wifi_media_type(0x100 + i));
     }
     for (const std::uint32_t code : {0U, 1U, 0xffU, 0x108U, 0x200U}) {
         EXPECT_FALSE(is_wifi_media_type(code)) << code;
     }
-    EXPECT_EQ(code_name(CodeTable::kMediaType, 0xff), "Unknown");
-    EXPECT_EQ(code_name(CodeTable::kMediaType, 0x108), "Unknown");
-    EXPECT_EQ(code_name(CodeTable::kMediaType, 0x200), "IEEE 1901 Wavelet(IEEE 1901 Wavelet)");
-    EXPECT_EQ(code_name(CodeTable::kMediaType, 0x201), "IEEE 1901 FFT(IEEE 1901 FFT)");
-    EXPECT_EQ(code_name(CodeTable::kMediaType, 0x300), "MoCAv1.1(MoCAv1.1)");
+    EXPECT_EQ(media_type_name(0), "IEEE 802.3u(IEEE 802.3u Fast Ethernet)");
+    EXPECT_EQ(media_type_name(1), "IEEE 802.3ab(IEEE 802.3ab Gigabit Ethernet)");
+    for (const std::uint32_t code : {2U, 0xffffU, 0x10000U, 0x10103U, ~0U}) {
+        EXPECT_EQ(media_type_name(code), "Unknown") << code;
+    }
+    EXPECT_EQ(media_type_name(0xff), "Unknown");
+    EXPECT_EQ(media_type_name(0x108), "Unknown");
+    EXPECT_EQ(media_type_name(0x200), "IEEE 1901 Wavelet(IEEE 1901 Wavelet)");
+    EXPECT_EQ(media_type_name(0x201), "IEEE 1901 FFT(IEEE 1901 FFT)");
+    EXPECT_EQ(media_type_name(0x300), "MoCAv1.1(MoCAv1.1)");
 }
 
 }  // namespace

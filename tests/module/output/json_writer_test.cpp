@@ -68,7 +68,9 @@ TEST(JsonWriterTest, IndentsNoFurtherThanItsTabs) {
         json.open("x");
     }
     json.number("y", 1);
-    EXPECT_NE(text.view().find("\n" + std::string(15, '\t') + "\"y\": 1"), Text::npos);
+    json.number("z", 2);
+    const std::string tabs(15, '\t');
+    EXPECT_NE(text.view().find("\n" + tabs + "\"y\": 1,\n" + tabs + "\"z\": 2"), Text::npos);
 }
 
 }  // namespace
