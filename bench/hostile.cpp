@@ -1,6 +1,6 @@
 // What hostile input costs: for each shape, at three sizes, a cycle's time, its ratio to json-c parsing the same bytes
-// and freeing them again, the growth of its time per byte, and the most memory that the process had. Each measurement
-// has a process of its own.
+// and freeing them again, how much both grow per byte, the most memory that the process had, and the size of the model.
+// Each measurement has a process of its own.
 
 #include <json-c/json.h>
 #include <sys/wait.h>
@@ -121,46 +121,75 @@ Cost measure_apart(const hostile::Shape &shape, std::size_t bytes) {
     return cost;
 }
 
+void print_head(std::FILE *table) {
+    (void)std::fprintf(table, "%-40s", "");
+    for (const char *size : {"64 KiB", "1 MiB", "4 MiB"}) {
+        (void)std::fprintf(table, " %42s", size);
+    }
+    (void)std::fprintf(table, "\n%-40s", "shape");
+    for (std::size_t i = 0; i < std::size(kSizes); ++i) {
+        (void)std::fprintf(table, " %10s %5s %11s %7s %5s", "time", "ratio", "grows parse", "MiB", "model");
+    }
+    (void)std::fprintf(table, "\n");
+}
+
 void print_row(std::FILE *table, const hostile::Shape &shape) {
     (void)std::fprintf(table, "%-40s", shape.name);
-    double per_byte_before = 0;
+    Cost before{};
     for (const std::size_t size : kSizes) {
         const Cost cost = measure_apart(shape, size);
-        const double per_byte = cost.cycle_ns / static_cast<double>(cost.bytes);
-        char growth[16] = "-";
-        if (per_byte_before > 0) {
-            (void)std::snprintf(growth, sizeof(growth), "%.2f", per_byte / per_byte_before);
+        char growth[32] = "-     -";
+        if (before.bytes > 0) {
+            const double bytes = static_cast<double>(cost.bytes) / static_cast<double>(before.bytes);
+            (void)std::snprintf(growth, sizeof(growth), "%.2f  %.2f", cost.cycle_ns / before.cycle_ns / bytes,
+                                cost.parse_ns / before.parse_ns / bytes);
         }
-        (void)std::fprintf(table, " %8.2f ms %5.2f %5s %7.1f %6.1f", cost.cycle_ns / 1e6, cost.cycle_ns / cost.parse_ns,
-                           growth, static_cast<double>(cost.peak_kib) / 1024,
+        (void)std::fprintf(table, " %7.2f ms %5.2f %11s %7.1f %5.1f", cost.cycle_ns / 1e6,
+                           cost.cycle_ns / cost.parse_ns, growth, static_cast<double>(cost.peak_kib) / 1024,
                            static_cast<double>(cost.model_size) / 1024 / 1024);
-        per_byte_before = per_byte;
+        before = cost;
     }
     (void)std::fprintf(table, "\n");
     (void)std::fflush(table);
 }
 
+// One cycle of one shape, for whoever counts what it does.
+int run_once(const char *name, std::size_t bytes) {
+    for (const hostile::Shape &shape : hostile::shapes()) {
+        if (std::strcmp(shape.name, name) == 0) {
+            const hostile::Input input = shape.make(bytes);
+            bench::write_file(qo1905::kDumpFile, input.dump);
+            bench::write_file(qo1905::kLeaseFile, input.leases);
+            cycle(input);
+            return 0;
+        }
+    }
+    return 1;
+}
+
 }  // namespace
 
-// With a word, only the shapes whose names have it.
+// qo1905-hostile [WORD]: with a word, only the shapes whose names have it. --list names them; --once NAME BYTES runs
+// one.
 int main(int argc, char **argv) {
     std::FILE *table = fdopen(dup(STDOUT_FILENO), "w");
     if (table == nullptr || std::freopen("/dev/null", "w", stdout) == nullptr) {
         return 1;
     }
-    (void)std::fprintf(table, "%-40s", "");
-    for (const char *size : {"64 KiB", "1 MiB", "4 MiB"}) {
-        (void)std::fprintf(table, " %38s", size);
+    if (argc == 4 && std::strcmp(argv[1], "--once") == 0) {
+        return run_once(argv[2], std::strtoul(argv[3], nullptr, 10));
     }
-    (void)std::fprintf(table, "\n%-40s", "shape");
-    for (std::size_t i = 0; i < std::size(kSizes); ++i) {
-        (void)std::fprintf(table, " %11s %5s %5s %7s %6s", "time", "ratio", "grows", "MiB", "model");
+    const bool only_names = argc == 2 && std::strcmp(argv[1], "--list") == 0;
+    if (!only_names) {
+        print_head(table);
     }
-    (void)std::fprintf(table, "\n");
     for (const hostile::Shape &shape : hostile::shapes()) {
-        if (argc < 2 || std::strstr(shape.name, argv[1]) != nullptr) {
+        if (only_names) {
+            (void)std::fprintf(table, "%s\n", shape.name);
+        } else if (argc < 2 || std::strstr(shape.name, argv[1]) != nullptr) {
             print_row(table, shape);
         }
     }
+    (void)std::fclose(table);
     return 0;
 }

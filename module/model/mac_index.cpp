@@ -12,11 +12,13 @@ constexpr std::size_t kFirstCapacity = 64;
 
 using Entry = MacIndex::Entry;
 
+bool is_before(const Entry &a, const Entry &b) { return a.key < b.key; }
+
 // Two sorted runs, the one behind the other, into one. What is equal stays in its order.
 void merge(const Entry *left, const Entry *middle, const Entry *end, Entry *out) {
     const Entry *right = middle;
     while (left != middle && right != end) {
-        *out++ = right->key < left->key ? *right++ : *left++;
+        *out++ = is_before(*right, *left) ? *right++ : *left++;
     }
     out = std::copy(left, middle, out);
     std::copy(right, end, out);
@@ -54,6 +56,9 @@ bool MacIndex::add(std::uint64_t key, const void *record) {
 void MacIndex::sort(std::size_t from) {
     const std::size_t count = size_ - from;
     Entry *const sorted = entries_ + from;
+    if (std::is_sorted(sorted, sorted + count, is_before)) {
+        return;  // as many of one MAC always are
+    }
     Entry *source = sorted;
     Entry *target = entries_ + capacity_;
     for (std::size_t width = 1; width < count; width *= 2) {

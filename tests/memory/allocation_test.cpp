@@ -163,13 +163,6 @@ TEST_F(AllocationTest, OfAnIndexOfDevicesFailsTheTable) {
     EXPECT_EQ(module_.getAlTable(), nullptr);
 }
 
-TEST_F(AllocationTest, OfAnIndexOfLinksEndsTheEntry) {
-    put_dump(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02", "BH Info": [{}], "backhaul link metrics": [{}]})");
-    fail_allocation(8);
-    EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.initALTable(), 16); }),
-              "getNbrDevInfo: Alloc struct buf failed!!\nFail update Ieee1905DevTable!\n");
-}
-
 TEST_F(AllocationTest, OfAnIndexOfAgentsCountsSixteenStations) {
     build(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})");
     fake::host.role = "2";
