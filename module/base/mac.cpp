@@ -57,11 +57,12 @@ void parse_mac(const char *text, Mac &mac) {
 
 void print_mac(const Mac &mac, char *text) {
     for (int i = 0; i < 6; ++i) {
-        if (i > 0) {
-            *text++ = ':';
+        text[0] = kHexDigits[mac[i] / 16];
+        text[1] = kHexDigits[mac[i] % 16];
+        if (i < 5) {
+            text[2] = ':';
         }
-        *text++ = kHexDigits[mac[i] >> 4];
-        *text++ = kHexDigits[mac[i] & 15];
+        text += 3;
     }
 }
 

@@ -16,12 +16,10 @@ bool is_before(const Entry &a, const Entry &b) { return a.key < b.key; }
 
 // Two sorted runs, the one behind the other, into one. What is equal stays in its order.
 void merge(const Entry *left, const Entry *middle, const Entry *end, Entry *out) {
-    const Entry *right = middle;
-    while (left != middle && right != end) {
-        *out++ = is_before(*right, *left) ? *right++ : *left++;
+    for (const Entry *right = middle; left != middle || right != end; ++out) {
+        const bool right_is_next = left == middle || (right != end && is_before(*right, *left));
+        *out = right_is_next ? *right++ : *left++;
     }
-    out = std::copy(left, middle, out);
-    std::copy(right, end, out);
 }
 
 }  // namespace
