@@ -257,6 +257,19 @@ void expect_json_file(const char *path) {
     json_tokener_free(tokener);
 }
 
+void expect_model_in_proportion(std::size_t dump_size) {
+    const qo1905_network_topology *network = getNetTopolTable();
+    std::size_t limit = (std::size_t{1} << 20U) + 8 * dump_size;
+    for (const qo1905_device *device = network != nullptr ? network->IEEE1905Device : nullptr; device != nullptr;
+         device = device->next) {
+        limit += 4096;
+    }
+    std::ifstream file("/tmp/qo1905.json", std::ios::binary | std::ios::ate);
+    if (network != nullptr && file && static_cast<std::size_t>(file.tellg()) > limit) {
+        fail("out of proportion", std::to_string(file.tellg()));
+    }
+}
+
 void build_and_write() {
     if (initALTable() != QO1905_SUCCESS) {
         return;

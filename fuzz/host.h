@@ -49,6 +49,9 @@ void write_file(const char *path, std::string_view text);
 // Aborts when the file is no strictly valid JSON in valid UTF-8.
 void expect_json_file(const char *path);
 
+// Aborts when the model is more than 1 MiB, eight times the dump and 4 KiB a device together.
+void expect_model_in_proportion(std::size_t dump_size);
+
 // Builds the table and writes all files; aborts when one does not parse.
 void build_and_write();
 

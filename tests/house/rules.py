@@ -30,7 +30,7 @@ ROOMS = {
 # Around it. Of the module these know what the gateway knows; only tests and benchmarks look into its rooms.
 AROUND = {
     "lab": {"include", "module/platform", "lab"},
-    "fuzz": {"include", "module/platform", "fuzz", "tests/support"},
+    "fuzz": {"include", "module/platform", "fuzz", "tests/support", "lab"},
     "bench": set(ROOMS) | {"bench", "tests/support"},
     "tests": set(ROOMS) | {"lab", "tests", "tests/support"},
 }
