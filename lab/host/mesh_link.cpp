@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <nlohmann/json.hpp>
 
 #include "lab/common/error.h"
@@ -96,12 +97,20 @@ void MeshLink::run() {
     next_call_ = registered_event()->first_delay;
     send(R"({"ready": true})");
     for (std::string line; read_line(line);) {
-        const nlohmann::json order = nlohmann::json::parse(line);
-        if (order.contains("tick")) {
-            tick(order["tick"]);
-        } else {
-            device.become(DeviceDescription::read(JsonValue::parse(line, "the mesh")));
+        try {
+            obey(line);
+        } catch (const std::exception &error) {
+            std::cerr << "host: refused what the mesh said: " << error.what() << '\n';  // and stays what it was
         }
+    }
+}
+
+void MeshLink::obey(const std::string &line) {
+    const nlohmann::json order = nlohmann::json::parse(line);
+    if (order.contains("tick")) {
+        tick(order["tick"]);
+    } else {
+        device.become(DeviceDescription::read(JsonValue::parse(line, "the mesh")));
     }
 }
 

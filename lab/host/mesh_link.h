@@ -28,6 +28,7 @@ public:
 private:
     bool read_line(std::string &line);
     void send(const std::string &line);
+    void obey(const std::string &line);
     void tick(unsigned cycle);
 
     int fd_;

@@ -16,9 +16,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int kUplinkOffset = 11;
-constexpr int kMaxSignal = -20;
-constexpr int kMinSignal = -95;
-constexpr int kMaxRate = 65535;
 constexpr std::size_t kMaxDevices = 255;  // what a count of interfaces or devices holds everywhere
 constexpr std::size_t kMaxText = 127;     // of the platform's texts
 constexpr std::size_t kMaxBssOfBand = 4;  // nobody asks for the stations of more

@@ -7,6 +7,11 @@
 
 namespace lab {
 
+// What a signal (dBm) and a rate (Mbit/s) may be, in a scenario and whatever becomes of it.
+inline constexpr int kMinSignal = -95;
+inline constexpr int kMaxSignal = -20;
+inline constexpr int kMaxRate = 65535;
+
 enum class Role { kController, kAgent };
 enum class Band { k2_4GHz, k5GHz };
 enum class Medium { k2_4GHz, k5GHz, kEthernet };

@@ -5,8 +5,6 @@
 namespace lab {
 namespace {
 
-constexpr int kWeakest = -95;
-constexpr int kStrongest = -25;
 constexpr int kRateLossPerDb = 2;  // percent
 
 template <class Items, class Matches>
@@ -126,7 +124,7 @@ bool World::reaches(std::size_t from, std::size_t to) const {
 int World::rate(std::size_t station) const {
     const StationSpec &at_first = scenario_.stations[station];
     const int percent = 100 + kRateLossPerDb * (stations_[station].signal - at_first.signal);
-    return std::max(1, at_first.rate * percent / 100);
+    return std::clamp(at_first.rate * percent / 100, 1, kMaxRate);
 }
 
 Changes World::step() {
@@ -168,7 +166,7 @@ void World::drift(std::size_t station, unsigned draw) {
     const auto range = static_cast<unsigned>(2 * scenario_.pace.drift + 1);
     const int change = static_cast<int>(draw % range) - scenario_.pace.drift;
     int &signal = stations_[station].signal;
-    signal = std::clamp(signal + change, kWeakest, kStrongest);
+    signal = std::clamp(signal + change, kMinSignal, kMaxSignal);
 }
 
 // To a device that can be heard: one that is up and has the station's band. False when there is none.

@@ -1,5 +1,6 @@
 """The rules of the house that a compiler does not check. Each returns what it has to complain of, a line each."""
 
+import functools
 import re
 import subprocess
 import sys
@@ -107,12 +108,16 @@ def code_of(path):
 DEFINED = "TDBRGVW"
 
 
+@functools.cache
+def listing(nm, path):
+    return subprocess.run([nm, "-g", path], check=True, capture_output=True, text=True).stdout
+
+
 def symbols(objects, nm):
     """(room, name, is defined) of every symbol with external linkage, of the object files that a list names."""
     for path in Path(objects).read_text().split():
         room = room_of(path[path.rindex("/module/") + 1 :])
-        listing = subprocess.run([nm, "-g", path], check=True, capture_output=True, text=True).stdout
-        for line in listing.splitlines():
+        for line in listing(nm, path).splitlines():
             kind, name = line.split()[-2:]
             if kind in DEFINED + "U":
                 yield room, name, kind != "U"

@@ -50,7 +50,7 @@ class HouseTest(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.root = Path(folder.name) / "house"
-        ignored = shutil.ignore_patterns("build*", ".git", "fixtures", "corpus", "node_modules")
+        ignored = shutil.ignore_patterns("build*", ".git", "node_modules")
         shutil.copytree(ROOT, self.root, ignore=ignored)
         self.objects = OBJECTS
 

@@ -272,7 +272,34 @@ TEST(World, ARateFallsWithTheSignalAndNeverBelowOne) {
         EXPECT_EQ(world.rate(phone), 390 * percent / 100);
         EXPECT_GE(world.rate(phone), 1);
         EXPECT_GE(world.station_now(phone).signal, -95);
-        EXPECT_LE(world.station_now(phone).signal, -25);
+        EXPECT_LE(world.station_now(phone).signal, -20);
+    }
+}
+
+TEST(World, StaysWithinTheRangesOfAScenarioAtTheirCorners) {
+    for (const int signal : {-95, -20}) {
+        for (const int rate : {1, 65535}) {
+            for (const int drift : {0, 20}) {
+                Scenario scenario = home();
+                scenario.pace = {0, 0, 0, drift};
+                for (auto &spec : scenario.stations) {
+                    spec.signal = signal;
+                    spec.rate = rate;
+                    spec.stays = false;
+                }
+                World world(scenario);
+                for (int cycle = 0; cycle < 100; ++cycle) {
+                    world.step();
+                    for (std::size_t i = 0; i < scenario.stations.size(); ++i) {
+                        ASSERT_GE(world.rate(i), 1);
+                        ASSERT_LE(world.rate(i), 65535);
+                        ASSERT_GE(world.station_now(i).signal, -95);
+                        ASSERT_LE(world.station_now(i).signal, -20);
+                        ASSERT_TRUE(drift != 0 || world.station_now(i).signal == signal);
+                    }
+                }
+            }
+        }
     }
 }
 

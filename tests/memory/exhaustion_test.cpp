@@ -59,7 +59,7 @@ protected:
                 printed_ = printed_by([&] {
                     fail(k);
                     action();
-                    failed = allocation_failed();
+                    failed = failed_ = allocation_failed();
                     allocate_again();
                 });
                 count = k - 1;
@@ -77,6 +77,7 @@ protected:
     }
 
     std::string printed_;
+    bool failed_ = false;  // an allocation did
 };
 
 TEST_F(ExhaustionTest, OfMemoryInACycleOfTheController) {
@@ -109,8 +110,25 @@ TEST_F(ExhaustionTest, OfMemoryInACycleOfAnAgent) {
 
 TEST_F(ExhaustionTest, OfMemoryInAWriter) {
     for (int32_t (*write)() : {module_.writeJsonDataModel, module_.updateWifiAssocList, module_.writeJsonqo1905log}) {
-        fail_each_allocation([&] { (void)write(); },
-                             [&] { EXPECT_THAT(printed_, AnyOf("", HasSubstr("no memory, "))); });
+        fail_each_allocation(
+            [&] { (void)write(); },
+            [&] { EXPECT_EQ(printed_.find("no memory, ") != std::string::npos, failed_) << printed_; });
+    }
+}
+
+TEST_F(ExhaustionTest, OfMemoryForAnIndexOfLinksEndsTheEntry) {
+    const Json topology = parse_json(
+        R"([{}, {"BH Info": [{}], "backhaul link metrics": [{"neighbor_al": "1", "metrics": [{"neighbor_if_mac": "2"}]}]}])");
+    build("");
+    // The two fixed interfaces, then both parts of the index.
+    for (const long lost : {3L, 4L}) {
+        qo1905_device *device = append_node(module_.getNetTopolTable()->IEEE1905Device);
+        fail_allocation(lost);
+        EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.getNbrDevInfo(topology.get(), device, 1), 16); }),
+                  "getNbrDevInfo: Alloc struct buf failed!!\n");
+        allocate_again();
+        EXPECT_EQ(nodes(device->Interface).size(), 2U);
+        EXPECT_EQ(device->IEEE1905Neighbor, nullptr);
     }
 }
 
