@@ -12,7 +12,7 @@
  * - Times are seconds since the epoch in 32 bits.
  *
  * The table is rebuilt on the host's timer thread in every cycle (checkUpdate1905Information) and all pointers into it
- * die then. Read it on that thread only. */
+ * die then. Read it on that thread only; tests/abi/read_table.c shows how. */
 #ifndef QO1905_H
 #define QO1905_H
 
@@ -60,12 +60,12 @@ struct qo1905_device_info {
     char FirmwareVersion[128];           /* as the device reported it */
     char Newfirmwareversion[128];        /* version of a firmware that waits for installation */
     char Newfirmwaredate[128];           /* its date */
-    uint8_t Newfirmware;                 /* number */
-    uint8_t NewfirmwareUpgradeState;     /* number */
-    uint8_t Ap_autoconfig;               /* number; printed for remote devices */
+    uint8_t Newfirmware;                 /* printed as it is, not interpreted; 0 as built */
+    uint8_t NewfirmwareUpgradeState;     /* likewise */
+    uint8_t Ap_autoconfig;               /* likewise, for remote devices; 1 as built for them */
     uint8_t DeviceType;                  /* 0 Registrar, anything else Enrollee */
-    uint8_t SendSearchMsg;               /* number; printed for the local AL only */
-    uint8_t SendResponseMsg;             /* number; printed for the local AL only */
+    uint8_t SendSearchMsg;               /* printed as it is, for the local AL only; 0 as built */
+    uint8_t SendResponseMsg;             /* likewise */
     char Hostname[128];                  /* host name; "Unknown" while no Agent has ever reported */
     char DeviceIP[128];                  /* IP address: that of the DHCP lease, else the one reported */
     char DeviceMode[32];                 /* "Router" (local), "Agent", or "AP" with an Ethernet backhaul */
@@ -81,7 +81,7 @@ struct qo1905_device_info {
     char Channel24G[16];                 /* channel of the last 2.4 GHz BSS (below 36), as text */
     char Channel5G[16];                  /* channel of the last 5 GHz BSS (36 and above), as text */
     char ChannelReserved[16];            /* never filled */
-    uint8_t ResetAfterDistribution;      /* number */
+    uint8_t ResetAfterDistribution;      /* printed as it is, not interpreted; 0 as built */
 };
 
 /* ---- The local IEEE 1905 Abstraction Layer ---- */
@@ -183,9 +183,9 @@ struct qo1905_sta_info {
     uint32_t MediaType;    /* IEEE 1905.1 media type */
     uint16_t PhyRate;      /* Mbit/s as the Agent reported it; 0 when it did not */
     int16_t RSSI;          /* dBm */
-    uint16_t SignalLevel;  /* 0 as built */
-    char Tx[32];           /* empty as built */
-    char Rx[32];           /* empty as built */
+    uint16_t SignalLevel;  /* on whatever scale the host fills it in; 0 as built */
+    char Tx[32];           /* sent traffic, as text of the host's; empty as built */
+    char Rx[32];           /* received traffic, likewise */
     uint32_t ReservedWord; /* 0 */
 };
 
@@ -202,8 +202,8 @@ struct qo1905_device {
     struct qo1905_1905_group *IEEE1905Neighbor;       /* owned list of groups */
     uint16_t BridgingTupleNumberOfEntries;            /* 0 as built */
     struct qo1905_bridging_tuple *BridgingTuple;      /* owned list, empty as built */
-    uint8_t Ap_autoconfig_2_4G;                       /* number; 0 as built */
-    uint8_t Ap_autoconfig_5G;                         /* number; 0 as built */
+    uint8_t Ap_autoconfig_2_4G;                       /* printed as it is, not interpreted; 0 as built */
+    uint8_t Ap_autoconfig_5G;                         /* likewise */
     uint16_t STAInfoNumberOfEntries;                  /* Wi-Fi backhauls plus the last list of stations */
     struct qo1905_sta_info *STAInfo;                  /* owned list */
 };
@@ -337,15 +337,17 @@ int32_t highLayerDataSend(void);
 /* Body of the receiver thread. Ignores its argument; returns null, and only when attaching fails at the start. */
 void *higherLayerDataRcv(void *argument);
 
-/* Interprets one payload: zero-terminated JSON text of a stranger's making, and its announced length. Receiver thread.
- * QO1905_SUCCESS, or QO1905_FAILURE without memory. */
+/* Interprets one payload: zero-terminated JSON text that another device sent, and its announced length. Receiver
+ * thread. QO1905_SUCCESS, or QO1905_FAILURE without memory. */
 int32_t higherLayerDataRcvHandle(const char *payload, int32_t length);
 
 /* -1 when the driver tells an empty network name for an Agent's uplink station interface (it is not connected),
  * otherwise 0, also when it tells nothing. */
 int32_t RPUpLinkStatusCheck(void);
 
-/* ---- Output files (timer thread); all return 0 ---- */
+/* ---- Output files (timer thread); all return 0 ----
+ * Each file is opened anew and written at once. One that cannot be opened is skipped silently; without memory for the
+ * text the file stays as it was, and standard output says so; a full disk cuts it short until the next cycle. */
 int32_t writeJsonDataModel(void);  /* /tmp/qo1905.json */
 int32_t writeJsonqo1905log(void);  /* /tmp/qo1905_log.json */
 int32_t updateWifiAssocList(void); /* /tmp/ecnt_agent_assoc_list.24g and .5g */

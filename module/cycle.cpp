@@ -1,6 +1,6 @@
 // Module entry and update cycle. The host calls qo1905_init once; from then on its timer thread calls
 // checkUpdate1905Information, which refreshes the table from the multi-AP daemon's dump, rewrites the files and sends
-// this device's message. The receiver thread that starts here lives in hld/receiver.cpp.
+// this device's message. The receiver thread that starts here lives in messages/receiver.cpp.
 
 #include "module/base/diag.h"
 #include "module/base/owned.h"

@@ -334,7 +334,7 @@ std::string report_of(const lab::World &world, std::size_t device) {
         .dump();
 }
 
-void enter(const lab::World &world) {
+void place(const lab::World &world) {
     fake::host.dump = lab::topology_dump(world, 0);
     for (std::size_t i = 1; i < world.size(); ++i) {
         if (world.reaches(i, 0)) {
@@ -364,7 +364,7 @@ TEST_F(SoakTest, ThousandsOfCyclesOfARestlessMeshLeaveNothingBehind) {
     // The same world both times, so that the same table is there.
     const auto measure = [&] {
         fake::host.role = "1";
-        enter(at_first);
+        place(at_first);
         cycle();
         cycle();
         return sample();
@@ -375,7 +375,7 @@ TEST_F(SoakTest, ThousandsOfCyclesOfARestlessMeshLeaveNothingBehind) {
             world.set_enabled(1, "rai0", i % 50 < 40);
             world.set_up(2, i % 70 < 60);
             fake::host.role = i % 100 < 90 ? "1" : "2";
-            enter(world);
+            place(world);
             cycle();
             if (i == 100) {
                 early = measure();
@@ -426,7 +426,7 @@ TEST_F(SoakTest, AReaderFindsTheOldTheNewOrABeginning) {
     plan.agents = 16;
     plan.stations = 400;
     const lab::World world(lab::generate(plan));
-    enter(world);
+    place(world);
     silently([&] {
         cycle();
         (void)module_.writeJsonqo1905log();
