@@ -54,9 +54,11 @@ bool is_process_id_line(Text line) {
     for (; i < line.size() && is_digit(line[i]) && digits <= kMostDigits; ++i, ++digits) {
         value = value * 10 + static_cast<unsigned>(line[i] - '0');
     }
-    while (i < line.size() && (is_blank(line[i]) || line[i] == '\r' || line[i] == '\n')) {
+    while (i < line.size() && is_blank(line[i])) {
         ++i;
     }
+    // No carriage return: to a shell that is part of a word.
+    i += i < line.size() && line[i] == '\n' ? 1U : 0U;
     return i == line.size() && digits <= kMostDigits && value > 1;
 }
 

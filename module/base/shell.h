@@ -17,7 +17,8 @@ Pipe read_command(const char *command);
 // '_', '-', blank and tab only, and no word may begin with '-'.
 int bare_words(Text text);
 
-// True for one number above 1, with blanks and line ends around it: what `kill` may be given. -1 would end the router.
+// True for one number above 1, with blanks around it and perhaps a line end behind: what `kill` may be given. -1 would
+// end the router.
 bool is_process_id_line(Text line);
 
 // Appends a value as it has to stand in a JSON string inside a double-quoted shell word: the JSON that the program gets

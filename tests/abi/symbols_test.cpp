@@ -1,6 +1,7 @@
 // What the built module exports, imports and needs: part of its contract with the host.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <set>
@@ -117,6 +118,10 @@ TEST(Symbols, NeedsJsonCAndTheCLibraryAlone) {
             needed.push_back(line.substr(line.find('[')));
         }
     }
+    // Where the guard of the stack is a variable, it is in the C library's other half, the loader that is there anyway.
+    needed.erase(
+        std::remove_if(needed.begin(), needed.end(), [](const std::string &name) { return name.rfind("[ld", 0) == 0; }),
+        needed.end());
     EXPECT_THAT(needed, UnorderedElementsAreArray({StartsWith("[libjson-c.so."), StartsWith("[libc.so.")}));
 }
 
@@ -151,8 +156,8 @@ TEST(Hardening, BuffersOnTheStackAreGuarded) {
         imported.insert(symbol.name);
     }
     EXPECT_EQ(imported.count("__stack_chk_fail") + imported.count("__stack_chk_fail_local"), 1U);
-    // The C library's own checks, where it has them.
-#if defined(__GLIBC__) && defined(__OPTIMIZE__)
+    // The C library's own checks, where it has them for this compiler.
+#if defined(__GLIBC__) && defined(__OPTIMIZE__) && !defined(__clang__)
     EXPECT_EQ(imported.count("__printf_chk"), 1U);
     EXPECT_EQ(imported.count("__snprintf_chk"), 1U);
     EXPECT_EQ(imported.count("printf"), 0U);

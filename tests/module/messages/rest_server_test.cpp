@@ -103,7 +103,7 @@ TEST_F(RestServerTest, ALineThatIsNoProcessIdIsNotKilled) {
 }
 
 TEST_F(RestServerTest, ProcessIdsOfEveryShapeThatKillTakes) {
-    for (const char *line : {"2", "2\n", " 4194304 \r\n", "\t77\n"}) {
+    for (const char *line : {"2", "2\n", " 4194304 \n", "\t77\n"}) {
         fake::host.pipes[kReadPid] = line;
         act_as("1");
         EXPECT_THAT(act_as("2"), testing::Contains(std::string("system kill -9 ") + line)) << line;

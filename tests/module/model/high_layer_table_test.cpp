@@ -28,7 +28,9 @@ qo1905_report *make_report(std::uint8_t agent, std::uint8_t station, std::uint16
 
 void append(qo1905_report *report) {
     int failures = 0;
-    ASSERT_TRUE(update_lock.try_acquire(0, failures));
+    if (!update_lock.try_acquire(0, failures)) {
+        FAIL();
+    }
     append_report(report);
     update_lock.release();
 }
@@ -95,7 +97,9 @@ TEST_F(HighLayerTableTest, NeedsNoMemoryToBeTakenOver) {
 TEST_F(HighLayerTableTest, IsLeftAloneWhileTheLockIsTaken) {
     append(make_report(1, 1, 10));
     int failures = 0;
-    ASSERT_TRUE(update_lock.try_acquire(0, failures));
+    if (!update_lock.try_acquire(0, failures)) {
+        FAIL();
+    }
     testing::internal::CaptureStdout();
     import_reports();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
