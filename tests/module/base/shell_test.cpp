@@ -41,8 +41,8 @@ TEST(ProcessIdLine, IsOneNumberAboveOne) {
     for (const char *good : {"2", "1234", " 1234\n", "\t77 \n", "999999999"}) {
         EXPECT_TRUE(is_process_id_line(good)) << good;
     }
-    for (const char *bad :
-         {"", "\n", "0", "1", "-1", "+5", "12 13", "12x", "x12", "0x10", "9999999999", "12\n13", "77\r\n", "77\r", "7\r7", "12\n\n", "\n12", "1.5"}) {
+    for (const char *bad : {"", "\n", "0", "1", "-1", "+5", "12 13", "12x", "x12", "0x10", "9999999999", "12\n13",
+                            "77\r\n", "77\r", "7\r7", "12\n\n", "\n12", "1.5"}) {
         EXPECT_FALSE(is_process_id_line(bad)) << bad;
     }
 }

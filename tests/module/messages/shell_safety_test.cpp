@@ -483,8 +483,8 @@ TEST_F(ShellSafetyTest, LineOfTheProcessIdFile) {
             // `kill` is the shell's own and not recorded: that it was not run shows in what was printed.
             std::smatch number;
             const std::string line = text.substr(0, text.find('\n'));  // the only one that is read
-            const bool is_process = std::regex_match(line, number, std::regex("[ \\t]*([0-9]{1,9})[ \\t]*")) &&
-                                    std::stoul(number[1]) > 1;
+            const bool is_process =
+                std::regex_match(line, number, std::regex("[ \\t]*([0-9]{1,9})[ \\t]*")) && std::stoul(number[1]) > 1;
             EXPECT_EQ(printed,
                       is_process ? "" : "highLayerDataSend: refused, no process id in /var/run/rest_api_server.pid\n")
                 << visible(text);
