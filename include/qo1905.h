@@ -8,7 +8,7 @@
  *   in must take them from the same heap.
  * - MAC addresses and IEEE 1905 identifiers are six raw bytes, the most significant first.
  * - Text fields end in a zero byte unless the text fills the whole field: bound every read by the field's size.
- * - Booleans are single bytes; 1 is true, everything else false.
+ * - Booleans are numbers; 1 is true, everything else false.
  * - Times are seconds since the epoch in 32 bits.
  *
  * The table is rebuilt on the host's timer thread in every cycle (checkUpdate1905Information) and all pointers into it
@@ -72,12 +72,13 @@ struct qo1905_device_info {
     char ReleaseVersion[32];             /* release of the management application */
     char ReleaseVersionOverride[32];     /* if not empty, printed in place of ReleaseVersion */
     char LEDstatus[32];                  /* state of the status LED */
-    char Version[32];                    /* version of the management application */
-    char L2DeviveCtrl[32];               /* decimal text; the misspelt name is the one that readers know */
-    char WiFiAutoCfg[32];                /* decimal text */
-    char WiFiOnOff[32];                  /* decimal text */
-    char FwUpgrade[32];                  /* decimal text */
-    char LEDOnOff[32];                   /* decimal text */
+    char Version[32];                    /* of the management application; local: "NA" as built, devices: empty */
+    char L2DeviveCtrl[32];               /* version of an application part, decimal text; likewise. The misspelt name is
+                                            the one that readers know */
+    char WiFiAutoCfg[32];                /* likewise */
+    char WiFiOnOff[32];                  /* likewise */
+    char FwUpgrade[32];                  /* likewise */
+    char LEDOnOff[32];                   /* likewise */
     char Channel24G[16];                 /* channel of the last 2.4 GHz BSS (below 36), as text */
     char Channel5G[16];                  /* channel of the last 5 GHz BSS (36 and above), as text */
     char ChannelReserved[16];            /* never filled */
@@ -229,7 +230,7 @@ struct qo1905_network_topology {
     uint16_t ChangeLogNumberOfEntries;                                    /* valid entries; 0 as built */
     int16_t LastChange;                                                   /* number of the newest entry */
     struct qo1905_change_log_entry ChangeLog[QO1905_CHANGE_LOG_CAPACITY]; /* the valid ones stand first */
-    uint16_t IEEE1905DeviceNumberOfEntries;                               /* Agents counted in the dump */
+    uint16_t IEEE1905DeviceNumberOfEntries;                               /* Agents in the dump, modulo 65536 */
     struct qo1905_device *IEEE1905Device;                                 /* owned list */
 };
 
@@ -250,7 +251,7 @@ struct qo1905_al_table {
     struct qo1905_network_topology NetworkTopology;
 };
 
-/* ---- Reports of Agents ---- */
+/* ---- Reports of Agents: how the module keeps them; no entry point hands one out ---- */
 
 /* One station of an Agent's report. */
 struct qo1905_client {
@@ -279,10 +280,10 @@ struct qo1905_report {
 
 /* ---- Exported variables ---- */
 
-/* Three words that the host may use; the module does not touch them. */
+/* Two numbers and a text that the host may use; the module does not touch them. */
 struct qo1905_intf_table {
     uint32_t word[2];
-    const char *text; /* initially the empty text */
+    const char *text; /* initially the empty text, a constant: not to be freed */
 };
 
 extern char DeviceMode[32];                /* for the host; initially "unknow" */
@@ -290,13 +291,16 @@ extern struct qo1905_intf_table intfTable; /* for the host */
 extern char WIFI_WIFI_AP_IFNAME[16];       /* for the host: name of the 2.4 GHz access point interface */
 extern char WIFI_WIFI_AP_IFNAME_5G[16];    /* for the host: name of the 5 GHz access point interface */
 extern struct mapd_interface *ctrl_conn;   /* control connection to the multi-AP daemon; null while it is not open,
-                                                 at the start and after a loss */
-extern pthread_mutex_t update_info_lock;   /* guards the reports between receiver thread and timer thread */
+                                                 at the start and after a loss. The receiver thread changes it without a
+                                                 lock, and closes its descriptor */
+extern pthread_mutex_t update_info_lock;   /* guards the reports between receiver thread and timer thread. Both only try
+                                                 it: while a host holds it, reports are dropped and none is imported */
 
 /* ---- Module entry and cycle ---- */
 
 /* Starts the receiver thread and registers the update cycle with the host's timer service. Called once, after loading.
- * Returns the length of its last message. */
+ * Returns the length of its last message, which says so where there was no memory or no thread: then there are no
+ * cycles, or no reports and commands. */
 int32_t qo1905_init(void);
 
 /* One update cycle: dump, table, files, messages. On the host's timer thread. Returns 1 outside EasyMesh operation,
@@ -305,20 +309,23 @@ int32_t checkUpdate1905Information(void);
 
 /* ---- Building the table (timer thread) ---- */
 
-/* Replaces the table by one built from the topology dump and the platform's configuration objects. QO1905_SUCCESS or
- * QO1905_FAILURE; without a usable dump the old table stays. */
+/* Replaces the table by one built from the topology dump and the platform's configuration objects; pauses for 100 ms
+ * first, while the dump settles. QO1905_SUCCESS, or QO1905_FAILURE: without a usable dump the old table stays, without
+ * a local interface the new one has no network topology, and with a failed device list there is none. */
 int32_t initALTable(void);
 
 /* Counts the Agents of the dump's "topology information" array (borrowed; null or another type counts as empty) and
- * remembers their AL MACs. 0 on any failure. */
+ * remembers their AL MACs. 0 on any failure; those before it stay remembered. */
 int32_t get1905AgentDevNumber(struct json_object *topology);
 
-/* Builds the current table's device list from the same array, the reports of Agents and the DHCP leases. Needs a table.
- * Returns the status of the last device, or QO1905_FAILURE without memory or table. */
+/* Frees the current table's device list and builds it anew, IEEE1905DeviceNumberOfEntries records, from the same array,
+ * the reports of Agents, which it takes over, and the DHCP leases. Returns the status of the last device, or
+ * QO1905_FAILURE without memory or table. */
 int32_t getIeee1905DevTable(struct json_object *topology);
 
-/* Fills one device record, allocated by the caller with its defaults and empty lists, from element `index` of the
- * array. What was built before a failure stays linked to the record. */
+/* Fills one device record, allocated by the caller with its defaults and empty lists and not null, from element `index`
+ * of the array. QO1905_SUCCESS, or QO1905_FAILURE where there is no such element, a BSS without BSSID or no memory;
+ * what was built before stays linked to the record. */
 int32_t getNbrDevInfo(struct json_object *topology, struct qo1905_device *device, uint16_t index);
 
 /* ---- Accessors (timer thread); all return null while there is no table ---- */
@@ -342,10 +349,10 @@ void *higherLayerDataRcv(void *argument);
 int32_t higherLayerDataRcvHandle(const char *payload, int32_t length);
 
 /* -1 when the driver tells an empty network name for an Agent's uplink station interface (it is not connected),
- * otherwise 0, also when it tells nothing. */
+ * otherwise 0, also when it tells nothing. Runs a shell command and waits for it; any thread. */
 int32_t RPUpLinkStatusCheck(void);
 
-/* ---- Output files (timer thread); all return 0 ----
+/* ---- Output files (timer thread); all return 0, also when nothing was written ----
  * Each file is opened anew and written at once. One that cannot be opened is skipped silently; without memory for the
  * text the file stays as it was, and standard output says so; a full disk cuts it short until the next cycle. */
 int32_t writeJsonDataModel(void);  /* /tmp/qo1905.json */

@@ -66,6 +66,9 @@ public:
     const Node &node(const std::string &device) const;
 
 private:
+    std::string status_row(std::size_t device) const;
+    std::size_t stations_on(std::size_t device) const;
+
     struct Count {
         Traffic traffic;
         unsigned cycles = 0;

@@ -70,32 +70,43 @@ nlohmann::ordered_json Mesh::status_data() const {
     return lab;
 }
 
+std::size_t Mesh::stations_on(std::size_t device) const {
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < world_.scenario().stations.size(); ++i) {
+        count += world_.station_now(i).device == device && world_.bss_of(i) ? 1 : 0;
+    }
+    return count;
+}
+
+std::string Mesh::status_row(std::size_t device) const {
+    std::ostringstream text;
+    const Node &node = *nodes_[device];
+    const Traffic &traffic = counts_[device].traffic;
+    const char *state = node.is_ready() ? "up" : node.is_running() ? "starting" : "down";
+    const std::string url = rest_url(node);
+    text << std::left << std::setw(16) << world_.spec(device).name << ' ' << std::setw(11)
+         << (world_.now(device).role == Role::kController ? "Controller" : "Agent") << ' ' << std::setw(8) << state
+         << std::right << std::setw(8) << counts_[device].cycles << std::setw(8) << traffic.sent << std::setw(9)
+         << traffic.received << std::setw(8) << traffic.lost_in_all() << std::setw(9) << stations_on(device)
+         << std::setw(8) << world_.now(device).blocked.size() << "  " << (url.empty() ? "-" : url) << '\n';
+    return text.str();
+}
+
 std::string Mesh::status_table() const {
     std::ostringstream text;
     text << options_.scenario << ": cycle " << world_.cycle() << ", " << short_number(options_.speed)
          << " times real speed, in " << setup_.folder << '\n'
          << "DEVICE           ROLE        STATE     CYCLES    SENT RECEIVED    LOST STATIONS BLOCKED  REST SERVER\n";
-    unsigned long lost[kLosses] = {};
     for (std::size_t i = 0; i < nodes_.size(); ++i) {
-        const Traffic &traffic = counts_[i].traffic;
-        std::size_t stations = 0;
-        for (std::size_t s = 0; s < world_.scenario().stations.size(); ++s) {
-            stations += world_.station_now(s).device == i && world_.bss_of(s) ? 1 : 0;
-        }
-        for (std::size_t loss = 0; loss < kLosses; ++loss) {
-            lost[loss] += traffic.lost[loss];
-        }
-        const char *state = nodes_[i]->is_ready() ? "up" : nodes_[i]->is_running() ? "starting" : "down";
-        const std::string url = rest_url(*nodes_[i]);
-        text << std::left << std::setw(16) << world_.spec(i).name << ' ' << std::setw(11)
-             << (world_.now(i).role == Role::kController ? "Controller" : "Agent") << ' ' << std::setw(8) << state
-             << std::right << std::setw(8) << counts_[i].cycles << std::setw(8) << traffic.sent << std::setw(9)
-             << traffic.received << std::setw(8) << traffic.lost_in_all() << std::setw(9) << stations << std::setw(8)
-             << world_.now(i).blocked.size() << "  " << (url.empty() ? "-" : url) << '\n';
+        text << status_row(i);
     }
     text << "lost:";
     for (std::size_t loss = 0; loss < kLosses; ++loss) {
-        text << (loss == 0 ? " " : ", ") << lost[loss] << ' ' << kLossNames[loss];
+        unsigned long lost = 0;
+        for (const Count &count : counts_) {
+            lost += count.traffic.lost[loss];
+        }
+        text << (loss == 0 ? " " : ", ") << lost << ' ' << kLossNames[loss];
     }
     return text.str() + '\n';
 }

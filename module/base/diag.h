@@ -1,4 +1,4 @@
-// What every room prints with. Error lines go out through printf at once; the trace only at log level 7 and above.
+// What every room prints with. Error lines go straight through printf; the trace only at log level 7 and above.
 // Both standard output and `log_level` belong to the host.
 #pragma once
 

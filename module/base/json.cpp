@@ -60,7 +60,7 @@ JsonTree json_read_file(const char *path) {
     }
     struct stat status;
     JsonTree tree;
-    if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode)) {
+    if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size < INT_MAX) {
         tree.reset(parse_file(fd, static_cast<std::size_t>(status.st_size)));
     }
     close(fd);
@@ -117,7 +117,7 @@ TextIndex::~TextIndex() {
     }
 }
 
-bool TextIndex::add(const char *key, const char *value) {
+bool TextIndex::add(const char *key, const void *value) {
     constexpr int kFirstSize = 16;
     if (table_ == nullptr) {
         table_ = lh_kchar_table_new(kFirstSize, nullptr);
@@ -125,12 +125,12 @@ bool TextIndex::add(const char *key, const char *value) {
     return table_ != nullptr && (find(key) != nullptr || lh_table_insert(table_, key, value) == 0);
 }
 
-const char *TextIndex::find(const char *key) const {
+const void *TextIndex::find(const char *key) const {
     void *value = nullptr;
     if (table_ != nullptr && key != nullptr) {
         (void)lh_table_lookup_ex(table_, key, &value);
     }
-    return static_cast<const char *>(value);
+    return value;
 }
 
 }  // namespace qo1905

@@ -72,7 +72,7 @@ private:
     std::size_t size_;
 };
 
-// Texts by text, in the time of a hash: json-c's own, whose seed nobody outside knows.
+// Anything by text, in the time of a hash: json-c's own, whose seed nobody outside knows.
 class TextIndex {
 public:
     TextIndex() = default;
@@ -81,10 +81,10 @@ public:
     TextIndex &operator=(const TextIndex &) = delete;
 
     // Both are borrowed. What is there already stays. False without memory.
-    [[nodiscard]] bool add(const char *key, const char *value);
+    [[nodiscard]] bool add(const char *key, const void *value);
 
     // Null when there is none, or no key.
-    const char *find(const char *key) const;
+    const void *find(const char *key) const;
 
 private:
     lh_table *table_ = nullptr;

@@ -43,8 +43,6 @@ private:
     char text_[kMacTextLength + 1];
 };
 
-inline bool same_mac(const Mac &a, const Mac &b) { return std::memcmp(a, b, sizeof(Mac)) == 0; }
-
 inline void copy_mac(Mac &to, const Mac &from) { std::memcpy(to, from, sizeof(Mac)); }
 
 }  // namespace qo1905

@@ -1,4 +1,5 @@
-// Owners of what the C library hands out. A raw pointer elsewhere is borrowed.
+// Owners of what the C library hands out. Records are owned by the head of their list or by their table (model/list.h);
+// every other raw pointer is borrowed.
 #pragma once
 
 #include <cstdio>

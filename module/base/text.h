@@ -70,7 +70,6 @@ public:
     std::size_t length() const { return length_; }
     const char *c_str() const { return buffer_; }
     Text view() const { return {buffer_, length_}; }
-    std::size_t capacity() const { return capacity_; }
 
 protected:
     TextBuffer(char *buffer, std::size_t size) : buffer_(buffer), capacity_(size - 1) { *buffer = '\0'; }

@@ -19,10 +19,10 @@ std::size_t send_payload_limit(Text destination) {
 }
 
 SendCommandResult build_send_command(SendCommand &command, Text destination, const SendPayload &payload) {
+    command.clear();
     if (bare_words(destination) < 0) {
         return SendCommandResult::kNotPlain;
     }
-    command.clear();
     command.append(kSendCommand);
     command.append('"');
     command.append(destination);
@@ -38,19 +38,25 @@ SendCommandResult build_send_command(SendCommand &command, Text destination, con
 
 bool build_kill_command(KillCommand &command, Text line) {
     command.clear();
+    if (!is_process_id_line(line)) {
+        return false;
+    }
     command.append(kKillCommand);
     command.append(line);
-    return is_process_id_line(line) && !command.truncated();
+    return !command.truncated();
 }
 
 bool build_block_command(BlockCommand &command, bool block, Text station, Text interface_text) {
     command.clear();
+    const int interface_words = bare_words(interface_text);
+    if (bare_words(station) != 1 || interface_words < 0 || interface_words > 1) {
+        return false;
+    }
     command.append(block ? Text(kBlockCommand) : Text(kUnblockCommand));
     command.append(station);
     command.append(' ');
     command.append(interface_text);
-    const int interface_words = bare_words(interface_text);
-    return bare_words(station) == 1 && (interface_words == 0 || interface_words == 1);
+    return true;
 }
 
 }  // namespace qo1905

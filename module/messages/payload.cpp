@@ -65,6 +65,9 @@ bool add_clients(qo1905_report &report, const JsonItems &stations) {
 }
 
 void trace_report(const qo1905_report &report) {
+    if (!tracing()) {
+        return;
+    }
     trace("%s: This is number %d struct:\n", kName, 1);
     trace("%s: agentAlMac = %s\n", kName, MacText(report.agentAlMac, MacForm::kFull).c_str());
     trace("%s: enableReboot= %d\n", kName, report.enableReboot);

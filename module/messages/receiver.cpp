@@ -8,10 +8,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
+#include <cstring>
 
 #include "module/base/diag.h"
 #include "module/base/paths.h"
-#include "module/base/text.h"
 #include "module/platform/mapd_client.h"
 #include "qo1905.h"
 
@@ -123,7 +124,7 @@ void reconnect() {
     }
 }
 
-// Only the socket's own readiness counts, not what select returns.
+// An error of select counts as readable: the receive then says what is wrong, or waits.
 bool wait_readable(int fd) {
     fd_set readable;
     FD_ZERO(&readable);
@@ -182,7 +183,7 @@ using namespace qo1905;
 void *higherLayerDataRcv(void *) {
     connect_until_open();
     if (!attach()) {
-        return nullptr;
+        return nullptr;  // a daemon that takes no listener at all; one that is lost later comes back
     }
     for (;;) {
         const int fd = connection_descriptor();

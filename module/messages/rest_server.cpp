@@ -15,7 +15,8 @@ constexpr char kName[] = "highLayerDataSend";
 enum AppStatus { kAppUnknown = 0, kAppUp = 1, kAppDown = 2 };
 AppStatus APPStatus = kAppUnknown;
 
-// The first line that a command prints, in a pipe that is still open while the line is acted upon.
+// The first line that a command prints, up to 254 bytes. The pipe stays open while the line is acted upon: closing it
+// waits for the command's end, and hosts know the order.
 class FirstLine {
 public:
     FirstLine(const char *command, int trace_line) : pipe_(read_command(command)) {

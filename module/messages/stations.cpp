@@ -8,6 +8,7 @@
 #include "module/model/list.h"
 #include "module/model/mac_index.h"
 #include "module/platform/helpers.h"
+#include "module/platform/lanmon.h"
 
 namespace qo1905 {
 namespace {

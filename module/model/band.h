@@ -1,4 +1,4 @@
-// The two Wi-Fi bands: all that the module knows of one stands here.
+// The two Wi-Fi bands, and what tells them apart.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ struct Band {
     std::uint32_t media_type;                   // of an access point (IEEE 1905.1 table 6-12)
     std::uint32_t station_media_types[3];       // of what is listed as a station of the band
     ChannelField qo1905_device_info::*channel;  // where a device keeps the band's channel
-    char dat_file[sizeof(QO1905_DAT_FILE_5G)];  // the driver's settings
+    char dat_file[64];                          // the driver's settings
 };
 
 inline constexpr Band kBands[] = {
@@ -40,7 +40,13 @@ inline constexpr Band kBands[] = {
 inline constexpr const Band &kBand24G = kBands[0];
 inline constexpr const Band &kBand5G = kBands[1];
 
+// A radio on this channel or above is of 5 GHz.
+inline constexpr int kFirst5GChannel = 36;
+
 // The driver has this many interfaces of each.
 inline constexpr unsigned kInterfacesPerBand = 4;
+
+// Groups of non-1905 neighbours are named by prefix and number; those behind an Ethernet interface so.
+inline constexpr char kWiredGroup[] = "eth";
 
 }  // namespace qo1905

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstdio>
-#include <utility>
 
 #include "module/model/list.h"
 

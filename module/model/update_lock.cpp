@@ -4,7 +4,7 @@
 
 extern "C" {
 
-// Usable before qo1905_init, too: a host may look at it at any time.
+// A lock from the start: a host may look at it before it calls qo1905_init, which makes it a fresh one.
 pthread_mutex_t update_info_lock = PTHREAD_MUTEX_INITIALIZER;
 }
 

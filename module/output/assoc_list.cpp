@@ -97,7 +97,7 @@ public:
 private:
     bool takes_group(Text name) const {
         const bool is_5g = contains(name, kBand5G.prefix);
-        return &band_ == &kBand5G ? is_5g : !is_5g && name != "eth"sv;
+        return &band_ == &kBand5G ? is_5g : !is_5g && name != kWiredGroup;
     }
 
     bool takes_media_type(std::uint32_t code) const {

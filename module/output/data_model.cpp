@@ -2,6 +2,7 @@
 // network topology with one object per device, and the security settings. The objects inside a device are written by
 // output/device_objects.cpp. Timer thread, right after the build.
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 
@@ -82,11 +83,11 @@ void write_vendor_properties(JsonWriter &json, const qo1905_al_interface &interf
     json.close();
 }
 
-void write_al_interfaces(JsonWriter &json) {
+void write_al_interfaces(JsonWriter &json, const qo1905_al_interface *interfaces) {
     const std::time_t now = std::time(nullptr);
     ItemList<kLowerLayersSize> links;
     unsigned n = 0;
-    for (const qo1905_al_interface &interface : ListNodes(getIntfTable())) {
+    for (const qo1905_al_interface &interface : ListNodes(interfaces)) {
         ++n;
         list_links(links, n, interface.LinkNumberOfEntries);
         json.open_numbered("Interface."sv, n);
@@ -177,7 +178,7 @@ bool write_devices(JsonWriter &json, const qo1905_network_topology &network) {
         return true;
     }
     DeviceIndex index;
-    std::size_t pool = kTextPool;
+    std::size_t pool = kTextPool - std::min(kTextPool, json.size());
     unsigned d = 0;
     for (const qo1905_device &device : ListNodes(network.IEEE1905Device)) {
         if (!write_device(json, device, ++d, index, pool)) {
@@ -187,34 +188,22 @@ bool write_devices(JsonWriter &json, const qo1905_network_topology &network) {
     return true;
 }
 
-bool write_network_topology(JsonWriter &json) {
-    const qo1905_network_topology *network = getNetTopolTable();
-    if (network == nullptr) {
-        return true;
-    }
+// False without memory.
+bool write_network_topology(JsonWriter &json, const qo1905_network_topology &network) {
     json.open("NetworkTopology"sv);
-    json.word("Enable"sv, code_name(CodeTable::kTopologyEnable, network->Enable));
-    json.name("Status"sv, code_name(CodeTable::kTopologyStatus, network->Status));
-    json.number("IEEE1905DeviceNumberOfEntries"sv, network->IEEE1905DeviceNumberOfEntries);
-    const bool whole = write_devices(json, *network);
+    json.word("Enable"sv, code_name(CodeTable::kTopologyEnable, network.Enable));
+    json.name("Status"sv, code_name(CodeTable::kTopologyStatus, network.Status));
+    json.number("IEEE1905DeviceNumberOfEntries"sv, network.IEEE1905DeviceNumberOfEntries);
+    const bool whole = write_devices(json, network);
     json.close();
     return whole;
 }
 
-// Also closes all that is open around it.
-void write_security(JsonWriter &json) {
-    const qo1905_security *security = getSecurityTable();
-    if (security == nullptr) {
-        return;
-    }
+void write_security(JsonWriter &json, const qo1905_security &security) {
     json.open("Security"sv);
-    json.name("SetupMethod"sv, code_name(CodeTable::kSetupMethod, security->SetupMethod));
-    json.text("Password"sv, Text(shown(security->Password)));
+    json.name("SetupMethod"sv, code_name(CodeTable::kSetupMethod, security.SetupMethod));
+    json.text("Password"sv, Text(shown(security.Password)));
     json.close();
-    json.close();  // AL
-    json.close();  // X_0A3C5E_IEEE1905
-    json.close();  // Device
-    json.end();
 }
 
 // False without memory.
@@ -227,9 +216,13 @@ bool write_data_model(JsonWriter &json) {
         return true;  // the document stays open: three lines tell readers that there is no table
     }
     write_al(json, *al);
-    write_al_interfaces(json);
-    const bool whole = write_network_topology(json);
-    write_security(json);
+    write_al_interfaces(json, al->Interface);
+    const bool whole = write_network_topology(json, al->NetworkTopology);
+    write_security(json, al->Security);
+    json.close();  // AL
+    json.close();  // X_0A3C5E_IEEE1905
+    json.close();  // Device
+    json.end();
     return whole;
 }
 

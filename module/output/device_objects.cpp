@@ -1,5 +1,6 @@
 #include "module/output/device_objects.h"
 
+#include "module/model/band.h"
 #include "module/model/list.h"
 #include "module/output/code_names.h"
 #include "module/output/item_list.h"
@@ -148,7 +149,7 @@ void write_non1905_neighbors(JsonWriter &json, const qo1905_device &device, cons
     std::uint32_t j = 1;
     for (const qo1905_non1905_group &group : ListNodes(device.NonIEEE1905Neighbor)) {
         local.select(group.LocalInterface);
-        const LeastBytes &least = field_text(group.Name) == "eth"sv ? kLeastClient : kLeastStation;
+        const LeastBytes &least = field_text(group.Name) == kWiredGroup ? kLeastClient : kLeastStation;
         for (const qo1905_non1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
             share.earn(least, neighbor.NeighborInterfaceId);
             if (!share.allows_object()) {

@@ -1,8 +1,8 @@
-// How much of the model's text a device may take. Neighbours times stations of one MAC is what the lists inside a
-// device can be multiplied to; a dump of some kilobytes that is made for it would fill a router's memory. So a device
-// pays for its objects with the bytes that it took in the dump: eight of the text for one, and what is in every device
-// free. What that does not pay for comes from a pool that all devices share, of which none gets more than half of what
-// is left: a hostile device is cut, those before and behind it are whole.
+// How much of the model's text a device may take. A neighbour is written once per station of its MAC, so a dump of some
+// kilobytes can be made to fill a router's memory. Therefore each device may write 4 KiB, which all that is in every
+// device fits into, and eight bytes for every byte that its lists took in the dump. Beyond that it draws on a pool that
+// all devices share, and gets at most half of what is left in it: a hostile device is cut, those before and behind it
+// are whole.
 #pragma once
 
 #include <cstddef>
@@ -15,16 +15,17 @@ namespace qo1905 {
 // Bytes of the text that nobody has to pay for, in the whole model.
 inline constexpr std::size_t kTextPool = std::size_t{1} << 20U;
 
-// The least that a thing takes in the dump, with and without a MAC to its last byte.
+// The least that a thing takes in the dump, its comma counted. A MAC whose last byte is not 0 was parsed to its end, so
+// its text had eleven characters at least; of any other nothing is known.
 struct LeastBytes {
     std::size_t with_mac;
     std::size_t without_mac;
 };
-inline constexpr LeastBytes kLeastBss = {sizeof(R"({"BSSID":"1:1:1:1:1:1"})"), sizeof(R"({"BSSID":""})")};
+inline constexpr LeastBytes kLeastBss = {sizeof(R"({"BSSID":"1:1:1:1:1:1"})"), sizeof(R"({"BSSID":1})")};
 inline constexpr LeastBytes kLeastStation = {sizeof(R"({"STA MAC address":"1:1:1:1:1:1","BH STA":"No"})"),
                                              sizeof(R"({"BH STA":"No"})")};
 inline constexpr LeastBytes kLeastClient = {sizeof(R"({"Client Address":"1:1:1:1:1:1"})"), sizeof("{}")};
-inline constexpr LeastBytes kLeastBackhaul = {sizeof(R"({"neighbor almac addr":"1"})"), sizeof("{}")};
+inline constexpr LeastBytes kLeastBackhaul = {sizeof(R"({"neighbor almac addr":1})"), sizeof("{}")};
 
 class DeviceShare {
 public:

@@ -1,5 +1,5 @@
-// A file's text as it grows in memory, and its one write to the disk: a front end that polls the file finds the old
-// text, the new one or a beginning of it, never a document half made.
+// A file's text as it grows in memory, and its one write to the disk. A front end that polls the file finds the old
+// text or the new one; if it comes between the opening and the write, an empty file or a beginning of the new text.
 #pragma once
 
 #include <cstddef>
@@ -39,8 +39,8 @@ private:
     bool failed_ = false;
 };
 
-// Writes a finished text over the file, opened with mode "w", in one write. A file that cannot be opened is skipped
-// silently; a text that is not whole is not written, so the previous file stays, and a line says so.
+// Writes a finished text over the file, opened as mode "w" does it, in one write. A file that cannot be opened is
+// skipped silently; a text that is not whole is not written, so the previous file stays, and a line says so.
 void write_text_file(const char *path, const MemoryText &text);
 
 }  // namespace qo1905

@@ -1,6 +1,10 @@
 /* Helper functions of the platform: role, identity, stations and Wi-Fi switches.
  *
- * Declarations only. Every text buffer is passed with its size in bytes, the closing zero byte included. */
+ * Declarations only. Every text buffer is passed with its size in bytes, the closing zero byte included.
+ *
+ * The module asks from two threads, without a lock between them: its own receiver thread, and the host's timer thread.
+ * Both call EasyMeshGetDeviceRole, perhaps at the same time; configWlanEnable is the receiver thread's, all others are
+ * the timer thread's. */
 #ifndef QO1905_PLATFORM_HELPERS_H
 #define QO1905_PLATFORM_HELPERS_H
 

@@ -1,5 +1,6 @@
 /* The host daemon, lanmon: its timer service, its log level and its list of known devices.
  *
+ * Called on the host's timer thread; log_level is read on the receiver thread, too, without a lock.
  * Declarations only; the names are resolved when the daemon loads the module. All integers are in host byte order,
  * every text ends in a zero byte. */
 #ifndef QO1905_PLATFORM_LANMON_H
@@ -11,7 +12,7 @@
 extern "C" {
 #endif
 
-struct sta_query_record; /* platform/helpers.h */
+struct sta_query_record; /* helpers.h */
 
 /* A periodic event of the host's timer service: five words, pointer-sized where one holds a pointer. */
 struct qo1905_event {

@@ -1,6 +1,6 @@
 /* The multi-AP daemon's client library: the control connection on which its events arrive.
  *
- * Declarations only. A connection is given up by closing its descriptor; the library has no call for that. */
+ * Called on the module's receiver thread. Declarations only. A connection is given up by closing its descriptor; the library has no call for that. */
 #ifndef QO1905_PLATFORM_MAPD_CLIENT_H
 #define QO1905_PLATFORM_MAPD_CLIENT_H
 
@@ -14,6 +14,13 @@ extern "C" {
 struct mapd_interface {
     int32_t fd; /* datagram socket on which events arrive, one datagram each */
 };
+
+/* An event, in host byte order:
+ *     bytes 0 to 3    number of the event; 6 is higher-layer data, all others are ignored
+ *     bytes 4 to 7    length of what follows, the protocol byte included
+ *     byte 8          protocol
+ *     from byte 9 on  payload, JSON text
+ * Up to 1,024 bytes are read. */
 
 /* Opens a connection to the daemon's control socket `path`; null on failure. */
 struct mapd_interface *mapd_interface_ctrl_open(const char *path);

@@ -1,6 +1,7 @@
 /* The platform configuration library: a walk over the instances of a configuration object.
  *
- * Declarations only. Every text field ends in a zero byte within its size. */
+ * Declarations only. Every text field ends in a zero byte within its size. The module walks on two threads, the timer
+ * thread and its own receiver thread, perhaps at the same time: all state of a walk belongs into mcfg_instance. */
 #ifndef QO1905_PLATFORM_MCFG_H
 #define QO1905_PLATFORM_MCFG_H
 

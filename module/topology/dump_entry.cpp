@@ -20,7 +20,6 @@ namespace qo1905 {
 namespace {
 
 constexpr char kName[] = "getNbrDevInfo";
-constexpr int kFirst5GChannel = 36;
 
 bool is_text(const char *text, const char *expected) { return text != nullptr && std::strcmp(text, expected) == 0; }
 
@@ -99,17 +98,40 @@ constexpr char kBackhaulKeys[kBackhaulTexts][21] = {"neighbor almac addr", "conn
                                                     "Backhaul Medium Type"};
 
 // "neighbor_if_mac" of the first backhaul link to each neighbour that tells it. An entry may hold as many links as
-// backhauls that ask. False without memory.
-bool index_links(const JsonItems &links, TextIndex &interfaces) {
-    for (json_object *link : links) {
-        const char *neighbor = json_text(link, "neighbor_al");
-        const char *mac = json_text(json_items(link, "metrics")[0], "neighbor_if_mac");
-        if (neighbor != nullptr && mac != nullptr && !interfaces.add(neighbor, mac)) {
+// backhauls that ask, and a text as long as all of them: each is read once.
+class NeighborInterfaces {
+public:
+    // False without memory.
+    bool build(const JsonItems &links) {
+        if (links.size() == 0) {
+            return true;
+        }
+        macs_.reset(static_cast<Mac *>(std::calloc(links.size(), sizeof(Mac))));
+        Mac *mac = macs_.get();
+        if (mac == nullptr) {
             return false;
         }
+        for (json_object *link : links) {
+            const char *neighbor = json_text(link, "neighbor_al");
+            const char *text = json_text(json_items(link, "metrics")[0], "neighbor_if_mac");
+            if (neighbor == nullptr || text == nullptr) {
+                continue;
+            }
+            parse_mac(text, *mac);
+            if (!index_.add(neighbor, mac++)) {
+                return false;
+            }
+        }
+        return true;
     }
-    return true;
-}
+
+    // Null when no link tells it.
+    const Mac *of(const char *neighbor_al) const { return static_cast<const Mac *>(index_.find(neighbor_al)); }
+
+private:
+    TextIndex index_;
+    HeapPtr<Mac[]> macs_;
+};
 
 // One call's work. The steps follow the order in which the record's lists are filled.
 class EntryParser {
@@ -169,25 +191,31 @@ private:
         const int announced = json_number(entry_, "Number of radios");
         for (int r = 0; r < announced && static_cast<std::size_t>(r) < radios.size(); ++r) {
             json_object *radio = radios[static_cast<std::size_t>(r)];
-            const char *channel = json_text(radio, "channel");
-            std::uint32_t index = 0;
-            for (json_object *bss : json_items(radio, "BSSINFO")) {
-                if (!add_bss(bss, channel, index++)) {
-                    return false;
-                }
+            if (!add_radio(json_text(radio, "channel"), json_items(radio, "BSSINFO"))) {
+                return false;
             }
         }
         return true;
     }
 
-    bool add_bss(json_object *bss, const char *channel, std::uint32_t index) {
+    bool add_radio(const char *channel, const JsonItems &bsss) {
+        const Band &band = band_of(channel);
+        std::uint32_t index = 0;
+        for (json_object *bss : bsss) {
+            if (!add_bss(bss, band, channel, index++)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    bool add_bss(json_object *bss, const Band &band, const char *channel, std::uint32_t index) {
         ++device_.InterfaceNumberOfEntries;
         const char *bssid = json_text(bss, "BSSID");
         if (bssid == nullptr) {
             std::printf("bssID have not value!\n");
             return false;
         }
-        const Band &band = band_of(channel);
         EntryChain<qo1905_non1905_neighbor> clients;
         EntryChain<qo1905_1905_neighbor> mesh_stations;
         add_stations(json_member(bss, "connected sta info"), clients, mesh_stations);
@@ -290,7 +318,7 @@ private:
             json_texts(client, kClientKeys, texts);
             if (auto *entry = entries.add()) {
                 parse_mac(texts[kClientMac], entry->NeighborInterfaceId);
-                add_non1905_group(texts[kClientInterface], "eth", 1, entries);
+                add_non1905_group(texts[kClientInterface], kWiredGroup, 1, entries);
                 add_to(device_.NonIEEE1905NeighborNumberOfEntries, 1);
             }
         }
@@ -298,17 +326,17 @@ private:
 
     bool add_backhauls() {
         const JsonItems backhauls = json_items(entry_, "BH Info");
-        TextIndex interfaces;
-        if (!index_links(json_items(entry_, "backhaul link metrics"), interfaces)) {
+        NeighborInterfaces interfaces;
+        if (!interfaces.build(json_items(entry_, "backhaul link metrics"))) {
             return tell_no_memory();
         }
         EntryChain<qo1905_1905_neighbor> entries;
         for (json_object *backhaul : backhauls) {
             const char *texts[kBackhaulTexts];
             json_texts(backhaul, kBackhaulKeys, texts);
-            const char *neighbor_mac = interfaces.find(texts[kBackhaulNeighbor]);
+            const Mac *neighbor_mac = interfaces.of(texts[kBackhaulNeighbor]);
             if (auto *entry = entries.add()) {
-                parse_mac(neighbor_mac, entry->NeighborDeviceId);
+                copy_if_told(entry->NeighborDeviceId, neighbor_mac);
                 add_1905_group(texts[kBackhaulInterface], 1, entries);
             }
             add_backhaul_station(neighbor_mac, texts[kBackhaulRssi], texts[kBackhaulMedium]);
@@ -317,7 +345,13 @@ private:
         return true;
     }
 
-    void add_backhaul_station(const char *neighbor_mac, const char *rssi, const char *medium) {
+    static void copy_if_told(Mac &to, const Mac *from) {
+        if (from != nullptr) {
+            copy_mac(to, *from);
+        }
+    }
+
+    void add_backhaul_station(const Mac *neighbor_mac, const char *rssi, const char *medium) {
         parse_rssi(rssi, rssi_);
         const Band *band = band_named(medium);
         const bool ethernet = is_text(medium, "Ethernet");
@@ -331,7 +365,7 @@ private:
         if (node == nullptr) {
             return;
         }
-        parse_mac(neighbor_mac, node->STAMac);
+        copy_if_told(node->STAMac, neighbor_mac);
         node->MediaType = band != nullptr ? band->media_type : 0;
         node->RSSI = ethernet ? static_cast<std::int16_t>(0) : rssi_;
         stations_.append(node);

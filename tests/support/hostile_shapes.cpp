@@ -147,6 +147,16 @@ std::vector<Shape> make_shapes() {
                  list("BH Info", repeated(bytes, R"({"neighbor almac addr":"1","Backhaul Medium Type":"5G"})")) + "," +
                  list("backhaul link metrics", R"({"neighbor_al":"1","metrics":[{"neighbor_if_mac":"2:2:2:2:2:2"}]})"));
          }},
+        {"backhauls of one link with a long MAC",
+         [](std::size_t bytes) {
+             return one_agent(list("BH Info", repeated(bytes / 2, R"({"neighbor almac addr":"1"})")) + "," +
+                              list("backhaul link metrics", R"({"neighbor_al":"1","metrics":[{"neighbor_if_mac":")" +
+                                                                std::string(bytes / 2, '0') + "\"}]}"));
+         }},
+        {"interfaces of one radio with a long channel",
+         [](std::size_t bytes) {
+             return one_agent(radio(std::string(bytes / 2, '0'), repeated(bytes / 2, R"({"BSSID":""})")));
+         }},
         {"equal Agents",
          [](std::size_t bytes) {
              return Input{dump_of(elements(bytes, minimal_agent())), {}, {}, {}};

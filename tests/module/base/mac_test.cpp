@@ -10,6 +10,8 @@ using namespace qo1905;
 
 namespace {
 
+bool same_mac(const Mac &a, const Mac &b) { return std::memcmp(a, b, sizeof(Mac)) == 0; }
+
 TEST(MacText, PrintsPairsOfLowerCaseDigits) {
     char text[kMacTextLength];
     print_mac({0x02, 0x0a, 0xff, 0x00, 0x90, 0x09}, text);

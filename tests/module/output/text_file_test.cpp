@@ -34,8 +34,7 @@ TEST(MemoryTextTest, CountsWhatWasPrintedIntoItsRoom) {
     MemoryText text;
     char *at = text.room(100000);
     ASSERT_NE(at, nullptr);
-    std::memcpy(at, "abc", 3);
-    text.end_at(at + 3);
+    text.end_at(print_text(at, "abc"));
     EXPECT_EQ(text.view(), "abc");
     EXPECT_NE(text.room(0), nullptr);
 }

@@ -443,7 +443,7 @@ TEST_F(DumpEntryTest, SignalsAreReadAsTheCLibraryReadsThem) {
         std::vector<int> expected;
         int16_t value = 0;
         for (int i = 0; i < 12; ++i) {
-            const std::string text = texts[random() % texts.size()];
+            const std::string &text = texts[random() % texts.size()];
             stations +=
                 (i == 0 ? "" : ",") + (R"({"STA MAC address": "02:57:00:00:00:01", "uplink rssi": ")" + text) + "\"}";
             (void)std::sscanf(text == "\\n-3" ? "\n-3" : text.c_str(), "%hd", &value);
