@@ -8,6 +8,7 @@
 
 #include "module/base/diag.h"
 #include "module/base/paths.h"
+#include "module/model/dump_bytes.h"
 #include "module/model/list.h"
 #include "module/output/code_names.h"
 #include "module/output/device_objects.h"
@@ -153,17 +154,17 @@ void write_device_info(JsonWriter &json, const qo1905_device &device) {
 
 // False without memory to look into the device's lists.
 bool write_device(JsonWriter &json, const qo1905_device &device, unsigned number, DeviceIndex &index,
-                  std::size_t &pool) {
+                  std::size_t dump_bytes, std::size_t &pool) {
     if (!index.build(device)) {
         return false;
     }
-    DeviceShare share(json, pool);
+    DeviceShare share(json, dump_bytes, pool);
     json.open_numbered("IEEE1905Device."sv, number);
     write_device_info(json, device);
     write_device_interfaces(json, device, share);
     write_non1905_neighbors(json, device, index, share);
     write_1905_neighbors(json, device, index, share);
-    write_bridging_tuples(json, device, share);
+    write_bridging_tuples(json, device);
     json.close();
     if (share.is_cut()) {
         std::printf("%s: IEEE1905Device.%u is cut, it is more than eight times its part of the dump\n",
@@ -178,10 +179,11 @@ bool write_devices(JsonWriter &json, const qo1905_network_topology &network) {
         return true;
     }
     DeviceIndex index;
+    DumpBytes dump_bytes;
     std::size_t pool = kTextPool - std::min(kTextPool, json.size());
     unsigned d = 0;
     for (const qo1905_device &device : ListNodes(network.IEEE1905Device)) {
-        if (!write_device(json, device, ++d, index, pool)) {
+        if (!write_device(json, device, ++d, index, dump_bytes.of(device), pool)) {
             return false;
         }
     }

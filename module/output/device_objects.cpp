@@ -1,6 +1,5 @@
 #include "module/output/device_objects.h"
 
-#include "module/model/band.h"
 #include "module/model/list.h"
 #include "module/output/code_names.h"
 #include "module/output/item_list.h"
@@ -128,7 +127,6 @@ void write_device_interfaces(JsonWriter &json, const qo1905_device &device, Devi
     }
     std::uint32_t j = 0;
     for (const qo1905_device_interface &interface : ListNodes(device.Interface)) {
-        share.earn(kLeastBss, interface.InterfaceId);
         if (!share.allows_object()) {
             return;
         }
@@ -149,9 +147,7 @@ void write_non1905_neighbors(JsonWriter &json, const qo1905_device &device, cons
     std::uint32_t j = 1;
     for (const qo1905_non1905_group &group : ListNodes(device.NonIEEE1905Neighbor)) {
         local.select(group.LocalInterface);
-        const LeastBytes &least = field_text(group.Name) == kWiredGroup ? kLeastClient : kLeastStation;
         for (const qo1905_non1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
-            share.earn(least, neighbor.NeighborInterfaceId);
             if (!share.allows_object()) {
                 return;
             }
@@ -173,7 +169,6 @@ void write_1905_neighbors(JsonWriter &json, const qo1905_device &device, const D
     for (const qo1905_1905_group &group : ListNodes(device.IEEE1905Neighbor)) {
         local.select(group.LocalInterface);
         for (const qo1905_1905_neighbor &neighbor : ListNodes(group.Neighbor)) {
-            share.earn(kLeastBackhaul, neighbor.NeighborDeviceId);
             if (!share.allows_object()) {
                 return;
             }
@@ -184,18 +179,14 @@ void write_1905_neighbors(JsonWriter &json, const qo1905_device &device, const D
     }
 }
 
-// The tuples are the host's own, and pay for themselves.
-void write_bridging_tuples(JsonWriter &json, const qo1905_device &device, DeviceShare &share) {
+// The tuples are the host's own, and never cut.
+void write_bridging_tuples(JsonWriter &json, const qo1905_device &device) {
     if (device.BridgingTupleNumberOfEntries == 0) {
         return;
     }
     ItemList<kBridgingListSize> list;
     std::uint32_t t = 0;
     for (const qo1905_bridging_tuple &tuple : ListNodes(device.BridgingTuple)) {
-        share.earn(kBridgingListSize);
-        if (!share.allows_object()) {
-            return;
-        }
         list_macs(list, tuple);
         json.open_numbered("BridgingTuple."sv, ++t);
         json.list("InterfaceList"sv, list.view());

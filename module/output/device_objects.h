@@ -28,6 +28,6 @@ void write_device_interfaces(JsonWriter &json, const qo1905_device &device, Devi
 void write_non1905_neighbors(JsonWriter &json, const qo1905_device &device, const DeviceIndex &index,
                              DeviceShare &share);
 void write_1905_neighbors(JsonWriter &json, const qo1905_device &device, const DeviceIndex &index, DeviceShare &share);
-void write_bridging_tuples(JsonWriter &json, const qo1905_device &device, DeviceShare &share);
+void write_bridging_tuples(JsonWriter &json, const qo1905_device &device);
 
 }  // namespace qo1905

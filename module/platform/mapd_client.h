@@ -1,6 +1,7 @@
 /* The multi-AP daemon's client library: the control connection on which its events arrive.
  *
- * Called on the module's receiver thread. Declarations only. A connection is given up by closing its descriptor; the library has no call for that. */
+ * Called on the module's receiver thread. Declarations only. A connection is given up by closing its descriptor; the
+ * library has no call for that. */
 #ifndef QO1905_PLATFORM_MAPD_CLIENT_H
 #define QO1905_PLATFORM_MAPD_CLIENT_H
 

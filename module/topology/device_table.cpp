@@ -6,6 +6,7 @@
 #include "module/base/owned.h"
 #include "module/base/text.h"
 #include "module/model/al_table.h"
+#include "module/model/dump_bytes.h"
 #include "module/model/high_layer_table.h"
 #include "module/model/list.h"
 #include "module/topology/dump_entry.h"
@@ -53,7 +54,9 @@ int build_devices(json_object *topology, qo1905_network_topology &network, const
         }
         set_defaults(*device);
         // Element 0 is the local device.
-        result = parse_dump_entry(topology, *device, static_cast<std::uint16_t>(i + 1), reports);
+        std::size_t bytes = 0;
+        result = parse_dump_entry(topology, *device, static_cast<std::uint16_t>(i + 1), reports, bytes);
+        add_dump_bytes(*device, bytes);
         merge_report(*device, reports);
         tail.append(device);
     }
@@ -73,7 +76,7 @@ int32_t getIeee1905DevTable(json_object *topology) {
     import_reports();
     destroyIeee1905DevTable(network->IEEE1905Device);
     ReportIndex reports;
-    if (!reports.build(imported_reports())) {
+    if (!reports.build(imported_reports()) || !begin_dump_bytes(network->IEEE1905DeviceNumberOfEntries)) {
         return QO1905_FAILURE;
     }
     const int result = build_devices(topology, *network, reports);

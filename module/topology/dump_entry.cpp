@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "module/base/diag.h"
 #include "module/base/json.h"
@@ -33,6 +34,27 @@ void parse_rssi(const char *text, std::int16_t &value) {
     if (end != text) {
         value = static_cast<std::int16_t>(number);
     }
+}
+
+// ---- the least that things take in a dump ----
+
+// An element of a list, with its comma: `0,`.
+constexpr std::size_t kElementBytes = 2;
+// Beside its key, a member with the least value: `"":0,`.
+constexpr std::size_t kMemberBytes = 5;
+// What a MAC's text takes more than that when its last byte is not 0: it was parsed to its end.
+constexpr std::size_t kWholeMacBytes = sizeof("\"1:1:1:1:1:1\"") - sizeof("0");
+
+std::size_t bytes_of(const Mac &mac) { return mac[5] != 0 ? kWholeMacBytes : 0; }
+
+// Of an element with these members.
+template <std::size_t N, std::size_t kSize>
+std::size_t bytes_of(const char (&keys)[N][kSize], const char *const (&texts)[N]) {
+    std::size_t bytes = kElementBytes;
+    for (std::size_t i = 0; i < N; ++i) {
+        bytes += texts[i] != nullptr ? kMemberBytes + std::char_traits<char>::length(keys[i]) : 0;
+    }
+    return bytes;
 }
 
 // Neighbour entries in the order they were found, until a group takes them. The first group takes the head of the list;
@@ -118,6 +140,7 @@ public:
                 continue;
             }
             parse_mac(text, *mac);
+            bytes_ += sizeof(R"({"neighbor_al":0,"metrics":[{"neighbor_if_mac":0}]})") + bytes_of(*mac);
             if (!index_.add(neighbor, mac++)) {
                 return false;
             }
@@ -125,12 +148,16 @@ public:
         return true;
     }
 
+    // Of the dump, at least.
+    std::size_t bytes() const { return bytes_; }
+
     // Null when no link tells it.
     const Mac *of(const char *neighbor_al) const { return static_cast<const Mac *>(index_.find(neighbor_al)); }
 
 private:
     TextIndex index_;
     HeapPtr<Mac[]> macs_;
+    std::size_t bytes_ = 0;
 };
 
 // One call's work. The steps follow the order in which the record's lists are filled.
@@ -144,6 +171,9 @@ public:
           non1905_groups_(device.NonIEEE1905Neighbor),
           groups_1905_(device.IEEE1905Neighbor),
           stations_(device.STAInfo) {}
+
+    // How many bytes of the dump were made something of, at least.
+    std::size_t bytes() const { return bytes_; }
 
     int parse() {
         if (!add_fixed_interfaces() || !add_radios()) {
@@ -216,6 +246,7 @@ private:
             std::printf("bssID have not value!\n");
             return false;
         }
+        bytes_ += sizeof(R"({"BSSID":0})") - 1;
         EntryChain<qo1905_non1905_neighbor> clients;
         EntryChain<qo1905_1905_neighbor> mesh_stations;
         add_stations(json_member(bss, "connected sta info"), clients, mesh_stations);
@@ -248,6 +279,7 @@ private:
             json_texts(station, kStationKeys, texts);
             Mac mac = {};
             parse_mac(texts[kStationMac], mac);
+            bytes_ += bytes_of(kStationKeys, texts) + bytes_of(mac);
             const char *backhaul = texts[kStationBackhaul];
             if (is_text(backhaul, "No")) {
                 if (auto *entry = clients.add()) {
@@ -316,8 +348,10 @@ private:
         for (json_object *client : json_items(entry_, "Other Clients Info")) {
             const char *texts[kClientTexts];
             json_texts(client, kClientKeys, texts);
+            bytes_ += bytes_of(kClientKeys, texts);
             if (auto *entry = entries.add()) {
                 parse_mac(texts[kClientMac], entry->NeighborInterfaceId);
+                bytes_ += bytes_of(entry->NeighborInterfaceId);
                 add_non1905_group(texts[kClientInterface], kWiredGroup, 1, entries);
                 add_to(device_.NonIEEE1905NeighborNumberOfEntries, 1);
             }
@@ -330,10 +364,12 @@ private:
         if (!interfaces.build(json_items(entry_, "backhaul link metrics"))) {
             return tell_no_memory();
         }
+        bytes_ += interfaces.bytes();
         EntryChain<qo1905_1905_neighbor> entries;
         for (json_object *backhaul : backhauls) {
             const char *texts[kBackhaulTexts];
             json_texts(backhaul, kBackhaulKeys, texts);
+            bytes_ += bytes_of(kBackhaulKeys, texts);
             const Mac *neighbor_mac = interfaces.of(texts[kBackhaulNeighbor]);
             if (auto *entry = entries.add()) {
                 copy_if_told(entry->NeighborDeviceId, neighbor_mac);
@@ -384,6 +420,7 @@ private:
     ListTail<qo1905_non1905_group> non1905_groups_;
     ListTail<qo1905_1905_group> groups_1905_;
     ListTail<qo1905_sta_info> stations_;
+    std::size_t bytes_ = 0;
     std::size_t wifi_backhauls_ = 0;
     std::size_t last_station_count_ = 0;  // of the last BSS with a list of them, not the sum
     std::int16_t rssi_ = 0;               // of the last text that was a number
@@ -436,21 +473,22 @@ void trace_stations(const qo1905_device &device) {
 
 }  // namespace
 
-int parse_dump_entry(json_object *topology, qo1905_device &device, std::uint16_t index, const ReportIndex &reports) {
+int parse_dump_entry(json_object *topology, qo1905_device &device, std::uint16_t index, const ReportIndex &reports,
+                     std::size_t &bytes) {
     json_object *entry = JsonItems(topology)[index];
     if (entry == nullptr) {
         std::printf("%s: dev1905 == NULL !!!!!!!!!!!!!\n", kName);
         return QO1905_FAILURE;
     }
-    if (EntryParser(entry, device, reports).parse() != QO1905_SUCCESS) {
-        return QO1905_FAILURE;
-    }
-    if (tracing()) {
+    EntryParser parser(entry, device, reports);
+    const int result = parser.parse();
+    bytes = parser.bytes();
+    if (result == QO1905_SUCCESS && tracing()) {
         trace_interfaces(device, index);
         trace_neighbors(device);
         trace_stations(device);
     }
-    return QO1905_SUCCESS;
+    return result;
 }
 
 }  // namespace qo1905
@@ -462,5 +500,6 @@ int32_t getNbrDevInfo(json_object *topology, qo1905_device *device, uint16_t ind
     if (!reports.build(imported_reports())) {
         return QO1905_FAILURE;
     }
-    return parse_dump_entry(topology, *device, index, reports);
+    std::size_t bytes = 0;
+    return parse_dump_entry(topology, *device, index, reports, bytes);
 }

@@ -125,8 +125,8 @@ TEST_F(AllocationTest, OfTheAgentListIsTold) {
 
 TEST_F(AllocationTest, OfADeviceRecordFailsTheTable) {
     put_dump(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})");
-    // The text of the dump, root, one local interface, one agent; then the device.
-    fail_allocation(5);
+    // The text of the dump, root, one local interface, one agent, the dump's bytes per device; then the device.
+    fail_allocation(6);
     EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.initALTable(), 16); }), "Fail update Ieee1905DevTable!\n");
     EXPECT_EQ(module_.getAlTable(), nullptr);
 }
@@ -138,8 +138,8 @@ TEST_F(AllocationTest, OfADeviceRecordLeavesTheOnesBeforeWithTheirLeases) {
     build(kAgents);
     qo1905_network_topology &network = *module_.getNetTopolTable();
     const qo1905::JsonTree tree = qo1905::json_parse((std::string("[{},") + kAgents + "]").c_str());
-    // The first device with its two interfaces, then the second.
-    fail_allocation(4);
+    // The dump's bytes per device, the first device with its two interfaces, then the second.
+    fail_allocation(5);
     EXPECT_EQ(module_.getIeee1905DevTable(tree.get()), 16);
     allocate_again();
     ASSERT_NE(network.IEEE1905Device, nullptr);
@@ -157,8 +157,9 @@ TEST_F(AllocationTest, OfAnIndexOfDevicesFailsTheTable) {
     EXPECT_TRUE(qo1905::merge_leases(&device));
     EXPECT_TRUE(qo1905::merge_leases(nullptr));
     put_dump(R"({"AL MAC": "02:0a:00:00:00:01", "Device role": "02"})");
-    // The text of the dump, root, one local interface, one agent, the device with two interfaces; then the index.
-    fail_allocation(8);
+    // The text of the dump, root, one local interface, one agent, the dump's bytes per device, the device with two
+    // interfaces; then the index.
+    fail_allocation(9);
     EXPECT_EQ(printed_by([&] { EXPECT_EQ(module_.initALTable(), 16); }), "Fail update Ieee1905DevTable!\n");
     EXPECT_EQ(module_.getAlTable(), nullptr);
 }

@@ -170,6 +170,50 @@ TEST_F(HostileTest, EveryListCanBeTheOneThatIsCut) {
     }
 }
 
+TEST_F(HostileTest, AnAgentWithManyMeshChildrenIsWholeBesideHostileOnes) {
+    std::string agents = multiplied_agent(2100);
+    for (int i = 0; i < 40; ++i) {
+        agents += "," + multiplied_agent(2100);
+    }
+    std::string stations;
+    std::string backhauls;
+    std::string links;
+    for (int i = 0; i < 15; ++i) {
+        const std::string comma = i == 0 ? "" : ",";
+        const std::string number = std::to_string(10 + i);
+        stations += comma + R"({"STA MAC address":"02:0c:00:00:00:)" + number +
+                    R"(","BH STA":"Yes","Medium":"5G","uplink rssi":"-50"})";
+        backhauls += comma + R"({"neighbor almac addr":"02:0a:00:00:01:)" + number +
+                     R"(","connected iface addr":"02:0b:00:00:00:01","Backhaul Medium Type":"5G","RSSI":"-50"})";
+        links += comma + R"({"neighbor_al":"02:0a:00:00:01:)" + number +
+                 R"(","metrics":[{"neighbor_if_mac":"02:0c:00:00:00:)" + number + "\"}]}";
+    }
+    agents += R"(,{"AL MAC":"02:0a:00:00:00:09","Device role":"02","Number of radios":1,"Radio Info":[{"channel":"36",)"
+              R"("BSSINFO":[{"BSSID":"02:0b:00:00:00:01","connected sta info":[)" +
+              stations + R"(]}]}],"BH Info":[)" + backhauls + R"(],"backhaul link metrics":[)" + links + "]}";
+    EXPECT_THAT(run({hostile::dump_of(agents), {}, {}, {}}), testing::Not(HasSubstr("IEEE1905Device.42 is cut")));
+    const std::string device = object_text(read_file(kModel), "IEEE1905Device.42");
+    EXPECT_THAT(device, HasSubstr("\"IEEE1905Neighbor.60\": {\n"));
+}
+
+// An element need not be an object, and then takes two bytes.
+TEST_F(HostileTest, ElementsOfOneCharacterKeepTheTextInProportion) {
+    std::string clients = "1";
+    for (int i = 0; i < 100000; ++i) {
+        clients += ",1";
+    }
+    const hostile::Input input{
+        hostile::dump_of(R"({"AL MAC":"02:0a:00:00:00:01","Device role":"02","Number of radios":1,"Radio Info":)"
+                         R"([{"BSSINFO":[{"BSSID":"x","connected sta info":[{"Medium":"5G"}]}]}],)"
+                         R"("Other Clients Info":[)" +
+                         clients + R"(],"BH Info":[1,)" + clients + "]}"),
+        {},
+        {},
+        {}};
+    run(input);
+    EXPECT_LE(read_file(kModel).size(), limit(input));
+}
+
 // ---- real meshes ----
 
 TEST_F(HostileTest, AMeshOfAThousandDevicesIsNeverCut) {

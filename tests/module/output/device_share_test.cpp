@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "module/model/dump_bytes.h"
+
 using namespace qo1905;
 
 namespace {
@@ -30,11 +32,11 @@ protected:
 TEST_F(DeviceShareTest, IsFourKilobytesAndEightBytesForEachOfTheDump) {
     std::size_t pool = 0;
     for (const std::size_t bytes : {std::size_t{0}, std::size_t{100}, std::size_t{5000}}) {
-        DeviceShare share(json_, pool);
-        share.earn(bytes);
+        DeviceShare share(json_, bytes, pool);
         const std::size_t most = kFree + 8 * bytes - kObject;
-        EXPECT_LE(write_all_it_allows(share), most + 10);
-        EXPECT_GE(json_.size(), most);
+        const std::size_t written = write_all_it_allows(share);
+        EXPECT_LE(written, most + 10);
+        EXPECT_GT(written, most);
         EXPECT_TRUE(share.is_cut());
     }
 }
@@ -42,12 +44,12 @@ TEST_F(DeviceShareTest, IsFourKilobytesAndEightBytesForEachOfTheDump) {
 TEST_F(DeviceShareTest, HalfOfThePoolIsTheMostThatOneGets) {
     std::size_t pool = 100000;
     {
-        DeviceShare share(json_, pool);
+        DeviceShare share(json_, 0, pool);
         EXPECT_NEAR(static_cast<double>(write_all_it_allows(share)), kFree + 50000 - kObject, 10);
     }
     EXPECT_NEAR(static_cast<double>(pool), 50000 + kObject, 10);
     {
-        const DeviceShare modest(json_, pool);
+        const DeviceShare modest(json_, 0, pool);
         text_.put(std::string(kFree, 'x'));
     }
     EXPECT_NEAR(static_cast<double>(pool), 50000 + kObject, 10);
@@ -55,27 +57,27 @@ TEST_F(DeviceShareTest, HalfOfThePoolIsTheMostThatOneGets) {
 
 TEST_F(DeviceShareTest, OnceSpentStaysSpent) {
     std::size_t pool = 0;
-    DeviceShare share(json_, pool);
+    DeviceShare share(json_, 0, pool);
     EXPECT_FALSE(share.is_cut());
     write_all_it_allows(share);
-    share.earn(1000000);
+    EXPECT_TRUE(share.is_cut());
     EXPECT_FALSE(share.allows_object());
 }
 
-TEST_F(DeviceShareTest, AMacToItsLastByteEarnsMore) {
-    std::size_t pool = 0;
-    DeviceShare with(json_, pool);
-    with.earn({100, 10}, {0, 0, 0, 0, 0, 1});
-    const std::size_t more = write_all_it_allows(with);
-    DeviceShare without(json_, pool);
-    without.earn({100, 10}, {1, 1, 1, 1, 1, 0});
-    EXPECT_NEAR(static_cast<double>(more - write_all_it_allows(without)), 8 * 90, 10);
+TEST_F(DeviceShareTest, WhatTheHostPutInIsNeverCut) {
+    std::size_t pool = 1000;
+    {
+        DeviceShare share(json_, kUnknownBytes, pool);
+        text_.put(std::string(10000000, 'x'));
+        EXPECT_TRUE(share.allows_object());
+    }
+    EXPECT_EQ(pool, 1000U);
 }
 
 TEST_F(DeviceShareTest, ThePoolNeverGoesBelowZero) {
     std::size_t pool = 10;
     {
-        const DeviceShare share(json_, pool);
+        const DeviceShare share(json_, 0, pool);
         text_.put(std::string(100000, 'x'));
     }
     EXPECT_EQ(pool, 0U);
