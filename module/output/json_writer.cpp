@@ -128,7 +128,12 @@ void JsonWriter::signed_number(Text key, std::int32_t value) {
 
 void JsonWriter::flag(Text key, bool value) { word(key, value ? "true"sv : "false"sv); }
 
-void JsonWriter::text_field(Text key, const char *field, std::size_t size) { text(key, field_text(field, size)); }
+void JsonWriter::text_field(Text key, const char *field, std::size_t size) {
+    if (*field == '\0') {
+        return name(key, {});  // as most are
+    }
+    text(key, field_text(field, size));
+}
 
 void JsonWriter::text(Text key, Text value) {
     if (is_plain_json_text(value)) {

@@ -3,11 +3,11 @@
 
 #include "module/topology/dump_entry.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string_view>
 
 #include "module/base/diag.h"
 #include "module/base/json.h"
@@ -34,27 +34,6 @@ void parse_rssi(const char *text, std::int16_t &value) {
     if (end != text) {
         value = static_cast<std::int16_t>(number);
     }
-}
-
-// ---- the least that things take in a dump ----
-
-// An element of a list, with its comma: `0,`.
-constexpr std::size_t kElementBytes = 2;
-// Beside its key, a member with the least value: `"":0,`.
-constexpr std::size_t kMemberBytes = 5;
-// What a MAC's text takes more than that when its last byte is not 0: it was parsed to its end.
-constexpr std::size_t kWholeMacBytes = sizeof("\"1:1:1:1:1:1\"") - sizeof("0");
-
-std::size_t bytes_of(const Mac &mac) { return mac[5] != 0 ? kWholeMacBytes : 0; }
-
-// Of an element with these members.
-template <std::size_t N, std::size_t kSize>
-std::size_t bytes_of(const char (&keys)[N][kSize], const char *const (&texts)[N]) {
-    std::size_t bytes = kElementBytes;
-    for (std::size_t i = 0; i < N; ++i) {
-        bytes += texts[i] != nullptr ? kMemberBytes + std::char_traits<char>::length(keys[i]) : 0;
-    }
-    return bytes;
 }
 
 // Neighbour entries in the order they were found, until a group takes them. The first group takes the head of the list;
@@ -118,6 +97,40 @@ constexpr char kClientKeys[kClientTexts][18] = {"Client Address", "1905 Intf add
 enum BackhaulText { kBackhaulNeighbor, kBackhaulInterface, kBackhaulRssi, kBackhaulMedium, kBackhaulTexts };
 constexpr char kBackhaulKeys[kBackhaulTexts][21] = {"neighbor almac addr", "connected iface addr", "RSSI",
                                                     "Backhaul Medium Type"};
+
+// ---- the least that things take in a dump ----
+
+// An element of a list, with its comma: `0,`.
+constexpr std::size_t kElementBytes = 2;
+// Beside its key, a member with the least value: `"":0,`.
+constexpr std::size_t kMemberBytes = 5;
+// What a MAC's text takes more than that when its last byte is not 0: it was parsed to its end.
+constexpr std::size_t kWholeMacBytes = sizeof("\"1:1:1:1:1:1\"") - sizeof("0");
+
+std::size_t bytes_of(const Mac &mac) { return mac[5] != 0 ? kWholeMacBytes : 0; }
+
+// Of a member with each of these keys.
+template <std::size_t N, std::size_t kSize>
+constexpr std::array<std::size_t, N> member_bytes(const char (&keys)[N][kSize]) {
+    std::array<std::size_t, N> bytes{};
+    for (std::size_t i = 0; i < N; ++i) {
+        bytes[i] = kMemberBytes + Text(keys[i]).size();
+    }
+    return bytes;
+}
+constexpr auto kStationBytes = member_bytes(kStationKeys);
+constexpr auto kClientBytes = member_bytes(kClientKeys);
+constexpr auto kBackhaulBytes = member_bytes(kBackhaulKeys);
+
+// Of an element that has these members, where there is a text.
+template <std::size_t N>
+std::size_t bytes_of(const std::array<std::size_t, N> &members, const char *const (&texts)[N]) {
+    std::size_t bytes = kElementBytes;
+    for (std::size_t i = 0; i < N; ++i) {
+        bytes += texts[i] != nullptr ? members[i] : 0;
+    }
+    return bytes;
+}
 
 // "neighbor_if_mac" of the first backhaul link to each neighbour that tells it. An entry may hold as many links as
 // backhauls that ask, and a text as long as all of them: each is read once.
@@ -279,7 +292,7 @@ private:
             json_texts(station, kStationKeys, texts);
             Mac mac = {};
             parse_mac(texts[kStationMac], mac);
-            bytes_ += bytes_of(kStationKeys, texts) + bytes_of(mac);
+            bytes_ += bytes_of(kStationBytes, texts) + bytes_of(mac);
             const char *backhaul = texts[kStationBackhaul];
             if (is_text(backhaul, "No")) {
                 if (auto *entry = clients.add()) {
@@ -348,7 +361,7 @@ private:
         for (json_object *client : json_items(entry_, "Other Clients Info")) {
             const char *texts[kClientTexts];
             json_texts(client, kClientKeys, texts);
-            bytes_ += bytes_of(kClientKeys, texts);
+            bytes_ += bytes_of(kClientBytes, texts);
             if (auto *entry = entries.add()) {
                 parse_mac(texts[kClientMac], entry->NeighborInterfaceId);
                 bytes_ += bytes_of(entry->NeighborInterfaceId);
@@ -369,7 +382,7 @@ private:
         for (json_object *backhaul : backhauls) {
             const char *texts[kBackhaulTexts];
             json_texts(backhaul, kBackhaulKeys, texts);
-            bytes_ += bytes_of(kBackhaulKeys, texts);
+            bytes_ += bytes_of(kBackhaulBytes, texts);
             const Mac *neighbor_mac = interfaces.of(texts[kBackhaulNeighbor]);
             if (auto *entry = entries.add()) {
                 copy_if_told(entry->NeighborDeviceId, neighbor_mac);

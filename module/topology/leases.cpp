@@ -42,7 +42,8 @@ private:
         while (*at >= '0' && *at <= '9') {
             ++at;
         }
-        if (at == line.data() || *at != ' ' || !parse_plain_mac(at + 1, mac_, ' ')) {
+        Mac mac;
+        if (at == line.data() || *at != ' ' || !parse_plain_mac(at + 1, mac, ' ')) {
             return false;
         }
         const char *address = at + 1 + kMacTextLength + 1;
@@ -50,9 +51,11 @@ private:
         while (static_cast<unsigned char>(*end) > ' ') {
             ++end;
         }
+        // A line that was cut goes on behind its end: nothing of that belongs to it.
         if (end == address || *end != ' ' || end >= line.data() + line.size()) {
             return false;
         }
+        copy_mac(mac_, mac);
         *print_text(address_, {address, static_cast<std::size_t>(end - address)}) = '\0';
         return true;
     }

@@ -29,7 +29,8 @@ const std::vector<std::string> kMacs = {"02:0a:00:00:00:01",
 
 std::string draw_line(std::mt19937 &random) {
     const std::vector<std::string> blanks = {" ", " ", " ", " ", "  ", "\t", ""};
-    return choose(random, {"1795262400", "0", "-1", "+7", "x", "", " 12", "99999999999999999999", "duid"}) +
+    return choose(random, {"1795262400", "0", "-1", "+7", "x", "", " 12", "99999999999999999999", "duid",
+                           std::string(480 + random() % 60, '0')}) +
            choose(random, blanks) + choose(random, kMacs) + choose(random, blanks) +
            choose(random, {"10.0.0.1", "10.0.0.2", "10.0.0.3", "", "fe80::1", "a\tb", std::string("1\0002", 3),
                            std::string("1\0012", 3), std::string(300, '7'), std::string(random() % 1100, '8')}) +
@@ -74,6 +75,21 @@ TEST_F(LeasesTest, AreReadAsTheCLibraryReadsThem) {
             const auto &field = built->Info.DeviceIP;
             const std::string address(field, strnlen(field, sizeof(field)));
             ASSERT_EQ(address, expected == "(empty)" ? "" : expected) << visible(text);
+        }
+    }
+}
+
+// fgets cuts a line at 511 bytes: what stands behind the cut is a line of its own.
+TEST_F(LeasesTest, ALineIsReadUpToItsCut) {
+    for (std::size_t padding = 480; padding < 530; ++padding) {
+        const std::string text =
+            "7 02:0a:00:00:00:01 10.0.0.1 h c\n" + std::string(padding, '0') + " 02:0a:00:00:00:02 10.0.0.2 host *\n";
+        write_file(kLeases, text);
+        const auto devices = build(R"({"Device role": "02", "AL MAC": "02:0a:00:00:00:01"},)"
+                                   R"({"Device role": "02", "AL MAC": "02:0a:00:00:00:02"})");
+        for (const qo1905_device *device : devices) {
+            const std::string expected = leased(text, device->IEEE1905Id);
+            ASSERT_EQ(device->Info.DeviceIP, expected == "(empty)" ? "" : expected) << padding;
         }
     }
 }
