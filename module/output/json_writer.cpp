@@ -130,7 +130,7 @@ void JsonWriter::flag(Text key, bool value) { word(key, value ? "true"sv : "fals
 
 void JsonWriter::text_field(Text key, const char *field, std::size_t size) {
     if (*field == '\0') {
-        return name(key, {});  // as most are
+        return name(key, ""sv);  // as most are
     }
     text(key, field_text(field, size));
 }
