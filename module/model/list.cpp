@@ -37,11 +37,8 @@ struct Owned {
 };
 
 // Who owns, what, and where it stands: all three follow from the record and its field.
-#define QO1905_OWNS(record, field)                                                                                  \
-    Owned {                                                                                                         \
-        kNodeKind<record>, kNodeKind<std::remove_pointer_t<decltype(std::declval<record &>().field)>>, /* NOLINT */ \
-            offsetof(record, field)                                                                                 \
-    }
+#define QO1905_OWNS(record, field) \
+    Owned { kNodeKind<record>, kNodeKind<std::remove_pointer_t<decltype(record::field)>>, offsetof(record, field) }
 
 constexpr Owned kOwned[] = {
     QO1905_OWNS(qo1905_al_table, Interface),
