@@ -1,6 +1,7 @@
 // The two Wi-Fi bands, and what tells them apart.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "module/base/paths.h"
@@ -18,7 +19,7 @@ struct Band {
     std::uint32_t media_type;                   // of an access point (IEEE 1905.1 table 6-12)
     std::uint32_t station_media_types[3];       // of what is listed as a station of the band
     ChannelField qo1905_device_info::*channel;  // where a device keeps the band's channel
-    char dat_file[64];                          // the driver's settings
+    char dat_file[std::max(sizeof(QO1905_DAT_FILE_24G), sizeof(QO1905_DAT_FILE_5G))];  // the driver's settings
 };
 
 inline constexpr Band kBands[] = {

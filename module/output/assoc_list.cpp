@@ -45,11 +45,8 @@ char *print_padded(char *at, Text text, std::size_t width) {
 
 char *print_padded_number(char *at, std::int32_t value, std::size_t width) {
     char digits[kMaxDigits];
-    const auto length = static_cast<std::size_t>(print_signed(digits, value) - digits);
-    std::memcpy(at, kBlanks, kWidest);
-    at += length < width ? width - length : 0;
-    std::memcpy(at, digits, kMaxDigits);
-    return at + length;
+    const char *end = print_signed(digits, value);
+    return print_padded(at, {digits, static_cast<std::size_t>(end - digits)}, width);
 }
 
 // The two zeros before the channel stand where storage addresses used to; no reader may rely on them.

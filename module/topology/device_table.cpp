@@ -9,6 +9,7 @@
 #include "module/model/dump_bytes.h"
 #include "module/model/high_layer_table.h"
 #include "module/model/list.h"
+#include "module/model/report_index.h"
 #include "module/topology/dump_entry.h"
 #include "module/topology/leases.h"
 #include "qo1905.h"

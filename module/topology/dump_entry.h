@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "module/model/high_layer_table.h"
+#include "module/model/report_index.h"
 #include "qo1905.h"
 
 struct json_object;

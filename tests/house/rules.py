@@ -146,6 +146,7 @@ def check_calls(objects, nm):
 UNMIRRORED = {
     "module/model/agents.cpp": "a variable; topology/agent_count_test.cpp",
     "module/model/al_table.cpp": "model/list_test.cpp, table_build_test.cpp",
+    "module/topology/entry_trace.cpp": "topology/dump_entry_test.cpp, against a file of the whole trace",
     "module/messages/stations.cpp": "messages/sender_test.cpp, in the report",
 }
 # Test files of the module that mirror no source, and what they are about.

@@ -3,7 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <random>
 #include <vector>
 
 #include "module/base/owned.h"
@@ -121,49 +120,5 @@ TEST_F(HighLayerTableTest, DropsTheOldestOfTooMany) {
 }
 
 TEST_F(HighLayerTableTest, ReportFreeTakesNull) { report_free(nullptr); }
-
-TEST_F(HighLayerTableTest, IndexGivesTheLastReportAndTheLastRate) {
-    std::mt19937 random(1905);
-    for (int round = 0; round < 100; ++round) {
-        std::uint16_t rates[4][4] = {};
-        int last[4] = {-1, -1, -1, -1};
-        for (int i = 0; i < 20; ++i) {
-            const auto agent = static_cast<std::uint8_t>(random() % 4);
-            const auto station = static_cast<std::uint8_t>(random() % 3);
-            const auto rate = static_cast<std::uint16_t>(1 + i);
-            append(make_report(agent, station, rate));
-            rates[agent][station] = rate;
-            last[agent] = rate;
-        }
-        import_reports();
-        ReportIndex index;
-        ASSERT_TRUE(index.build(imported_reports()));
-        for (std::uint8_t agent = 0; agent < 4; ++agent) {
-            const auto reported = index.of({0, 0, 0, 0, 0, agent});
-            ASSERT_EQ(reported.last != nullptr ? reported.last->clientList->phyRate : -1, last[agent]);
-            for (std::uint8_t station = 0; station < 4; ++station) {
-                ASSERT_EQ(reported.rate({0, 0, 0, 0, 0, station}), rates[agent][station]);
-            }
-        }
-    }
-}
-
-TEST_F(HighLayerTableTest, IndexOfNothingKnowsNobody) {
-    ReportIndex index;
-    EXPECT_TRUE(index.build(nullptr));
-    EXPECT_EQ(index.of({1}).last, nullptr);
-    EXPECT_EQ(index.of({1}).rate({2}), 0);
-}
-
-TEST_F(HighLayerTableTest, IndexWithoutMemorySaysSo) {
-    append(make_report(1, 1, 10));
-    import_reports();
-    for (const long lost : {1L, 2L}) {
-        ReportIndex index;
-        fail_allocation(lost);
-        EXPECT_FALSE(index.build(imported_reports()));
-        allocate_again();
-    }
-}
 
 }  // namespace
