@@ -8,8 +8,8 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "lab/mesh/generate.h"
-#include "lab/mesh/views.h"
+#include "lab/world/generate.h"
+#include "lab/world/views.h"
 #include "tests/support/hostile_shapes.h"
 
 namespace {

@@ -2,32 +2,17 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cstdint>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "lab/common/error.h"
+#include "lab/common/input.h"
+#include "lab/common/text.h"
 
 namespace lab {
 
 using Json = nlohmann::ordered_json;
-
-std::string read_text(const std::string &path) {
-    if (std::filesystem::is_directory(path)) {
-        throw Error(path + ": cannot be read: " + std::strerror(EISDIR));
-    }
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file.is_open() || file.bad()) {
-        throw Error(path + ": cannot be read: " + std::strerror(errno != 0 ? errno : EIO));
-    }
-    return text;
-}
 
 namespace {
 
@@ -52,16 +37,39 @@ std::string reason(const Json::exception &error) {
     return colon == std::string::npos ? what : what.substr(colon + 2);
 }
 
+// Refuses an object that has a key twice: nobody can tell which of the two is meant.
+class KeysOnce {
+public:
+    explicit KeysOnce(std::string source) : source_(std::move(source)) {}
+
+    bool operator()(Json::parse_event_t event, const Json &parsed) {
+        if (event == Json::parse_event_t::object_start) {
+            open_.emplace_back();
+        } else if (event == Json::parse_event_t::object_end) {
+            open_.pop_back();
+        } else if (event == Json::parse_event_t::key && !open_.back().insert(parsed.get<std::string>()).second) {
+            throw Error(one_line(source_ + ": key \"" + parsed.get<std::string>() + "\" is there twice"));
+        }
+        return true;
+    }
+
+private:
+    std::string source_;
+    std::vector<std::set<std::string>> open_;  // keys of the objects that are being read
+};
+
 }  // namespace
 
 JsonValue::JsonValue(std::shared_ptr<const Json> root, const Json *value, std::string place)
     : root_(std::move(root)), value_(value), place_(std::move(place)) {}
 
-JsonValue JsonValue::read_file(const std::string &path) { return parse(read_text(path), path); }
+JsonValue JsonValue::read_file(const std::string &path) { return parse(read_input(path), input_name(path)); }
 
 JsonValue JsonValue::parse(const std::string &text, const std::string &source) {
     try {
-        const auto root = std::make_shared<const Json>(Json::parse(text));
+        KeysOnce keys(source);
+        const auto root = std::make_shared<const Json>(Json::parse(
+            text, [&keys](int, Json::parse_event_t event, const Json &parsed) { return keys(event, parsed); }));
         return {root, root.get(), source};
     } catch (const Json::parse_error &error) {
         const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(error.byte, text.size()));
@@ -72,13 +80,7 @@ JsonValue JsonValue::parse(const std::string &text, const std::string &source) {
     }
 }
 
-// On one line, whatever was in the file.
-void JsonValue::fail(const std::string &what) const {
-    std::string text = place_ + ": " + what;
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, '?');
-    throw Error(text);
-}
+void JsonValue::fail(const std::string &what) const { throw Error(one_line(place_ + ": " + what)); }
 
 std::vector<std::string> JsonValue::keys() const {
     if (!value_->is_object()) {
@@ -137,14 +139,17 @@ bool JsonValue::boolean() const {
     return value_->get<bool>();
 }
 
-int JsonValue::integer(int least, int most) const {
-    const bool too_large = value_->is_number_unsigned() && value_->get<std::uint64_t>() > INT32_MAX;
-    const auto value = value_->is_number_integer() && !too_large ? value_->get<std::int64_t>() : INT64_MIN;
-    if (value < least || value > most) {
+std::int64_t JsonValue::whole(std::int64_t least, std::int64_t most) const {
+    const bool too_large = value_->is_number_unsigned() && value_->get<std::uint64_t>() > INT64_MAX;
+    const bool is_whole = value_->is_number_integer() && !too_large;
+    const auto value = is_whole ? value_->get<std::int64_t>() : 0;
+    if (!is_whole || value < least || value > most) {
         fail("must be a whole number from " + std::to_string(least) + " to " + std::to_string(most));
     }
-    return static_cast<int>(value);
+    return value;
 }
+
+int JsonValue::integer(int least, int most) const { return static_cast<int>(whole(least, most)); }
 
 std::string JsonValue::mac() const {
     std::string mac = text();
@@ -152,6 +157,16 @@ std::string JsonValue::mac() const {
         fail("must be a MAC address such as \"02:00:00:00:00:01\"");
     }
     return mac;
+}
+
+// All zeros is nobody, and an odd first byte means many.
+std::string JsonValue::device_mac() const {
+    std::string address = mac();
+    const bool is_group = (std::stoi(address.substr(0, 2), nullptr, 16) & 1) != 0;
+    if (is_group || address == "00:00:00:00:00:00") {
+        fail(address + " is no device's MAC");
+    }
+    return address;
 }
 
 std::string JsonValue::text_or(const std::string &key, const std::string &otherwise) const {

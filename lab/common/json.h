@@ -1,6 +1,7 @@
 // Reading the lab's own JSON strictly: every mistake is told with the file, the place in it and what is wrong.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
@@ -8,12 +9,9 @@
 
 namespace lab {
 
-// A whole file; throws Error when it cannot be read.
-std::string read_text(const std::string &path);
-
 class JsonValue {
 public:
-    // Throws Error when the file cannot be read or is no JSON.
+    // Throws Error when the file ("-" for standard input) cannot be read, is no JSON or has a key twice.
     static JsonValue read_file(const std::string &path);
 
     // The same of a text; `source` is what mistakes name as the file.
@@ -30,7 +28,9 @@ public:
     std::string text() const;
     bool boolean() const;
     int integer(int least, int most) const;
-    std::string mac() const;  // a text of six bytes in hexadecimal with colons
+    std::int64_t whole(std::int64_t least, std::int64_t most) const;
+    std::string mac() const;         // a text of six bytes in hexadecimal with colons
+    std::string device_mac() const;  // one that a single device can have
 
     // The items of an optional array; none when it is not there.
     std::vector<JsonValue> items_of(const std::string &key) const;

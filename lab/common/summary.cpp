@@ -7,6 +7,8 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
+#include "lab/common/text.h"
+
 namespace lab {
 namespace {
 
@@ -26,10 +28,6 @@ int lines_of(const std::string &path) {
 }
 
 }  // namespace
-
-std::string plural(long count, const std::string &noun) {
-    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
-}
 
 std::string CycleSummary::text() const {
     if (files_written == 0) {

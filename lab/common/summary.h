@@ -17,8 +17,6 @@ struct CycleSummary {
     std::string text() const;
 };
 
-std::string plural(long count, const std::string &noun);
-
 class FileReader {
 public:
     // `folder`: the device's /tmp, as it is seen from here.

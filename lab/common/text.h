@@ -1,15 +1,19 @@
 // Small things that the lab does to texts.
 #pragma once
 
-#include <algorithm>
-#include <cctype>
 #include <string>
 
 namespace lab {
 
-inline std::string lower_case(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
-}
+std::string lower_case(std::string text);
+
+// For messages: control characters become question marks.
+std::string one_line(std::string text);
+
+// "1 device", "3 devices".
+std::string plural(long count, const std::string &noun);
+
+// Three digits of a small one, "0.333"; all of a large one.
+std::string short_number(double value);
 
 }  // namespace lab

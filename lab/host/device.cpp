@@ -1,10 +1,10 @@
 #include "lab/host/device.h"
 
+#include <algorithm>
+
 #include "lab/common/error.h"
 
 namespace lab {
-
-Device device;
 
 namespace {
 
@@ -44,7 +44,20 @@ EthernetLink read_link(const JsonValue &value) {
 
 Station read_station(const JsonValue &value) {
     value.allow_keys({"mac", "rate", "mesh_al_mac"});
-    return {value.at("mac").mac(), value.at("rate").integer(0, kMaxRate), value.mac_or("mesh_al_mac", "")};
+    return {value.at("mac").device_mac(), value.at("rate").integer(0, kMaxRate), value.mac_or("mesh_al_mac", "")};
+}
+
+void read_stations(const JsonValue &by_interface, DeviceDescription &description) {
+    for (const std::string &name : by_interface.keys()) {
+        const bool known = std::any_of(description.wifi.begin(), description.wifi.end(),
+                                       [&](const WifiInterface &wifi) { return wifi.name == name; });
+        if (!known) {
+            by_interface.at(name).fail("\"wifi\" has no interface of that name");
+        }
+        for (const JsonValue &item : by_interface.at(name).items()) {
+            description.stations[name].push_back(read_station(item));
+        }
+    }
 }
 
 }  // namespace
@@ -61,18 +74,19 @@ DeviceDescription DeviceDescription::read(const JsonValue &file) {
     description.host_name = short_text(file.at("host_name"), 127);
     description.ip = short_text(file.at("ip"), 127);
     for (const JsonValue &item : file.items_of("wifi")) {
-        description.wifi.push_back(read_wifi(item));
+        const WifiInterface wifi = read_wifi(item);
+        for (const WifiInterface &other : description.wifi) {
+            if (other.instance == wifi.instance || other.name == wifi.name) {
+                item.fail("an interface of this instance or name is there already");
+            }
+        }
+        description.wifi.push_back(wifi);
     }
     for (const JsonValue &item : file.items_of("ethernet_links")) {
         description.ethernet_links.push_back(read_link(item));
     }
     if (file.has("stations")) {
-        const JsonValue by_interface = file.at("stations");
-        for (const std::string &name : by_interface.keys()) {
-            for (const JsonValue &item : by_interface.at(name).items()) {
-                description.stations[name].push_back(read_station(item));
-            }
-        }
+        read_stations(file.at("stations"), description);
     }
     for (const JsonValue &item : file.items_of("known_devices")) {
         description.known_devices.push_back(item.mac());
@@ -81,8 +95,28 @@ DeviceDescription DeviceDescription::read(const JsonValue &file) {
 }
 
 void Device::become(DeviceDescription description) {
-    const std::lock_guard guard(lock);
-    static_cast<DeviceDescription &>(*this) = std::move(description);
+    const std::lock_guard guard(lock_);
+    now_ = std::move(description);
+}
+
+void Device::on_switched(SwitchListener listener) {
+    const std::lock_guard guard(lock_);
+    on_switched_ = std::move(listener);
+}
+
+std::optional<WifiInterface> Device::switch_wifi(int instance, bool enabled) {
+    const std::lock_guard guard(lock_);
+    for (WifiInterface &wifi : now_.wifi) {
+        if (wifi.instance == instance) {
+            wifi.enable = enabled;
+            wifi.status = enabled ? "Up" : "Down";
+            if (on_switched_) {
+                on_switched_(instance, enabled);
+            }
+            return wifi;
+        }
+    }
+    return std::nullopt;
 }
 
 }  // namespace lab

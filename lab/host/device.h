@@ -1,9 +1,10 @@
-// The device that the host stands in for, as its description tells it. The platform functions read it on several
-// threads, configWlanEnable changes it and a mesh replaces it, so every access holds its lock.
+// The device that the host stands in for, as its description tells it.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,13 +50,30 @@ struct DeviceDescription {
     static DeviceDescription read(const JsonValue &file);
 };
 
-struct Device : DeviceDescription {
-    std::mutex lock;
+// The platform functions read it on several threads, one of them switches interfaces, and a mesh replaces it: whoever
+// looks at it holds its lock.
+class Device {
+public:
+    // Called when an interface is switched, with the instance of its configuration object.
+    using SwitchListener = std::function<void(int instance, bool enabled)>;
 
     void become(DeviceDescription description);
-};
+    void on_switched(SwitchListener listener);
 
-// The one device of this process.
-extern Device device;
+    // Calls `look` with the description, locked.
+    template <class Look>
+    auto ask(Look look) const {
+        const std::lock_guard guard(lock_);
+        return look(static_cast<const DeviceDescription &>(now_));
+    }
+
+    // The interface as it then is; none if there is no such instance.
+    std::optional<WifiInterface> switch_wifi(int instance, bool enabled);
+
+private:
+    mutable std::mutex lock_;
+    DeviceDescription now_;
+    SwitchListener on_switched_;
+};
 
 }  // namespace lab

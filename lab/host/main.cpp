@@ -2,7 +2,6 @@
 // description (lab/host/platform.cpp) and runs the timer service. The description comes from a file, or from a mesh,
 // which then also sets the pace. The timer thread is this program's own; the module's receiver thread runs beside it.
 
-#include <dlfcn.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -13,6 +12,8 @@
 #include "lab/common/summary.h"
 #include "lab/host/device.h"
 #include "lab/host/mesh_link.h"
+#include "lab/host/module.h"
+#include "lab/host/platform.h"
 #include "lab/host/timer.h"
 #include "module/platform/lanmon.h"
 
@@ -34,51 +35,36 @@ std::string default_module() {
     return path.substr(0, path.rfind('/') + 1) + "qo1905.so";
 }
 
-// Never unloaded: its thread lives as long as the process.
-void load_module(const std::string &path) {
-    void *module = dlopen(path.c_str(), RTLD_NOW);
-    if (module == nullptr) {
-        throw lab::Error(std::string("the module does not load: ") + dlerror());
-    }
-    const auto init = reinterpret_cast<int32_t (*)()>(dlsym(module, "qo1905_init"));
-    if (init == nullptr) {
-        throw lab::Error(path + ": no module, it has no qo1905_init");
-    }
-    lab::change_log_writer = reinterpret_cast<int32_t (*)()>(dlsym(module, "writeJsonqo1905log"));
-    init();
-    if (lab::registered_event() == nullptr) {
-        throw lab::Error(path + ": registered no timer event");
-    }
-}
-
 // At once, whatever the threads are doing.
 void end_on_signal(int signal) { _exit(128 + signal); }
 
-void run_alone(const Options &options) {
-    lab::device.become(lab::DeviceDescription::read(lab::JsonValue::read_file(options.device)));
-    load_module(options.module);
+void run_alone(const Options &options, lab::Device &device) {
+    device.become(lab::DeviceDescription::read(lab::JsonValue::read_file(options.device)));
+    const lab::Module module(options.module);
     lab::FileReader files("/tmp");
     lab::run_timer(std::chrono::duration<double>(options.unit_seconds), options.cycles, [&](unsigned cycle) {
+        module.write_change_log();
         const lab::CycleSummary summary = files.read();
         const std::string where = summary.files_written == 0 ? "" : " in " + options.files_at;
         std::cout << "cycle " << cycle << ": " << summary.text() << where << std::endl;
     });
 }
 
-void run_in_mesh(const Options &options) {
-    lab::MeshLink link(options.mesh);
-    lab::mesh_link = &link;
-    load_module(options.module);
-    link.run();
+void run_in_mesh(const Options &options, lab::Device &device) {
+    lab::MeshLink link(options.mesh, device);
+    const lab::Module module(options.module);
+    link.run([&module] { module.write_change_log(); });
 }
 
 void run(const Options &options) {
     std::signal(SIGINT, end_on_signal);
     std::signal(SIGTERM, end_on_signal);
+    static lab::Device device;  // as long as the module, whose thread never ends by itself
+    lab::answer_for(device);
     if (options.mesh.empty()) {
-        run_alone(options);
+        run_alone(options, device);
     } else {
-        run_in_mesh(options);
+        run_in_mesh(options, device);
     }
 }
 

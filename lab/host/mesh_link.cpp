@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -19,8 +20,6 @@
 #include "module/platform/lanmon.h"
 
 namespace lab {
-
-MeshLink *mesh_link = nullptr;
 
 namespace {
 
@@ -57,12 +56,15 @@ long own_status(const std::string &key) {
 
 }  // namespace
 
-MeshLink::MeshLink(const std::string &path) : fd_(connect_to_mesh(path)) {
+MeshLink::MeshLink(const std::string &path, Device &device) : fd_(connect_to_mesh(path)), device_(device) {
     std::string line;
     if (!read_line(line)) {
         throw Error(path + ": the mesh has gone");
     }
-    device.become(DeviceDescription::read(JsonValue::parse(line, path)));
+    device_.become(DeviceDescription::read(JsonValue::parse(line, path)));
+    device_.on_switched([this](int instance, bool enabled) {
+        send(nlohmann::json({{"instance", instance}, {"enable", enabled}}).dump());
+    });
 }
 
 bool MeshLink::read_line(std::string &line) {
@@ -89,38 +91,26 @@ void MeshLink::send(const std::string &line) {
     (void)::send(fd_, text.data(), text.size(), MSG_NOSIGNAL);
 }
 
-void MeshLink::tell_switched(int instance, bool enable) {
-    send(nlohmann::json({{"instance", instance}, {"enable", enable}}).dump());
-}
-
-void MeshLink::run() {
+void MeshLink::run(const std::function<void()> &after_call) {
     next_call_ = registered_event()->first_delay;
     send(R"({"ready": true})");
     for (std::string line; read_line(line);) {
         try {
-            obey(line);
+            obey(line, after_call);
         } catch (const std::exception &error) {
             std::cerr << "host: refused what the mesh said: " << error.what() << '\n';  // and stays what it was
         }
     }
 }
 
-void MeshLink::obey(const std::string &line) {
-    const nlohmann::json order = nlohmann::json::parse(line);
-    if (order.contains("tick")) {
-        tick(order["tick"]);
-    } else {
-        device.become(DeviceDescription::read(JsonValue::parse(line, "the mesh")));
+void MeshLink::obey(const std::string &line, const std::function<void()> &after_call) {
+    const JsonValue order = JsonValue::parse(line, "the mesh");
+    if (!order.has("tick")) {
+        device_.become(DeviceDescription::read(order));
+        return;
     }
-}
-
-void MeshLink::tick(unsigned cycle) {
-    units_ += kUnitsPerTick;
-    if (units_ >= next_call_) {
-        next_call_ = units_ + registered_event()->interval;
-        registered_event()->handler();
-        write_change_log();
-    }
+    const int cycle = order.at("tick").integer(0, INT_MAX);
+    call_if_due(after_call);
     const struct mallinfo2 heap = mallinfo2();
     send(nlohmann::json({{"cycle", cycle},
                          {"resident_kb", own_status("VmRSS:")},
@@ -128,6 +118,16 @@ void MeshLink::tick(unsigned cycle) {
                          {"descriptors", entries_in("/proc/self/fd")},
                          {"threads", own_status("Threads:")}})
              .dump());
+}
+
+// A tick is a cycle's worth of units.
+void MeshLink::call_if_due(const std::function<void()> &after_call) {
+    units_ += kUnitsPerTick;
+    if (units_ >= next_call_) {
+        next_call_ = units_ + registered_event()->interval;
+        registered_event()->handler();
+        after_call();
+    }
 }
 
 }  // namespace lab

@@ -9,36 +9,33 @@
 #include <mutex>
 #include <string>
 
+#include "lab/host/device.h"
+
 namespace lab {
 
 class MeshLink {
 public:
-    // Connects and becomes the device of the first description. Throws Error.
-    explicit MeshLink(const std::string &path);
+    // Connects, and `device` becomes that of the first description. Throws Error.
+    MeshLink(const std::string &path, Device &device);
     MeshLink(const MeshLink &) = delete;
     MeshLink &operator=(const MeshLink &) = delete;
 
     // The calling thread becomes the timer thread: it lets 20 units pass at every tick and calls the handler of the
-    // registered event when that is due. Ends when the mesh goes.
-    void run();
-
-    // From any thread: an interface was switched.
-    void tell_switched(int instance, bool enable);
+    // registered event when that is due, and then `after_call`. Ends when the mesh goes.
+    void run(const std::function<void()> &after_call);
 
 private:
     bool read_line(std::string &line);
     void send(const std::string &line);
-    void obey(const std::string &line);
-    void tick(unsigned cycle);
+    void obey(const std::string &line, const std::function<void()> &after_call);
+    void call_if_due(const std::function<void()> &after_call);
 
     int fd_;
+    Device &device_;
     std::string input_;
     std::mutex sending_;
     unsigned units_ = 0;      // passed so far
     unsigned next_call_ = 0;  // in units
 };
-
-// The link of this process, if it is part of a mesh.
-extern MeshLink *mesh_link;
 
 }  // namespace lab

@@ -1,19 +1,19 @@
-// The platform's functions, answered from the device description. The module finds them in this program by name.
+#include "lab/host/platform.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
 
-#include "lab/host/device.h"
-#include "lab/host/mesh_link.h"
 #include "module/platform/helpers.h"
 #include "module/platform/lanmon.h"
 #include "module/platform/mcfg.h"
 
 namespace {
 
-using lab::device;
+using lab::DeviceDescription;
+
+lab::Device *device = nullptr;  // the functions below have no argument that could hold it
 
 constexpr int kSuccess = 0;
 constexpr int kFailure = -1;
@@ -31,9 +31,8 @@ void fill_field(char (&field)[N], const std::string &text) {
     (void)std::snprintf(field, N, "%s", text.c_str());
 }
 
-int tell(char *buffer, int size, const std::string lab::DeviceDescription::*member) {
-    const std::lock_guard guard(device.lock);
-    return fill(buffer, size, device.*member);
+int tell(char *buffer, int size, const std::string DeviceDescription::*member) {
+    return device->ask([=](const DeviceDescription &now) { return fill(buffer, size, now.*member); });
 }
 
 mcfg_wifi_ssid *wifi_object(const lab::WifiInterface &wifi) {
@@ -76,69 +75,38 @@ int next_object(const std::vector<Item> &items, mcfg_instance &place, void **obj
     return MCFG_SUCCESS;
 }
 
-}  // namespace
-
-extern "C" {
-
-int getEasyMeshStatus() {
-    const std::lock_guard guard(device.lock);
-    return device.easymesh ? 1 : 0;
-}
-
-int EasyMeshGetDeviceRole(char *role, int size) { return tell(role, size, &lab::Device::role) == kSuccess ? 1 : 0; }
-
-int getControllerMac(char *mac, int size) { return tell(mac, size, &lab::Device::controller_mac); }
-int getFWVersion(char *version, int size) { return tell(version, size, &lab::Device::firmware_version); }
-int getHostName(char *name, int size) { return tell(name, size, &lab::Device::host_name); }
-int getDeviceIP(char *address, int size) { return tell(address, size, &lab::Device::ip); }
-int qoUtilIGetBaseMACwithColon(char *mac, int size) { return tell(mac, size, &lab::Device::base_mac); }
-
-int mcfgFeObjStructGetNext(uint32_t object_id, mcfg_instance *instance, void **object) {
-    const std::lock_guard guard(device.lock);
+int next_of_device(const DeviceDescription &now, uint32_t object_id, mcfg_instance &instance, void **object) {
     if (object_id == MCFG_WIFI_SSID) {
-        return next_object(device.wifi, *instance, object, [instance](const lab::WifiInterface &wifi) {
-            instance->index[0] = static_cast<uint8_t>(wifi.instance);
+        return next_object(now.wifi, instance, object, [&instance](const lab::WifiInterface &wifi) {
+            instance.index[0] = static_cast<uint8_t>(wifi.instance);
             return wifi_object(wifi);
         });
     }
     if (object_id == MCFG_ETHERNET_LINK) {
-        return next_object(device.ethernet_links, *instance, object, [instance](const lab::EthernetLink &link) {
-            ++instance->index[0];
+        return next_object(now.ethernet_links, instance, object, [&instance](const lab::EthernetLink &link) {
+            ++instance.index[0];
             return link_object(link);
         });
     }
     return kFailure;
 }
 
-int StaInfo(const char *ifname, int station, sta_query_record *record) {
-    const std::lock_guard guard(device.lock);
-    const auto found = device.stations.find(ifname);
-    if (found == device.stations.end() || station < 1 || static_cast<std::size_t>(station) > found->second.size()) {
-        return 0;
-    }
-    const lab::Station &entry = found->second[static_cast<std::size_t>(station) - 1];
-    fill_field(record->MACAddress, entry.mac);
-    record->PhyRate = static_cast<uint32_t>(entry.rate);
-    return 1;
-}
-
-int lanmon_db_is_subIntf(const sta_query_record *station, char *mac, int size) {
-    const std::lock_guard guard(device.lock);
-    for (const auto &[name, stations] : device.stations) {
+// Of the mesh device that the station is an interface of; none for a client.
+std::string mesh_al_mac(const DeviceDescription &now, std::string_view station) {
+    for (const auto &[name, stations] : now.stations) {
         for (const lab::Station &entry : stations) {
-            if (!entry.mesh_al_mac.empty() && entry.mac == std::string_view(station->MACAddress)) {
-                return fill(mac, size, entry.mesh_al_mac) == kSuccess ? 1 : 0;
+            if (!entry.mesh_al_mac.empty() && entry.mac == station) {
+                return entry.mesh_al_mac;
             }
         }
     }
-    return 0;
+    return "";
 }
 
-lanmon_l2_device *lanmon_db_L2Device_get() {
-    const std::lock_guard guard(device.lock);
+lanmon_l2_device *device_list(const DeviceDescription &now) {
     lanmon_l2_device *head = nullptr;
     lanmon_l2_device **link = &head;
-    for (const std::string &mac : device.known_devices) {
+    for (const std::string &mac : now.known_devices) {
         *link = static_cast<lanmon_l2_device *>(std::calloc(1, sizeof(lanmon_l2_device)));
         if (*link == nullptr) {
             break;
@@ -149,20 +117,62 @@ lanmon_l2_device *lanmon_db_L2Device_get() {
     return head;
 }
 
-int configWlanEnable(int instance, int enable, const char *dat_path, const char *prefix) {
-    const std::lock_guard guard(device.lock);
-    for (lab::WifiInterface &wifi : device.wifi) {
-        if (wifi.instance == instance) {
-            wifi.enable = enable == 1;
-            wifi.status = wifi.enable ? "Up" : "Down";
-            std::printf("host: %s switched %s (%s, prefix %s)\n", wifi.name.c_str(), wifi.enable ? "on" : "off",
-                        dat_path, prefix);
-            if (lab::mesh_link != nullptr) {
-                lab::mesh_link->tell_switched(instance, wifi.enable);
-            }
-            return kSuccess;
+}  // namespace
+
+namespace lab {
+
+void answer_for(Device &which) { device = &which; }
+
+}  // namespace lab
+
+extern "C" {
+
+int getEasyMeshStatus() {
+    return device->ask([](const DeviceDescription &now) { return now.easymesh ? 1 : 0; });
+}
+
+int EasyMeshGetDeviceRole(char *role, int size) {
+    return tell(role, size, &DeviceDescription::role) == kSuccess ? 1 : 0;
+}
+
+int getControllerMac(char *mac, int size) { return tell(mac, size, &DeviceDescription::controller_mac); }
+int getFWVersion(char *version, int size) { return tell(version, size, &DeviceDescription::firmware_version); }
+int getHostName(char *name, int size) { return tell(name, size, &DeviceDescription::host_name); }
+int getDeviceIP(char *address, int size) { return tell(address, size, &DeviceDescription::ip); }
+int qoUtilIGetBaseMACwithColon(char *mac, int size) { return tell(mac, size, &DeviceDescription::base_mac); }
+
+int mcfgFeObjStructGetNext(uint32_t object_id, mcfg_instance *instance, void **object) {
+    return device->ask([=](const DeviceDescription &now) { return next_of_device(now, object_id, *instance, object); });
+}
+
+int StaInfo(const char *ifname, int station, sta_query_record *record) {
+    return device->ask([=](const DeviceDescription &now) {
+        const auto found = now.stations.find(ifname);
+        if (found == now.stations.end() || station < 1 || static_cast<std::size_t>(station) > found->second.size()) {
+            return 0;
         }
+        const lab::Station &entry = found->second[static_cast<std::size_t>(station) - 1];
+        fill_field(record->MACAddress, entry.mac);
+        record->PhyRate = static_cast<uint32_t>(entry.rate);
+        return 1;
+    });
+}
+
+int lanmon_db_is_subIntf(const sta_query_record *station, char *mac, int size) {
+    const std::string al_mac =
+        device->ask([=](const DeviceDescription &now) { return mesh_al_mac(now, station->MACAddress); });
+    return !al_mac.empty() && fill(mac, size, al_mac) == kSuccess ? 1 : 0;
+}
+
+lanmon_l2_device *lanmon_db_L2Device_get() { return device->ask(device_list); }
+
+int configWlanEnable(int instance, int enable, const char *dat_path, const char *prefix) {
+    const auto wifi = device->switch_wifi(instance, enable == 1);
+    if (!wifi) {
+        return kFailure;
     }
-    return kFailure;
+    std::printf("host: %s switched %s (%s, prefix %s)\n", wifi->name.c_str(), wifi->enable ? "on" : "off", dat_path,
+                prefix);
+    return kSuccess;
 }
 }

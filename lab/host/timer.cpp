@@ -21,14 +21,6 @@ extern "C" void lanmon_timer_event_add(qo1905_event *event) {
 
 namespace lab {
 
-int32_t (*change_log_writer)() = nullptr;
-
-void write_change_log() {
-    if (change_log_writer != nullptr) {
-        (void)change_log_writer();
-    }
-}
-
 const qo1905_event *registered_event() { return registered; }
 
 void run_timer(std::chrono::duration<double> unit, unsigned cycles, const std::function<void(unsigned)> &after_cycle) {
@@ -41,7 +33,6 @@ void run_timer(std::chrono::duration<double> unit, unsigned cycles, const std::f
     for (unsigned cycle = 1; cycles == 0 || cycle <= cycles; ++cycle) {
         std::this_thread::sleep_until(next);
         entry.handler();
-        write_change_log();
         after_cycle(cycle);
         next = std::max(next + units(entry.interval), Clock::now());
     }

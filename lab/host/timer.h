@@ -14,12 +14,6 @@ namespace lab {
 // handler that takes longer than the interval delays the next call; calls are never made up for.
 void run_timer(std::chrono::duration<double> unit, unsigned cycles, const std::function<void(unsigned)> &after_cycle);
 
-// Has the module write its change log, as hosts may at any time; the lab's does after every cycle.
-void write_change_log();
-
-// Where that is found; set once the module is loaded.
-extern int32_t (*change_log_writer)();
-
 // The event that was registered with lanmon_timer_event_add; null before.
 const qo1905_event *registered_event();
 

@@ -1,11 +1,12 @@
 #include "lab/mapd/replay_service.h"
 
+#include "lab/common/input.h"
 #include "lab/common/json.h"
 
 namespace lab {
 ReplayService::ReplayService(const std::string &dump, std::string dump_path, const std::string &reports,
                              const std::string &record)
-    : dump_(read_text(dump)), dump_path_(std::move(dump_path)), record_(record, std::ios::app) {
+    : dump_(read_input(dump)), dump_path_(std::move(dump_path)), record_(record, std::ios::app) {
     if (!reports.empty()) {
         for (const JsonValue &report : JsonValue::read_file(reports).items()) {
             reports_.push_back(report.dump());

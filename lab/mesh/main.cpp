@@ -5,21 +5,24 @@
 #include <sys/wait.h>
 
 #include <CLI/CLI.hpp>
-#include <cmath>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <set>
 #include <thread>
 
 #include "lab/common/error.h"
-#include "lab/mesh/generate.h"
+#include "lab/common/input.h"
+#include "lab/common/text.h"
 #include "lab/mesh/lab_folder.h"
 #include "lab/mesh/mesh.h"
 #include "lab/mesh/order_client.h"
 #include "lab/mesh/order_server.h"
+#include "lab/world/generate.h"
+#include "lab/world/views.h"
 
 namespace {
 
@@ -36,26 +39,41 @@ struct RunOptions {
     lab::MeshOptions mesh;
 };
 
-std::string scenario_file(const std::string &name) {
-    const fs::path own = QO1905_SOURCE_DIR "/lab/scenarios";
-    if (name.find('/') == std::string::npos && fs::exists(own / (name + ".json"))) {
-        return own / (name + ".json");
-    }
-    if (!fs::exists(name)) {
-        std::set<std::string> names;
-        for (const auto &entry : fs::directory_iterator(own)) {
-            names.insert(entry.path().stem());
-        }
-        std::string text = name + ": no such file, and no scenario of the lab's:";
-        for (const std::string &item : names) {
-            text += ' ' + item;
-        }
-        throw lab::Error(text);
-    }
-    return name;
+std::string build_folder() { return fs::read_symlink("/proc/self/exe").parent_path(); }
+
+// Where the sandbox and the scenarios are: around the folder that this was built into, also when both have been moved.
+std::string project_folder() {
+    const fs::path around = fs::path(build_folder()).parent_path();
+    return fs::exists(around / "lab/sandbox.sh") ? around.string() : QO1905_SOURCE_DIR;
 }
 
-std::string build_folder() { return fs::read_symlink("/proc/self/exe").parent_path(); }
+std::set<std::string> own_scenarios(const fs::path &folder) {
+    std::set<std::string> names;
+    for (const auto &entry : fs::directory_iterator(folder)) {
+        names.insert(entry.path().stem());
+    }
+    return names;
+}
+
+// One of the lab's own by its name, or any file; a file in the way of a name needs its folder before it.
+std::string scenario_file(const std::string &name) {
+    const fs::path folder = project_folder() + "/lab/scenarios";
+    const std::set<std::string> own = own_scenarios(folder);
+    if (own.count(name) != 0) {
+        if (fs::is_regular_file(name)) {
+            std::cerr << "== " << name << " is the lab's own; for the file of that name: ./" << name << '\n';
+        }
+        return folder / (name + ".json");
+    }
+    if (name == "-" || fs::exists(name)) {
+        return name;
+    }
+    std::string text = name + ": no such file, and no scenario of the lab's:";
+    for (const std::string &item : own) {
+        text += ' ' + item;
+    }
+    throw lab::Error(text);
+}
 
 // What is killed in a sandbox ends a moment later, as this process's child; nothing of it is left after this.
 struct SandboxesEnded {
@@ -84,9 +102,19 @@ void raise_descriptor_limit() {
     (void)setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-// CLI11's ranges let "nan" through.
-std::string check_number(const std::string &text) {
-    return std::isfinite(std::strtod(text.c_str(), nullptr)) ? "" : "must be a number";
+// A number, or "max" for none.
+std::optional<double> read_speed(const std::string &text) {
+    constexpr double kLeast = 0.05;
+    constexpr double kMost = 1000;
+    if (text == "max") {
+        return std::nullopt;
+    }
+    char *end = nullptr;
+    const double speed = std::strtod(text.c_str(), &end);
+    if (*end != '\0' || !(speed >= kLeast && speed <= kMost)) {  // also for "nan"
+        throw CLI::ValidationError("--speed", "must be max, or a number from 0.05 to 1000");
+    }
+    return speed;
 }
 
 // Ends the loop on a signal that asks to. Lives longer than all that has to be cleaned up, so that an impatient second
@@ -135,7 +163,7 @@ private:
 };
 
 int run_mesh(asio::io_context &io, lab::Scenario scenario, const std::string &folder, const RunOptions &options) {
-    lab::Mesh mesh(io, std::move(scenario), {QO1905_SOURCE_DIR, build_folder(), folder, options.log_level},
+    lab::Mesh mesh(io, std::move(scenario), {project_folder(), build_folder(), folder, options.log_level},
                    options.mesh);
     const ChildSignals children(io, mesh);
     const lab::OrderServer orders(io, mesh, folder + lab::kOrderSocket);
@@ -146,10 +174,10 @@ int run_mesh(asio::io_context &io, lab::Scenario scenario, const std::string &fo
 
 int run(RunOptions options) {
     const std::string file = scenario_file(options.scenario);
-    lab::Scenario scenario = lab::Scenario::read_file(file);
+    lab::Scenario scenario = lab::Scenario::read(lab::JsonValue::read_file(file));
     (void)std::signal(SIGPIPE, SIG_IGN);  // a reader of our output that goes is no reason to leave things behind
     (void)prctl(PR_SET_CHILD_SUBREAPER, 1);
-    options.mesh.scenario = fs::path(file).stem();
+    options.mesh.scenario = file == "-" ? lab::input_name(file) : fs::path(file).stem().string();
     asio::io_context io;
     const EndSignals end(io);
     raise_descriptor_limit();
@@ -164,14 +192,17 @@ int run(RunOptions options) {
 void add_run(CLI::App &app, int &status) {
     const auto options = std::make_shared<RunOptions>();
     CLI::App *run_command = app.add_subcommand("run", "Run a mesh in the foreground");
-    run_command->add_option("SCENARIO", options->scenario, "home, villa, office, or a scenario file")
+    run_command
+        ->add_option("SCENARIO", options->scenario, "home, villa, office, a scenario file, or - for standard input")
         ->capture_default_str();
-    run_command->add_option("--cycles", options->mesh.cycles, "End after so many cycles, 0 for never")
-        ->capture_default_str();
-    run_command->add_option("--speed", options->mesh.speed, "Times real speed; a cycle takes 20 s at 1")
-        ->capture_default_str()
-        ->check(CLI::Range(0.05, 1000.0))
-        ->check(check_number);
+    run_command->add_option("--cycles", options->mesh.cycles, "End after so many cycles; without, at Ctrl-C")
+        ->check(CLI::Range(1, INT32_MAX));
+    run_command
+        ->add_option_function<std::string>(
+            "--speed", [options](const std::string &text) { options->mesh.speed = read_speed(text); },
+            "Times real speed, 0.05 to 1000; a cycle takes 20 s at 1. Or max: the next cycle begins when all devices "
+            "have done the last")
+        ->default_str("20");
     run_command
         ->add_option("--log-level", options->log_level, "At 7 and above the modules trace, and all they say is shown")
         ->capture_default_str()
@@ -186,6 +217,16 @@ void add_run(CLI::App &app, int &status) {
 }
 
 // --- generate ---
+
+void print_generated(const lab::Scenario &scenario) {
+    std::cout << scenario.text();
+    const std::size_t count = lab::devices_with_long_reports(lab::World(scenario)).size();
+    if (count != 0) {
+        std::cerr << "== of " << lab::plural(static_cast<long>(scenario.devices.size() - 1), "Agent") << ' ' << count
+                  << " will have a report longer than the " << lab::kMaxMessage
+                  << " bytes that the air carries, which gets lost: fewer stations for each show everything\n";
+    }
+}
 
 void add_generate(CLI::App &app) {
     const auto plan = std::make_shared<lab::Plan>();
@@ -202,7 +243,7 @@ void add_generate(CLI::App &app) {
     command->add_option("--roam", plan->pace.roam, "Percent of the stations that roam in a cycle")
         ->capture_default_str()
         ->check(CLI::Range(0, 100));
-    command->callback([plan] { std::cout << lab::generate(*plan).text(); });
+    command->callback([plan] { print_generated(lab::generate(*plan)); });
 }
 
 // --- orders ---
@@ -235,6 +276,11 @@ public:
         CLI::App *command = app_.add_subcommand("status", "Devices, roles, cycles, messages sent, received and lost");
         command->add_flag("--json", *json, "Everything, the stations included, for programs");
         command->callback([this, json] { print(lab::give_order(folder(), *json ? "data" : "status", {})); });
+    }
+
+    void add_stations() {
+        CLI::App *command = app_.add_subcommand("stations", "Every station, where it is, and its address");
+        command->callback([this] { print(lab::give_order(folder(), "stations", {})); });
     }
 
     void add_files() {
@@ -280,6 +326,7 @@ int parse_and_run(int argc, char **argv) {
     Orders orders(app);
     const std::pair<std::string, std::string> device = {"DEVICE", "Its name, as status shows it"};
     orders.add_status();
+    orders.add_stations();
     orders.add_files();
     orders.add("send",
                "Deliver a message (UTF-8; after -- if it begins with -) to a device, as if it came from the mesh",
@@ -291,7 +338,8 @@ int parse_and_run(int argc, char **argv) {
     orders.add("restart-mapd", "Restart the multi-AP daemon of a device", {device});
     orders.add("wifi", "Switch an interface at the device itself",
                {device, {"INTERFACE", "ra0, rai0, ..."}, {"STATE", "on or off"}});
-    orders.add("move", "Take a station to another device", {{"STATION", "Its MAC"}, device});
+    orders.add("move", "Take a station to another device",
+               {{"STATION", "Its name or MAC, as stations shows them"}, device});
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
@@ -304,7 +352,11 @@ int parse_and_run(int argc, char **argv) {
 
 int main(int argc, char **argv) {
     try {
-        return parse_and_run(argc, argv);
+        const int status = parse_and_run(argc, argv);
+        if (!std::cout.flush()) {
+            throw lab::Error("what there is to say cannot be written to standard output");
+        }
+        return status;
     } catch (const lab::Refusal &refusal) {
         (void)std::fprintf(stderr, "qo1905-lab: %s\n", refusal.what());
         return lab::kRefused;

@@ -1,23 +1,28 @@
 #include "lab/mesh/mesh.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "lab/common/error.h"
 #include "lab/common/text.h"
-#include "lab/mesh/views.h"
+#include "lab/world/views.h"
 
 namespace lab {
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr unsigned kCycleUnits = 20;
-constexpr std::size_t kMaxMessage = 1000;
-constexpr auto kStartTime = 60s;  // for all hosts
+constexpr double kCycleSeconds = 20;
+constexpr auto kShortestCycle = 10ms;  // where nobody is up and nothing takes any time
+constexpr auto kStartTime = 60s;       // for all hosts
 constexpr auto kLastCycleTime = 60s;
 constexpr auto kDaemonRestart = 1s;
 constexpr unsigned kRebootCycles = 3;
-constexpr auto kShortestReboot = 1s;
+
+std::string devices_and_stations(const World &world) {
+    return plural(static_cast<long>(world.size()), "device") + ", " +
+           plural(static_cast<long>(world.scenario().stations.size()), "station");
+}
 
 }  // namespace
 
@@ -26,13 +31,14 @@ Mesh::Mesh(asio::io_context &io, Scenario scenario, NodeSetup setup, MeshOptions
       options_(std::move(options)),
       setup_(std::move(setup)),
       world_(std::move(scenario)),
+      air_(world_, [this](std::size_t to, const std::string &payload) { return nodes_[to]->deliver(payload); }),
       counts_(world_.size()),
-      clock_(io),
+      back_in_(world_.size(), 0),
+      next_cycle_(io),
       deadline_(io) {
     NodeEvents &events = *this;
     for (std::size_t i = 0; i < world_.size(); ++i) {
-        nodes_.push_back(std::make_unique<Node>(io, events, setup_, i, world_.spec(i).name));
-        timers_.push_back(std::make_unique<asio::steady_timer>(io));
+        nodes_.push_back(std::make_unique<Node>(io, events, setup_, i, world_.at_start(i).name));
         daemon_timers_.push_back(std::make_unique<asio::steady_timer>(io));
     }
     if (options_.still) {
@@ -42,25 +48,22 @@ Mesh::Mesh(asio::io_context &io, Scenario scenario, NodeSetup setup, MeshOptions
 
 Mesh::~Mesh() = default;
 
-std::chrono::steady_clock::duration Mesh::period() const {
-    return std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-        std::chrono::duration<double>(kCycleUnits / options_.speed));
-}
-
-// --- start, clock, end ---
+// --- start ---
 
 void Mesh::start() {
-    screen_.heading(options_.scenario + ": " + std::to_string(world_.size()) + " devices, " +
-                    std::to_string(world_.scenario().stations.size()) + " stations; a cycle every " +
-                    short_number(kCycleUnits / options_.speed) + " s, " + short_number(options_.speed) +
-                    " times real speed; Ctrl-C ends it");
+    screen_.heading(options_.scenario + ": " + devices_and_stations(world_) + "; " + pace() + "; Ctrl-C ends it");
     screen_.heading("everything is in " + setup_.folder + "; from another terminal: ./dev lab --help");
+    const auto lost = static_cast<long>(devices_with_long_reports(world_).size());
+    if (lost != 0) {
+        screen_.heading(plural(lost, "device") + " with so many stations that their reports are longer than the " +
+                        std::to_string(kMaxMessage) + " bytes the air carries: they get lost");
+    }
     for (std::size_t i = 0; i < world_.size(); ++i) {
         start_node(i);
     }
     deadline_.expires_after(kStartTime);
     deadline_.async_wait([this](const asio::error_code &error) {
-        if (!error && !clock_runs_) {
+        if (!error && !clock_) {
             throw Error("not all hosts have started within a minute");
         }
     });
@@ -80,92 +83,109 @@ void Mesh::start_node(std::size_t device) {
     publish();
 }
 
+void Mesh::start_rebooted() {
+    for (std::size_t i = 0; i < nodes_.size(); ++i) {
+        if (back_in_[i] != 0 && back_in_[i] <= world_.cycle()) {
+            back_in_[i] = 0;
+            world_.set_up(i, true);
+            start_node(i);
+        }
+    }
+}
+
 void Mesh::ready(Node &node) {
-    if (clock_runs_) {
+    if (clock_) {
         screen_.happening(node.name(), "is up");
+    } else {
+        const auto up = std::count_if(nodes_.begin(), nodes_.end(), [](const auto &item) { return item->is_ready(); });
+        screen_.progress("starting: " + std::to_string(up) + " of " + std::to_string(nodes_.size()));
     }
     go_on();
 }
 
+// --- cycles ---
+
+std::string Mesh::pace() const {
+    if (!options_.speed) {
+        return "a cycle as soon as all have done the last";
+    }
+    return "a cycle every " + short_number(kCycleSeconds / *options_.speed) + " s, " + short_number(*options_.speed) +
+           " times real speed";
+}
+
 // After anything that others may have been waiting for.
 void Mesh::go_on() {
-    if (clock_runs_) {
-        tick_controller();
-        end_after_last_cycle();
+    if (clock_) {
+        clock_->look();
+        end_if_over();
+        wait_for_next_cycle();
         return;
     }
     const bool all = std::all_of(nodes_.begin(), nodes_.end(),
                                  [](const auto &item) { return item->is_ready() || !item->is_running(); });
     if (all) {
-        start_clock();
+        deadline_.cancel();
+        ClockedDevices &devices = *this;
+        clock_.emplace(devices, options_.cycles);
+        next_cycle_.expires_after(0s);
+        wait_for_next_cycle();
     }
 }
 
-void Mesh::start_clock() {
-    clock_runs_ = true;
-    deadline_.cancel();
-    clock_.expires_after(period());
-    clock_.async_wait([this](const asio::error_code &error) {
+// At a speed the next cycle begins a period after this one; without, when all have done this one.
+void Mesh::wait_for_next_cycle() {
+    if (is_next_due_ || clock_->is_last() || (!options_.speed && !clock_->all_done())) {
+        return;
+    }
+    const auto period = options_.speed ? std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                                             std::chrono::duration<double>(kCycleSeconds / *options_.speed))
+                                       : kShortestCycle;
+    next_cycle_.expires_at(std::max(next_cycle_.expiry() + period, std::chrono::steady_clock::now()));
+    is_next_due_ = true;
+    next_cycle_.async_wait([this](const asio::error_code &error) {
         if (!error) {
-            tick();
+            is_next_due_ = false;
+            next_cycle();
         }
     });
 }
 
-void Mesh::tick() {
+void Mesh::next_cycle() {
+    clock_->begin_cycle();
+    tell_if_behind();
+    if (clock_->is_last()) {
+        wait_for_last_cycle();
+    }
+    wait_for_next_cycle();
+}
+
+void Mesh::begin_cycle() {
     screen_.changes(world_, world_.step());
+    start_rebooted();
     publish();
-    const auto controller = world_.controller();
-    if (controller_waits_ && controller) {  // an Agent hangs
-        nodes_[*controller]->tick(world_.cycle() - 1);
+}
+
+void Mesh::tell_if_behind() {
+    if (options_.speed && clock_->behind() == kNoticeablyBehind) {
+        screen_.trouble("this machine", "does not keep up: " + std::to_string(kNoticeablyBehind) +
+                                            " cycles in a row began before the last was done, and devices skip "
+                                            "some; a smaller --speed helps, or --speed max, which waits for all");
     }
-    for (const auto &node : nodes_) {
-        if (controller != node->index()) {
-            node->tick(world_.cycle());
-        }
-    }
-    controller_waits_ = controller.has_value();
-    tick_controller();
-    if (options_.cycles != 0 && world_.cycle() >= options_.cycles) {
-        deadline_.expires_after(kLastCycleTime);
-        deadline_.async_wait([this](const asio::error_code &error) {
-            if (!error) {
-                end_without_the_last();
-            }
-        });
-        end_after_last_cycle();
-        return;
-    }
-    clock_.expires_at(std::max(clock_.expiry() + period(), std::chrono::steady_clock::now()));
-    clock_.async_wait([this](const asio::error_code &error) {
+}
+
+void Mesh::wait_for_last_cycle() {
+    deadline_.expires_after(kLastCycleTime);
+    deadline_.async_wait([this](const asio::error_code &error) {
         if (!error) {
-            tick();
+            end_without_the_last();
         }
     });
+    end_if_over();
 }
 
-// A Controller takes over what has been reported since its last cycle, and nothing older. If all devices went at the
-// same moment it would be chance which Agents are in time; in the field they do not.
-void Mesh::tick_controller() {
-    const auto controller = world_.controller();
-    const bool agents_done = std::all_of(
-        nodes_.begin(), nodes_.end(), [&](const auto &node) { return controller == node->index() || node->is_idle(); });
-    if (controller_waits_ && agents_done) {
-        controller_waits_ = false;
-        if (controller) {
-            nodes_[*controller]->tick(world_.cycle());
-        }
-    }
-}
-
-// Devices that are down have none to wait for.
-void Mesh::end_after_last_cycle() {
-    if (options_.cycles == 0 || world_.cycle() < options_.cycles) {
-        return;
-    }
-    const bool all_done = !controller_waits_ &&
-                          std::all_of(nodes_.begin(), nodes_.end(), [](const auto &node) { return node->is_idle(); });
-    if (all_done && status_ < 0) {
+// Devices that are down have nothing to wait for.
+void Mesh::end_if_over() {
+    if (clock_->is_last() && clock_->all_done() && status_ < 0) {
         status_ = some_died_ ? 1 : 0;
         io_.stop();
     }
@@ -186,11 +206,16 @@ void Mesh::cycle_done(Node &node, const CycleReport &report) {
     ++count.cycles;
     count.last = report;
     screen_.cycle(world_, node.index(), report);
+    if (screen_.error() != 0) {
+        throw Error(std::string("standard output cannot be written: ") + std::strerror(screen_.error()));
+    }
     if (!screen_.is_open()) {
         io_.stop();
     }
     go_on();
 }
+
+// --- ends ---
 
 void Mesh::look_for_ends() {
     Process::reap();
@@ -203,7 +228,7 @@ void Mesh::ended(Node &node, NodeEnd end, const std::string &how) {
     world_.set_up(node.index(), false);
     if (end == NodeEnd::kReboot) {
         screen_.happening(node.name(), "reboots");
-        start_node_later(node.index());
+        back_in_[node.index()] = world_.cycle() + kRebootCycles;
     } else {
         some_died_ = true;
         screen_.trouble(node.name(), "DIED " + how + "; the last it said:");
@@ -212,21 +237,10 @@ void Mesh::ended(Node &node, NodeEnd end, const std::string &how) {
         }
     }
     publish();
-    if (!clock_runs_ && end == NodeEnd::kDied) {
+    if (!clock_ && end == NodeEnd::kDied) {
         throw Error(node.name() + ": its host did not start");
     }
     go_on();
-}
-
-void Mesh::start_node_later(std::size_t device) {
-    const auto delay = std::max<std::chrono::steady_clock::duration>(kRebootCycles * period(), kShortestReboot);
-    timers_[device]->expires_after(delay);
-    timers_[device]->async_wait([this, device](const asio::error_code &error) {
-        if (!error && !world_.now(device).up) {
-            world_.set_up(device, true);
-            start_node(device);
-        }
-    });
 }
 
 void Mesh::said(Node &node, const std::string &line) {
@@ -252,38 +266,20 @@ std::string Mesh::dump_for(Node &node) { return topology_dump(world_, node.index
 
 std::string Mesh::description_for(Node &node) { return device_description(world_, node.index()).dump(); }
 
-void Mesh::lose(Node &node, Loss loss) { ++counts_[node.index()].traffic.lost[static_cast<std::size_t>(loss)]; }
-
 void Mesh::transmit(Node &node, const std::string &al_mac, const std::string &payload) {
-    ++counts_[node.index()].traffic.sent;
-    const auto to = world_.find_al_mac(al_mac);
-    if (payload.size() > kMaxMessage) {
-        lose(node, Loss::kTooLong);
-    } else if (!to) {
-        lose(node, Loss::kUnknown);
-    } else if (!world_.reaches(node.index(), *to)) {
-        lose(node, Loss::kOutOfReach);
-    } else if (!nodes_[*to]->deliver(payload)) {
-        lose(node, Loss::kNoListener);
-    }
+    air_.transmit(node.index(), al_mac, payload);
 }
 
-void Mesh::delivered(Node &node, bool arrived) {
-    if (arrived) {
-        ++counts_[node.index()].traffic.received;
-    } else {
-        lose(node, Loss::kNoListener);  // whoever sent it believed that it had arrived
-    }
-}
+void Mesh::delivered(Node &node, bool arrived) { air_.delivered(node.index(), arrived); }
 
 void Mesh::block(Node &node, const std::string &mac, bool blocked) {
     world_.block(node.index(), mac, blocked);
-    screen_.happening(node.name(), (blocked ? "blocks " : "unblocks ") + mac);
+    screen_.happening(node.name(), (blocked ? "blocks " : "unblocks ") + world_.name_of(mac));
     publish();
 }
 
 void Mesh::switched(Node &node, int instance, bool enabled) {
-    for (const Radio &radio : world_.spec(node.index()).radios) {
+    for (const Radio &radio : world_.at_start(node.index()).radios) {
         for (const Bss &bss : radio.bss) {
             if (radio.instance(bss) == instance) {
                 world_.set_enabled(node.index(), bss.interface, enabled);
@@ -300,8 +296,8 @@ std::size_t Mesh::place_of(const std::string &device) const {
     const auto place = world_.find_device(device);
     if (!place) {
         std::string names;
-        for (const DeviceSpec &spec : world_.scenario().devices) {
-            names += (names.empty() ? "" : ", ") + spec.name;
+        for (const DeviceAtStart &item : world_.scenario().devices) {
+            names += (names.empty() ? "" : ", ") + item.name;
         }
         throw Error("there is no device \"" + device + "\"; there are: " + names);
     }
@@ -339,7 +335,7 @@ std::string Mesh::set_role(const std::string &device, Role role) {
     world_.set_role(place, role);
     std::string done = device + (role == Role::kController ? " is the Controller now" : " is an Agent now");
     if (role == Role::kController && before) {
-        done += ", and " + world_.spec(*before).name + " an Agent";
+        done += ", and " + world_.at_start(*before).name + " an Agent";
     }
     if (!world_.controller()) {
         done += "; the mesh has no Controller, and without one no device writes files";
@@ -351,7 +347,7 @@ std::string Mesh::set_role(const std::string &device, Role role) {
 
 std::string Mesh::take_down(const std::string &device) {
     const std::size_t place = place_of(device);
-    timers_[place]->cancel();
+    back_in_[place] = 0;
     daemon_timers_[place]->cancel();
     if (!nodes_[place]->is_running()) {
         return device + " is down already";
@@ -366,7 +362,7 @@ std::string Mesh::take_down(const std::string &device) {
 
 std::string Mesh::bring_up(const std::string &device) {
     const std::size_t place = place_of(device);
-    timers_[place]->cancel();
+    back_in_[place] = 0;
     if (nodes_[place]->is_running()) {
         return device + " is up already";
     }
@@ -395,7 +391,7 @@ std::string Mesh::restart_daemon(const std::string &device) {
 std::string Mesh::switch_wifi(const std::string &device, const std::string &interface, bool enabled) {
     const std::size_t place = place_of(device);
     std::string names;
-    for (const Radio &radio : world_.spec(place).radios) {
+    for (const Radio &radio : world_.at_start(place).radios) {
         for (const Bss &bss : radio.bss) {
             if (bss.interface == interface) {
                 world_.set_enabled(place, interface, enabled);
@@ -410,19 +406,33 @@ std::string Mesh::switch_wifi(const std::string &device, const std::string &inte
     throw Error(device + " has no \"" + interface + "\"; it has: " + names);
 }
 
+std::size_t Mesh::station_of(const std::string &name) const {
+    const std::vector<std::size_t> found = world_.find_stations(name);
+    if (found.empty()) {
+        throw Error("there is no station \"" + name + "\"; ./dev lab stations lists them");
+    }
+    if (found.size() > 1) {
+        std::string macs;
+        for (const std::size_t station : found) {
+            macs += ' ' + world_.station(station).mac;
+        }
+        throw Error(name + " is the name of several stations, choose one by its MAC:" + macs);
+    }
+    return found[0];
+}
+
 std::string Mesh::move(const std::string &station, const std::string &device) {
     const std::size_t to = place_of(device);
-    const auto place = world_.find_station(lower_case(station));
-    if (!place) {
-        throw Error("there is no station \"" + station + "\"; ./dev lab status --json lists them");
-    }
-    world_.move(*place, to);
+    const std::size_t who = station_of(station);
+    const std::string name = world_.station_name(who);
+    world_.move(who, to);
     publish();
-    if (!world_.bss_of(*place)) {
-        return station + " is at " + device + ", but cannot connect there";
+    const auto place = world_.bss_of(who);
+    if (!place) {
+        return name + " is at " + device + ", but cannot connect there";
     }
-    screen_.happening(station, "moves to " + device);
-    return station + " is on " + device + ' ' + world_.bss(to, *world_.bss_of(*place)).interface;
+    screen_.happening(name, "moves to " + device);
+    return name + " is on " + device + ' ' + world_.bss(to, *place).interface;
 }
 
 }  // namespace lab

@@ -2,9 +2,11 @@
 
 #include <sys/wait.h>
 
+#include <climits>
 #include <filesystem>
 
 #include "lab/common/error.h"
+#include "lab/common/json.h"
 #include "lab/common/text.h"
 #include "lab/mapd/wire.h"
 #include "lab/mesh/lab_folder.h"
@@ -15,6 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uint8_t kProtocol = 1;
+constexpr int kMaxInstance = 255;
 constexpr std::size_t kMaxEventsToSend = 10000;
 constexpr auto kRetry = std::chrono::milliseconds(5);
 constexpr std::size_t kMaxLog = std::size_t{16} << 20U;
@@ -84,7 +87,6 @@ void Node::stop() {
     log_.close();
     is_ready_ = false;
     is_busy_ = false;
-    owed_cycle_ = 0;
     last_description_.clear();
 }
 
@@ -144,48 +146,38 @@ void Node::update() {
 }
 
 void Node::tick(unsigned cycle) {
-    if (!is_ready_) {
-        return;
+    if (is_ready_) {
+        is_busy_ = true;
+        update();
+        link_->send(R"({"tick": )" + std::to_string(cycle) + "}");
     }
-    if (is_busy_) {
-        owed_cycle_ = cycle;
-        return;
-    }
-    is_busy_ = true;
-    update();
-    link_->send(R"({"tick": )" + std::to_string(cycle) + "}");
 }
 
 void Node::hear(const std::string &line) {
     try {
-        const nlohmann::json said = nlohmann::json::parse(line);
-        if (said.contains("ready")) {
+        const JsonValue said = JsonValue::parse(line, "the host");
+        if (said.has("ready")) {
             is_ready_ = true;
             events_.ready(*this);
-        } else if (said.contains("cycle")) {
+        } else if (said.has("cycle")) {
             hear_cycle(said);
         } else {
-            events_.switched(*this, said.at("instance"), said.at("enable"));
+            events_.switched(*this, said.at("instance").integer(1, kMaxInstance), said.at("enable").boolean());
         }
-    } catch (const nlohmann::json::exception &error) {
-        log("the mesh did not understand " + line + ": " + error.what());
+    } catch (const Error &error) {
+        log(std::string("the mesh did not understand what it was told: ") + error.what());
     }
 }
 
-void Node::hear_cycle(const nlohmann::json &said) {
+void Node::hear_cycle(const JsonValue &said) {
     CycleReport report;
-    report.cycle = said.value("cycle", 0U);
-    report.resident_kb = said.value("resident_kb", 0L);
-    report.heap_bytes = said.value("heap_bytes", 0L);
-    report.descriptors = said.value("descriptors", 0);
-    report.threads = said.value("threads", 0);
+    report.cycle = static_cast<unsigned>(said.at("cycle").integer(0, INT_MAX));
+    report.resident_kb = said.at("resident_kb").whole(0, LONG_MAX);
+    report.heap_bytes = said.at("heap_bytes").whole(0, LONG_MAX);
+    report.descriptors = said.at("descriptors").integer(0, INT_MAX);
+    report.threads = said.at("threads").integer(0, INT_MAX);
     report.files = files_->read();
     is_busy_ = false;
-    const unsigned owed = owed_cycle_;
-    owed_cycle_ = 0;
-    if (owed != 0) {
-        tick(owed);
-    }
     events_.cycle_done(*this, report);
 }
 

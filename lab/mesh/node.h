@@ -5,10 +5,10 @@
 #include <deque>
 #include <fstream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "lab/common/json.h"
 #include "lab/common/summary.h"
 #include "lab/mapd/control_server.h"
 #include "lab/mesh/line_link.h"
@@ -78,7 +78,7 @@ public:
     // The host knows itself as it is now.
     void update();
 
-    // Lets a cycle pass. One that comes while the host is still busy with another is run right after it.
+    // Lets a cycle pass, if it is idle; one that is not up stays so.
     void tick(unsigned cycle);
 
     // It is in no cycle.
@@ -100,7 +100,7 @@ private:
 
     void listen();
     void hear(const std::string &line);
-    void hear_cycle(const nlohmann::json &said);
+    void hear_cycle(const JsonValue &said);
     void log(const std::string &line);
     void serve_requests();
     void flush_events();
@@ -119,7 +119,6 @@ private:
     std::string last_description_;
     bool is_ready_ = false;
     bool is_busy_ = false;
-    unsigned owed_cycle_ = 0;  // 0: none
 
     std::unique_ptr<ControlServer> server_;
     asio::posix::stream_descriptor requests_;

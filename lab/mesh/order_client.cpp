@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "lab/common/error.h"
+#include "lab/common/json.h"
 #include "lab/mesh/lab_folder.h"
 
 namespace lab {
@@ -69,9 +70,9 @@ std::string give_order(const std::string &folder, const std::string &order, cons
             throw Error("it is busy, or stopped");
         }
         const std::size_t size = asio::read_until(socket, asio::dynamic_buffer(text), '\n');
-        const nlohmann::json reply = nlohmann::json::parse(text.substr(0, size));
-        text = reply.at("text");
-        if (reply.at("ok")) {
+        const JsonValue reply = JsonValue::parse(text.substr(0, size), "its answer");
+        text = reply.at("text").text();
+        if (reply.at("ok").boolean()) {
             return text;
         }
     } catch (const nlohmann::json::type_error &) {

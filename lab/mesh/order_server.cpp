@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "lab/common/error.h"
+#include "lab/common/json.h"
 
 namespace lab {
 namespace {
@@ -19,6 +20,7 @@ struct Order {
 
 const std::map<std::string, Order> kOrders = {
     {"status", {0, [](Mesh &mesh, const Words &) { return mesh.status_table(); }}},
+    {"stations", {0, [](Mesh &mesh, const Words &) { return mesh.station_table(); }}},
     {"data", {0, [](Mesh &mesh, const Words &) { return mesh.status_data().dump(2); }}},
     {"folder", {1, [](Mesh &mesh, const Words &words) { return mesh.node(words[0]).folder(); }}},
     {"send", {2, [](Mesh &mesh, const Words &words) { return mesh.send(words[0], words[1]); }}},
@@ -36,9 +38,12 @@ const std::map<std::string, Order> kOrders = {
 };
 
 std::string carry_out(Mesh &mesh, const std::string &line) {
-    const nlohmann::json request = nlohmann::json::parse(line);
-    const std::string name = request.at("order");
-    const Words words = request.at("words");
+    const JsonValue request = JsonValue::parse(line, "the order");
+    const std::string name = request.at("order").text();
+    Words words;
+    for (const JsonValue &word : request.at("words").items()) {
+        words.push_back(word.text());
+    }
     const auto order = kOrders.find(name);
     if (order == kOrders.end() || words.size() != order->second.words) {
         throw Error("no such order: " + line);

@@ -6,8 +6,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdlib>
 #include <iomanip>
 #include <sstream>
+#include <string_view>
+
+#include "lab/common/text.h"
 
 namespace lab {
 namespace {
@@ -21,9 +25,18 @@ constexpr int kNameWidth = 12;
 constexpr std::size_t kMaxWaiting = std::size_t{1} << 20U;  // what comes beyond that is not shown
 constexpr int kLastWaitMs = 500;
 
-std::string station_name(const World &world, std::size_t station) {
-    const StationSpec &spec = world.station(station);
-    return spec.host_name == "*" ? spec.mac : spec.host_name;
+// To the begin of the line, and what was there away.
+const std::string kBeginOfLine = "\r\033[K";
+
+bool has_no_colour() {
+    const char *wish = std::getenv("NO_COLOR");
+    return wish != nullptr && *wish != '\0';
+}
+
+// A terminal that knows no more than lines.
+bool is_dumb() {
+    const char *terminal = std::getenv("TERM");
+    return terminal == nullptr || std::string_view(terminal) == "dumb";
 }
 
 // "phone-1 roams to attic, tv-2 roams to study"; beyond a few, only how many.
@@ -40,7 +53,8 @@ void add_told(std::string &text, const std::vector<std::size_t> &stations, const
 
 }  // namespace
 
-Screen::Screen() : colour_(isatty(STDOUT_FILENO) != 0) {}
+Screen::Screen()
+    : is_terminal_(isatty(STDOUT_FILENO) != 0 && !is_dumb()), has_colour_(is_terminal_ && !has_no_colour()) {}
 
 // What is left goes out if somebody reads.
 Screen::~Screen() { write_waiting(kLastWaitMs); }
@@ -55,16 +69,28 @@ void Screen::write_waiting(int wait_ms) {
             waiting_.erase(0, static_cast<std::size_t>(size));
         } else if (size < 0 && errno != EINTR && errno != EAGAIN) {
             is_open_ = false;
+            error_ = errno == EPIPE ? 0 : errno;  // a reader that has had enough is no error
         }
     }
 }
 
-void Screen::line(const char *style, const std::string &text) {
+void Screen::put(const std::string &text) {
     if (waiting_.size() < kMaxWaiting) {
-        const bool plain = !colour_ || style == kPlain;
-        waiting_ += plain ? text + '\n' : std::string("\033[") + style + 'm' + text + "\033[0m\n";
+        waiting_ += text;
     }
     write_waiting(0);
+}
+
+void Screen::line(const char *style, const std::string &text) {
+    const std::string begin = is_terminal_ ? kBeginOfLine : std::string();
+    const bool plain = !has_colour_ || style == kPlain;
+    put(begin + (plain ? text + '\n' : std::string("\033[") + style + 'm' + text + "\033[0m\n"));
+}
+
+void Screen::progress(const std::string &text) {
+    if (is_terminal_) {
+        put(kBeginOfLine + text);
+    }
 }
 
 void Screen::heading(const std::string &text) { line(kBold, "== " + text); }
@@ -77,7 +103,8 @@ std::string Screen::columns(unsigned cycle, const std::string &who) const {
 
 void Screen::cycle(const World &world, std::size_t device, const CycleReport &report) {
     const bool controller = world.now(device).role == Role::kController;
-    std::string text = columns(report.cycle, world.spec(device).name) + (controller ? "Controller  " : "Agent       ");
+    std::string text =
+        columns(report.cycle, world.at_start(device).name) + (controller ? "Controller  " : "Agent       ");
     text += report.files.text();
     if (report.files.files_written != 0) {
         text += ", model of " + std::to_string((report.files.model_bytes + 512) / 1024) + " KiB";
@@ -88,12 +115,11 @@ void Screen::cycle(const World &world, std::size_t device, const CycleReport &re
 void Screen::changes(const World &world, const Changes &changes) {
     std::string text;
     add_told(text, changes.roamed, "roam", [&](std::size_t station) {
-        return station_name(world, station) + " roams to " + world.spec(world.station_now(station).device).name;
+        return world.station_name(station) + " roams to " + world.at_start(world.station_now(station).device).name;
     });
-    add_told(text, changes.left, "leave",
-             [&](std::size_t station) { return station_name(world, station) + " leaves"; });
+    add_told(text, changes.left, "leave", [&](std::size_t station) { return world.station_name(station) + " leaves"; });
     add_told(text, changes.came_back, "come back",
-             [&](std::size_t station) { return station_name(world, station) + " comes back"; });
+             [&](std::size_t station) { return world.station_name(station) + " comes back"; });
     if (!text.empty()) {
         line(kDim, columns(world.cycle(), "the world") + text);
     }

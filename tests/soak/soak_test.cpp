@@ -19,9 +19,9 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "lab/mesh/generate.h"
-#include "lab/mesh/views.h"
-#include "lab/mesh/world.h"
+#include "lab/world/generate.h"
+#include "lab/world/views.h"
+#include "lab/world/world.h"
 #include "module/model/high_layer_table.h"
 #include "tests/support/failing_allocations.h"
 #include "tests/support/fake_mapd.h"
@@ -325,11 +325,11 @@ std::string report_of(const lab::World &world, std::size_t device) {
             stations.push_back({{"STAMac", world.station(i).mac}, {"PhyRate", world.rate(i)}});
         }
     }
-    const lab::DeviceSpec &spec = world.spec(device);
-    return nlohmann::ordered_json({{"SrcAlMac", spec.al_mac},
-                                   {"FWVersion", spec.firmware_version},
-                                   {"HostName", spec.host_name},
-                                   {"DeviceIP", spec.ip},
+    const lab::DeviceAtStart &start = world.at_start(device);
+    return nlohmann::ordered_json({{"SrcAlMac", start.al_mac},
+                                   {"FWVersion", start.firmware_version},
+                                   {"HostName", start.host_name},
+                                   {"DeviceIP", start.ip},
                                    {"STAInfo", stations}})
         .dump();
 }
@@ -346,9 +346,10 @@ void place(const lab::World &world) {
 }
 
 lab::Scenario restless() {
-    lab::Scenario scenario = lab::Scenario::read_file(QO1905_SOURCE_DIR "/lab/scenarios/home.json");
+    lab::Scenario scenario =
+        lab::Scenario::read(lab::JsonValue::read_file(QO1905_SOURCE_DIR "/lab/scenarios/home.json"));
     scenario.pace = {20, 10, 30, 5};
-    for (lab::StationSpec &station : scenario.stations) {
+    for (lab::StationAtStart &station : scenario.stations) {
         station.stays = false;
     }
     return scenario;

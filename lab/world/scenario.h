@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "lab/common/json.h"
+
 namespace lab {
 
 // What a signal (dBm) and a rate (Mbit/s) may be, in a scenario and whatever becomes of it.
@@ -40,7 +42,7 @@ struct Backhaul {
     int rate = 0;    // Mbit/s
 };
 
-struct DeviceSpec {
+struct DeviceAtStart {
     std::string name;
     Role role = Role::kAgent;
     std::string al_mac;
@@ -56,7 +58,7 @@ struct DeviceSpec {
     std::vector<std::string> wired_clients;  // MACs
 };
 
-struct StationSpec {
+struct StationAtStart {
     std::string mac;
     std::size_t device = 0;  // where it is at first; place in Scenario::devices
     Band band = Band::k2_4GHz;
@@ -78,11 +80,11 @@ struct Pace {
 struct Scenario {
     std::uint64_t seed = 1;
     Pace pace;
-    std::vector<DeviceSpec> devices;
-    std::vector<StationSpec> stations;
+    std::vector<DeviceAtStart> devices;
+    std::vector<StationAtStart> stations;
 
     // Throws Error with file, place and what is wrong.
-    static Scenario read_file(const std::string &path);
+    static Scenario read(const JsonValue &file);
 
     // The file's text, which reads back as the same scenario.
     std::string text() const;

@@ -1,6 +1,8 @@
-#include "lab/mesh/world.h"
+#include "lab/world/world.h"
 
 #include <algorithm>
+
+#include "lab/common/text.h"
 
 namespace lab {
 namespace {
@@ -27,24 +29,41 @@ void set_member(std::set<std::string> &names, const std::string &name, bool memb
 }  // namespace
 
 World::World(Scenario scenario) : scenario_(std::move(scenario)), random_(scenario_.seed) {
-    for (const DeviceSpec &device : scenario_.devices) {
+    for (const DeviceAtStart &device : scenario_.devices) {
         devices_.push_back({device.role, true, {}, {}});
     }
-    for (const StationSpec &station : scenario_.stations) {
+    for (const StationAtStart &station : scenario_.stations) {
         stations_.push_back({station.device, station.signal, false});
     }
 }
 
 std::optional<std::size_t> World::find_device(std::string_view name) const {
-    return find_place(scenario_.devices, [=](const DeviceSpec &device) { return device.name == name; });
+    return find_place(scenario_.devices, [=](const DeviceAtStart &device) { return device.name == name; });
 }
 
 std::optional<std::size_t> World::find_al_mac(std::string_view mac) const {
-    return find_place(scenario_.devices, [=](const DeviceSpec &device) { return device.al_mac == mac; });
+    return find_place(scenario_.devices, [=](const DeviceAtStart &device) { return device.al_mac == mac; });
 }
 
-std::optional<std::size_t> World::find_station(std::string_view mac) const {
-    return find_place(scenario_.stations, [=](const StationSpec &station) { return station.mac == mac; });
+std::vector<std::size_t> World::find_stations(const std::string &name) const {
+    const std::string mac = lower_case(name);
+    std::vector<std::size_t> found;
+    for (std::size_t i = 0; i < stations_.size(); ++i) {
+        if (station(i).mac == mac || station_name(i) == name) {
+            found.push_back(i);
+        }
+    }
+    return found;
+}
+
+std::string World::station_name(std::size_t place) const {
+    const StationAtStart &found = station(place);
+    return found.host_name == "*" ? found.mac : found.host_name;
+}
+
+std::string World::name_of(const std::string &mac) const {
+    const auto found = find_place(scenario_.stations, [&](const StationAtStart &item) { return item.mac == mac; });
+    return found ? station_name(*found) : mac;
 }
 
 std::optional<std::size_t> World::controller() const {
@@ -52,7 +71,7 @@ std::optional<std::size_t> World::controller() const {
 }
 
 std::optional<BssPlace> World::first_bss(std::size_t device, Band band, bool backhaul) const {
-    const std::vector<Radio> &radios = spec(device).radios;
+    const std::vector<Radio> &radios = at_start(device).radios;
     const auto radio = find_place(radios, [=](const Radio &item) { return item.band() == band; });
     if (!radio) {
         return std::nullopt;
@@ -65,7 +84,7 @@ std::optional<BssPlace> World::first_bss(std::size_t device, Band band, bool bac
 }
 
 const Bss &World::bss(std::size_t device, BssPlace place) const {
-    return spec(device).radios[place.radio].bss[place.bss];
+    return at_start(device).radios[place.radio].bss[place.bss];
 }
 
 bool World::is_on(std::size_t device, BssPlace place) const {
@@ -86,8 +105,8 @@ std::optional<BssPlace> World::bss_of(std::size_t station) const {
 }
 
 std::optional<BssPlace> World::uplink_bss(std::size_t device) const {
-    const Backhaul &link = spec(device).backhaul;
-    if (!spec(device).has_backhaul || link.over == Medium::kEthernet || !now(device).up) {
+    const Backhaul &link = at_start(device).backhaul;
+    if (!at_start(device).has_backhaul || link.over == Medium::kEthernet || !now(device).up) {
         return std::nullopt;
     }
     const auto place = first_bss(link.to, link.over == Medium::k5GHz ? Band::k5GHz : Band::k2_4GHz, true);
@@ -95,15 +114,15 @@ std::optional<BssPlace> World::uplink_bss(std::size_t device) const {
 }
 
 bool World::is_linked(std::size_t device) const {
-    if (!spec(device).has_backhaul) {
+    if (!at_start(device).has_backhaul) {
         return false;
     }
-    const Backhaul &link = spec(device).backhaul;
+    const Backhaul &link = at_start(device).backhaul;
     return now(device).up && now(link.to).up && (link.over == Medium::kEthernet || uplink_bss(device));
 }
 
 unsigned World::depth(std::size_t device) const {
-    return spec(device).has_backhaul ? 1 + depth(spec(device).backhaul.to) : 0;
+    return at_start(device).has_backhaul ? 1 + depth(at_start(device).backhaul.to) : 0;
 }
 
 // Climbs from the deeper of the two until they meet.
@@ -116,13 +135,13 @@ bool World::reaches(std::size_t from, std::size_t to) const {
         if (!is_linked(deeper)) {
             return false;
         }
-        deeper = spec(deeper).backhaul.to;
+        deeper = at_start(deeper).backhaul.to;
     }
     return true;
 }
 
 int World::rate(std::size_t station) const {
-    const StationSpec &at_first = scenario_.stations[station];
+    const StationAtStart &at_first = scenario_.stations[station];
     const int percent = 100 + kRateLossPerDb * (stations_[station].signal - at_first.signal);
     return std::clamp(at_first.rate * percent / 100, 1, kMaxRate);
 }

@@ -1,56 +1,15 @@
 // A lab as people start it: its process, its orders and its devices' files.
 #pragma once
 
-#include <sys/types.h>
-
-#include <chrono>
-#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <vector>
 
-namespace mesh {
+#include "tests/lab/program.h"
 
-using Words = std::vector<std::string>;
+namespace lab_test {
 
 inline const std::string kLab = QO1905_BINARY_DIR "/qo1905-lab";
 inline const std::string kSandbox = QO1905_SOURCE_DIR "/lab/sandbox.sh";
-
-// Empty for a file that is not there.
-std::string read_file(const std::string &path);
-
-// False when it does not come true within the limit.
-bool wait_until(const std::function<bool()> &condition, std::chrono::seconds limit = std::chrono::seconds(20),
-                std::chrono::milliseconds pause = std::chrono::milliseconds(20));
-
-// A program with its output and errors in a file. Its end ends the program, as Ctrl-C does.
-class Program {
-public:
-    Program(const Words &words, std::string output);
-    ~Program();
-    Program(const Program &) = delete;
-    Program &operator=(const Program &) = delete;
-
-    // Its exit status, or 128 and the signal that ended it.
-    int wait();
-    int end(int signal);
-    pid_t pid() const { return pid_; }
-    std::string output() const { return read_file(output_); }
-
-private:
-    std::string output_;
-    pid_t pid_ = -1;
-    int status_ = -1;
-};
-
-// A name for the output of a program, in the working directory.
-std::string next_file();
-
-struct Result {
-    int status;
-    std::string output;
-};
-Result run(const Words &words);
 
 // Every process that the lab with this folder has brought into being.
 Words processes_of(const std::string &folder);
@@ -65,6 +24,7 @@ public:
     explicit Lab(const Words &words, const Words &before = {});
 
     const std::string &folder() const { return folder_; }
+    std::string kept_folder() const;  // after its end, with --keep
     std::string output() const { return program_.output(); }
     int wait() { return program_.wait(); }
     int end(int signal) { return program_.end(signal); }
@@ -84,4 +44,4 @@ private:
     std::string folder_;
 };
 
-}  // namespace mesh
+}  // namespace lab_test

@@ -1,4 +1,4 @@
-#include "lab/mesh/generate.h"
+#include "lab/world/generate.h"
 
 #include <array>
 #include <random>
@@ -53,8 +53,8 @@ private:
         return plan_.agents <= kRoomCount ? kRooms[index - 1] : "agent-" + std::to_string(index);
     }
 
-    DeviceSpec device(std::size_t index) {
-        DeviceSpec device;
+    DeviceAtStart device(std::size_t index) {
+        DeviceAtStart device;
         device.name = device_name(index);
         device.role = index == 0 ? Role::kController : Role::kAgent;
         device.al_mac = device.base_mac = make_mac("d0", 0, index, 1);
@@ -92,8 +92,8 @@ private:
                             : Backhaul{upper, Medium::k5GHz, signal, 1500 + 8 * signal};
     }
 
-    StationSpec station(std::size_t index) {
-        StationSpec station;
+    StationAtStart station(std::size_t index) {
+        StationAtStart station;
         const std::string kind = kKinds[draw(std::size(kKinds))];
         station.mac = make_mac("57", 0, index / 256, index % 256);
         station.device = draw(plan_.agents + 1);

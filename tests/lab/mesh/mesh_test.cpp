@@ -16,9 +16,9 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "tests/lab/mesh_process.h"
+#include "tests/lab/mesh/lab_process.h"
 
-using namespace mesh;
+using namespace lab_test;
 using nlohmann::json;
 using testing::AllOf;
 using testing::Contains;
@@ -87,7 +87,7 @@ std::map<std::string, std::string> lines_by_mac(const std::string &text) {
     return lines;
 }
 
-json read_scenario(const std::string &name) { return json::parse(read_file(kScenarios + name + ".json")); }
+json read_scenario(const std::string &name) { return json::parse(text_of(kScenarios + name + ".json")); }
 
 // ---- the tests ----
 
@@ -126,13 +126,11 @@ private:
 TEST_F(MeshTest, AfterTwoCyclesTheModelAgreesWithTheWorld) {
     Lab lab({"home", "--still", "--cycles", "2", "--keep"});
     ASSERT_EQ(lab.wait(), 0) << lab.output();
-    std::string kept = lab.folder();
-    kept.replace(kept.find("-lab."), 5, "-kept.");
-    const std::string folder = kept + "/devices/gateway/tmp/";
-    const json model = json::parse(read_file(folder + "qo1905.json"));
-    const std::string low = read_file(folder + "ecnt_agent_assoc_list.24g");
-    const std::string high = read_file(folder + "ecnt_agent_assoc_list.5g");
-    fs::remove_all(kept);
+    const std::string folder = lab.kept_folder() + "/devices/gateway/tmp/";
+    const json model = json::parse(text_of(folder + "qo1905.json"));
+    const std::string low = text_of(folder + "ecnt_agent_assoc_list.24g");
+    const std::string high = text_of(folder + "ecnt_agent_assoc_list.5g");
+    fs::remove_all(lab.kept_folder());
 
     json scenario = read_scenario("home");
     const std::vector<json> devices = remote_devices(model);
@@ -175,12 +173,44 @@ TEST_F(MeshTest, AfterTwoCyclesTheModelAgreesWithTheWorld) {
     EXPECT_EQ(lines_by_mac(low).size() + lines_by_mac(high).size(), with_agents);
 }
 
+// What the devices of a lab, kept by its end, were told of the world.
+std::map<std::string, std::string> told(const std::string &folder) {
+    std::map<std::string, std::string> files;
+    for (const char *device : {"gateway", "living-room", "attic"}) {
+        for (const char *file : {"/tmp/dump.txt", "/dnsmasq/dnsmasq.leases"}) {
+            files[std::string(device) + file] = text_of(folder + "/devices/" + device + file);
+        }
+    }
+    return files;
+}
+
+TEST_F(MeshTest, TheSameSeedGivesTheSameDumpsAtEverySpeed) {
+    for (const char *cycles : {"1", "4"}) {
+        Lab slow({"home", "--speed", "20", "--cycles", cycles, "--keep"});
+        Lab fast({"home", "--speed", "max", "--cycles", cycles, "--keep"});
+        ASSERT_EQ(slow.wait(), 0) << slow.output();
+        ASSERT_EQ(fast.wait(), 0) << fast.output();
+        const auto expected = told(slow.kept_folder());
+        EXPECT_EQ(told(fast.kept_folder()), expected) << cycles;
+        EXPECT_THAT(expected.at("gateway/tmp/dump.txt"), HasSubstr("topology information"));
+        fs::remove_all(slow.kept_folder());
+        fs::remove_all(fast.kept_folder());
+    }
+}
+
+TEST_F(MeshTest, AMachineThatCannotKeepUpIsTold) {
+    const Lab lab({"home", "--still", "--speed", "1000"});  // a cycle takes longer than these 20 ms
+    EXPECT_TRUE(wait_until(
+        [&] { return lab.output().find("!! this machine does not keep up: 3 cycles in a row") != std::string::npos; }));
+    EXPECT_THAT(lab.order({"status"}).output, HasSubstr("\nthis machine does not keep up: the last "));
+}
+
 TEST_F(MeshTest, ARoamingStationMovesWithinTwoCycles) {
-    const Lab lab({"home", "--still", "--speed", "50"});
+    const Lab lab({"home", "--still", "--speed", "max"});
     ASSERT_TRUE(wait_until([&] { return stations_in(lab.model("gateway")).count(kTablet) != 0; }));
     EXPECT_EQ(stations_in(lab.model("gateway"))[kTablet].device, "02:0a:00:00:00:01");
     const Result moved = lab.order({"move", kTablet, "attic"});
-    EXPECT_EQ(moved.output, std::string(kTablet) + " is on attic rai0\n");
+    EXPECT_EQ(moved.output, "tablet is on attic rai0\n");
     ASSERT_TRUE(lab.wait_for_cycles("gateway", 2));
     EXPECT_EQ(stations_in(lab.model("gateway"))[kTablet].device, "02:0b:00:00:00:01");
     // The attic is on channel 36: the line stands among its stations, behind living-room's.
@@ -196,7 +226,7 @@ TEST_F(MeshTest, AStationThatLeftIsGone) {
     for (json &station : scenario["stations"]) {
         station["stays"] = station["mac"] != kTablet;
     }
-    const Lab lab({write_scenario(scenario), "--speed", "50"});
+    const Lab lab({write_scenario(scenario), "--speed", "max"});
     ASSERT_TRUE(wait_until([&] { return lab.device("gateway")["cycles"] >= 2; }));
     const auto stations = stations_in(lab.model("gateway"));
     EXPECT_EQ(stations.count(kTablet), 0U);
@@ -211,7 +241,7 @@ TEST_F(MeshTest, AStationThatLeftIsGone) {
 TEST_F(MeshTest, APayloadSwitchesAnInterfaceOffAndOn) {
     json scenario = read_scenario("home");
     scenario["devices"][0]["radios"][1]["bss"][0]["interface"] = "rai3";
-    const Lab lab({write_scenario(scenario), "--still", "--speed", "50"});
+    const Lab lab({write_scenario(scenario), "--still", "--speed", "max"});
     ASSERT_TRUE(wait_until([&] { return stations_in(lab.model("gateway")).count(kTv) != 0; }));
     const std::string order = R"({"SrcAlMac": "02:c0:00:00:00:01", "Interface": "rai0", "Enable": )";
     EXPECT_EQ(lab.order({"send", "living-room", order + "\"false\"}"}).status, 0);
@@ -233,7 +263,7 @@ TEST_F(MeshTest, APayloadSwitchesAnInterfaceOffAndOn) {
 }
 
 TEST_F(MeshTest, WhatIsSwitchedAtTheControllerIsSwitchedEverywhere) {
-    const Lab lab({"home", "--still", "--speed", "50"});
+    const Lab lab({"home", "--still", "--speed", "max"});
     ASSERT_TRUE(wait_until([&] { return stations_in(lab.model("gateway")).count(kTv) != 0; }));
     EXPECT_EQ(lab.order({"wifi", "gateway", "rai0", "off"}).output, "gateway switches rai0 off\n");
     EXPECT_TRUE(wait_until([&] {
@@ -245,7 +275,7 @@ TEST_F(MeshTest, WhatIsSwitchedAtTheControllerIsSwitchedEverywhere) {
 }
 
 TEST_F(MeshTest, ABlockListThrowsStationsOffUntilTheyAreTakenFromIt) {
-    const Lab lab({"home", "--still", "--speed", "50"});
+    const Lab lab({"home", "--still", "--speed", "max"});
     ASSERT_TRUE(wait_until([&] { return stations_in(lab.model("gateway")).count(kPhoneAnna) != 0; }));
     const std::string order = R"({"SrcAlMac": "02:c0:00:00:00:01", "Interface": "rai0", "Enable": "true", )";
     const std::string list = R"("FilterLists": "02-57-00-00-00-24,02:57:00:00:00:22"})";
@@ -264,7 +294,7 @@ TEST_F(MeshTest, ABlockListThrowsStationsOffUntilTheyAreTakenFromIt) {
 }
 
 TEST_F(MeshTest, RebootRebootsOneDeviceAndTheOthersKeepGoing) {
-    Lab lab({"home", "--still", "--speed", "50"});
+    Lab lab({"home", "--still", "--speed", "max"});
     ASSERT_TRUE(wait_until([&] { return lab.device("attic")["cycles"] >= 1; }));
     EXPECT_EQ(lab.order({"send", "attic", R"({"Reboot": 1})"}).status, 0);
     ASSERT_TRUE(wait_until([&] { return lab.device("attic")["up"] == false; }));
@@ -282,8 +312,8 @@ TEST_F(MeshTest, RebootRebootsOneDeviceAndTheOthersKeepGoing) {
 pid_t host_of(const Lab &lab, const std::string &device) {
     for (const auto &entry : fs::directory_iterator("/proc")) {
         const std::string process = entry.path();
-        const bool is_host = read_file(process + "/comm") == "qo1905-host\n" &&
-                             read_file(process + "/environ").find("QO1905_LAB=" + lab.folder()) != std::string::npos;
+        const bool is_host = text_of(process + "/comm") == "qo1905-host\n" &&
+                             text_of(process + "/environ").find("QO1905_LAB=" + lab.folder()) != std::string::npos;
         if (is_host && fs::equivalent(process + "/root/tmp", lab.folder() + "/devices/" + device + "/tmp")) {
             return std::stoi(entry.path().filename());
         }
@@ -292,13 +322,13 @@ pid_t host_of(const Lab &lab, const std::string &device) {
 }
 
 TEST_F(MeshTest, ADeviceThatIsTakenDownIsNotWaitedFor) {
-    Lab early({"home", "--still", "--speed", "50", "--cycles", "2"});
+    Lab early({"home", "--still", "--speed", "max", "--cycles", "2"});
     (void)early.order({"down", "attic"});
     EXPECT_EQ(early.wait(), 0) << early.output();
 }
 
 TEST_F(MeshTest, NoDeadProcessStays) {
-    const Lab lab({"home", "--still", "--speed", "50"});
+    const Lab lab({"home", "--still", "--speed", "max"});
     ASSERT_TRUE(wait_until([&] { return lab.device("attic")["cycles"] >= 1; }));
     for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(lab.order({"down", "attic"}).status, 0);
@@ -308,9 +338,9 @@ TEST_F(MeshTest, NoDeadProcessStays) {
     const std::string children =
         "/proc/" + std::to_string(lab.pid()) + "/task/" + std::to_string(lab.pid()) + "/children";
     EXPECT_TRUE(wait_until([&] {
-        std::istringstream pids(read_file(children));
+        std::istringstream pids(text_of(children));
         return std::distance(std::istream_iterator<std::string>(pids), {}) == 3;
-    })) << read_file(children);
+    })) << text_of(children);
 }
 
 // A pager that is paused must stop neither the world nor its end.
@@ -318,13 +348,13 @@ TEST_F(MeshTest, AReaderThatDoesNotReadHoldsNothingUp) {
     ASSERT_EQ(mkfifo("screen", 0600), 0);
     const int unread = open("screen", O_RDWR);
     const Result result =
-        run({"sh", "-c", kLab + " run villa --speed 100 --cycles 12 --log-level 7 >screen 2>/dev/null; echo ended $?"});
+        run({"sh", "-c", kLab + " run villa --speed max --cycles 12 --log-level 7 >screen 2>/dev/null; echo ended $?"});
     EXPECT_EQ(result.output, "ended 0\n");
     close(unread);
 }
 
 TEST_F(MeshTest, AHostThatDiesIsToldAndMakesTheRunFail) {
-    Lab lab({"home", "--still", "--speed", "50", "--cycles", "10"});
+    Lab lab({"home", "--still", "--speed", "max", "--cycles", "10"});
     ASSERT_TRUE(wait_until([&] { return lab.device("attic")["cycles"] >= 1; }));
     kill(host_of(lab, "attic"), SIGSEGV);
     EXPECT_EQ(lab.wait(), 1);
@@ -346,7 +376,7 @@ std::ptrdiff_t rest_servers_of(const Lab &lab) {
 }
 
 TEST_F(MeshTest, TheRestServerFollowsTheRole) {
-    const Lab lab({"home", "--still", "--speed", "50"});
+    const Lab lab({"home", "--still", "--speed", "max"});
     ASSERT_TRUE(wait_until([&] { return lab.device("gateway")["rest"] != ""; }));
     const std::string first = lab.device("gateway")["rest"];
     EXPECT_THAT(first, StartsWith("http://127.0.0.1:"));
@@ -378,7 +408,7 @@ TEST_F(MeshTest, TheRestServerFollowsTheRole) {
 }
 
 TEST_F(MeshTest, ReportsArriveAgainAfterTheDaemonRestarts) {
-    const Lab lab({"home", "--speed", "50"});
+    const Lab lab({"home", "--speed", "max"});
     ASSERT_TRUE(wait_until([&] { return lab.device("gateway")["received"] >= 4; }));
     EXPECT_EQ(lab.order({"restart-mapd", "gateway"}).status, 0);
     ASSERT_TRUE(wait_until([&] { return !fs::exists(lab.folder() + "/devices/gateway/tmp/mapd_ctrl"); }));
@@ -400,7 +430,7 @@ TEST_F(MeshTest, LongMessagesUnknownDestinationsAndDevicesThatAreDownAreLostAndC
         station["mac"] = "02:57:00:00:01:" + std::to_string(i);
         stations.push_back(station);
     }
-    const Lab lab({write_scenario(scenario), "--still", "--speed", "50"});
+    const Lab lab({write_scenario(scenario), "--still", "--speed", "max"});
     ASSERT_TRUE(wait_until([&] { return lab.device("living-room")["lost"]["too long"] >= 2; }));
     EXPECT_EQ(lab.device("attic")["lost"]["too long"], 0);
     EXPECT_EQ(lab.order({"down", "gateway"}).output, "gateway is down\n");
@@ -415,7 +445,7 @@ TEST_F(MeshTest, LongMessagesUnknownDestinationsAndDevicesThatAreDownAreLostAndC
 // ---- orders ----
 
 TEST_F(MeshTest, OrdersAnswerAsPeopleExpect) {
-    const Lab lab({"home", "--still", "--speed", "50"});
+    const Lab lab({"home", "--still", "--speed", "max"});
     ASSERT_TRUE(wait_until([&] { return lab.device("attic")["cycles"] >= 1; }));
     const struct {
         Words words;
@@ -423,6 +453,9 @@ TEST_F(MeshTest, OrdersAnswerAsPeopleExpect) {
         const char *output;
     } cases[] = {
         {{"status"}, 0, "DEVICE           ROLE        STATE "},
+        {{"stations"},
+         0,
+         "\nphone-anna           02:57:00:00:00:24  192.168.1.136    attic            rai0          -60     650\n"},
         {{"files", "attic"}, 0, "/devices/attic/tmp/qo1905.json\n"},
         {{"files", "cellar"}, 1, "qo1905-lab: there is no device \"cellar\"; there are: gateway, living-room, attic\n"},
         {{"send", "cellar", "{}"}, 1, "there is no device"},
@@ -434,6 +467,8 @@ TEST_F(MeshTest, OrdersAnswerAsPeopleExpect) {
         {{"wifi", "attic", "ra9", "on"}, 1, "attic has no \"ra9\"; it has: ra0, rai0\n"},
         {{"wifi", "attic", "ra0", "maybe"}, 2, "maybe not in {on,off}"},
         {{"move", "02:57:00:00:00:99", "attic"}, 1, "there is no station"},
+        {{"move", "phone-anna", "gateway"}, 0, "phone-anna is on gateway rai0\n"},
+        {{"move", "02:57:00:00:00:24", "attic"}, 0, "phone-anna is on attic rai0\n"},
         {{"move", kTv, "cellar"}, 1, "there is no device"},
         {{"up", "attic"}, 0, "attic is up already\n"},
         {{"down", "attic"}, 0, "attic is down\n"},
@@ -447,8 +482,8 @@ TEST_F(MeshTest, OrdersAnswerAsPeopleExpect) {
         EXPECT_EQ(result.status, item.status) << result.output;
         EXPECT_THAT(result.output, HasSubstr(item.output));
     }
-    for (const char *command :
-         {"run", "generate", "status", "files", "send", "role", "down", "up", "restart-mapd", "wifi", "move"}) {
+    for (const char *command : {"run", "generate", "status", "stations", "files", "send", "role", "down", "up",
+                                "restart-mapd", "wifi", "move"}) {
         const Result help = run({kLab, command, "--help"});
         EXPECT_EQ(help.status, 0) << command;
         EXPECT_THAT(help.output, HasSubstr("Usage: ")) << command;
@@ -469,7 +504,9 @@ TEST_F(MeshTest, WrongArgumentsAndScenariosEndWithStatus2) {
         {{"nope"}, "qo1905-lab: nope: no such file, and no scenario of the lab's: home office villa\n"},
         {{"--cycles", "x"}, "--cycles"},
         {{"--speed", "0"}, "--speed"},
-        {{"--speed", "nan"}, "--speed"},
+        {{"--speed", "nan"}, "--speed: must be max, or a number from 0.05 to 1000"},
+        {{"--speed", "2x"}, "--speed"},
+        {{"--cycles", "0"}, "--cycles: Value 0 not in range 1 to 2147483647"},
         {{"--log-level", "10"}, "--log-level"},
         {{"home", "villa"}, "villa"},
     };
@@ -485,17 +522,74 @@ TEST_F(MeshTest, WrongArgumentsAndScenariosEndWithStatus2) {
               "qo1905-lab: scenario.json: devices: must have 1 to 255 items\n");
 }
 
+// Two devices with all that a scenario allows at its least or at its most.
+json corner_scenario(bool most, int drift) {
+    const std::string text(127, 'w');
+    json bss = json::array();
+    for (int i = 0; i < 4; ++i) {
+        bss.push_back({{"bssid", "02:c0:00:00:95:0" + std::to_string(i)}, {"use", i == 3 ? "backhaul" : "fronthaul"}});
+    }
+    const json gateway = {
+        {"name", most ? std::string(32, 'g') : "g"},
+        {"role", "controller"},
+        {"al_mac", "02:c0:00:00:00:01"},
+        {"firmware_version", most ? text : ""},
+        {"host_name", most ? text : "h"},
+        {"ip", most ? "ffff:ffff:ffff:ffff:ffff:ffff:255.255.255.255" : "::"},
+        {"radios",
+         {{{"channel", most ? 196 : 36}, {"bss", bss}}, {{"channel", most ? 35 : 1}, {"bss", json::array()}}}}};
+    json agent = {
+        {"name", "agent"},
+        {"role", "agent"},
+        {"al_mac", "02:0a:00:00:00:01"},
+        {"firmware_version", "1"},
+        {"ip", "10.0.0.2"},
+        {"radios", {{{"channel", 36}, {"bss", {{{"bssid", "02:0a:00:00:95:00"}}}}}}},
+        {"backhaul",
+         {{"to", gateway["name"]}, {"over", "5 GHz"}, {"signal", most ? -20 : -95}, {"rate", most ? 65535 : 1}}}};
+    json stations = json::array();
+    for (const char *device : {"agent", "gateway"}) {
+        stations.push_back({{"mac", "02:57:00:00:00:0" + std::to_string(stations.size())},
+                            {"device", device == std::string("agent") ? json(device) : gateway["name"]},
+                            {"band", "5 GHz"},
+                            {"signal", most ? -20 : -95},
+                            {"rate", most ? 65535 : 1},
+                            {"host_name", most ? text : "s"},
+                            {"ip", "10.0.0.3"}});
+    }
+    return {
+        {"seed", most ? 2147483647 : 0},
+        {"pace", {{"roam", most ? 50 : 0}, {"leave", most ? 50 : 0}, {"come_back", most ? 100 : 0}, {"drift", drift}}},
+        {"devices", {gateway, agent}},
+        {"stations", stations}};
+}
+
+TEST_F(MeshTest, TheCornersOfEveryRangeOfAScenarioAreTakenByRealHosts) {
+    for (const bool most : {false, true}) {
+        for (const int drift : {0, 20}) {
+            Lab lab({write_scenario(corner_scenario(most, drift)), "--speed", "max", "--cycles", "6", "--keep"});
+            EXPECT_EQ(lab.wait(), 0) << lab.output();
+            const std::string devices = lab.kept_folder() + "/devices/";
+            for (const std::string &name : {std::string(most ? 32 : 1, 'g'), std::string("agent")}) {
+                EXPECT_THAT(text_of(devices + name + "/host.log"), Not(HasSubstr("refused"))) << name;
+                EXPECT_TRUE(json::accept(text_of(devices + name + "/tmp/qo1905.json"))) << name;
+            }
+            fs::remove_all(lab.kept_folder());
+        }
+    }
+}
+
 TEST_F(MeshTest, AGeneratedScenarioRuns) {
     const Result generated = run({kLab, "generate", "4", "30", "--shape", "chain", "--seed", "3"});
     ASSERT_EQ(generated.status, 0);
     std::ofstream("scenario.json") << generated.output;
-    Lab lab({"./scenario.json", "--speed", "50", "--cycles", "3"});
+    Lab lab({"./scenario.json", "--speed", "max", "--cycles", "3"});
     EXPECT_EQ(lab.wait(), 0);
     EXPECT_THAT(lab.output(), HasSubstr("cycle    3  gateway       Controller  5 devices, 4 Agents, "));
 }
 
 TEST_F(MeshTest, AtLogLevel7TheModulesAreHeardAndAPipeGetsNoColour) {
-    Lab lab({"home", "--speed", "50", "--cycles", "1", "--log-level", "7"});
+    Lab lab({"home", "--speed", "max", "--cycles", "1", "--log-level", "7"});
     EXPECT_EQ(lab.wait(), 0);
     EXPECT_THAT(
         lab.output(),
@@ -507,7 +601,7 @@ TEST_F(MeshTest, AtLogLevel7TheModulesAreHeardAndAPipeGetsNoColour) {
 
 TEST_F(MeshTest, CtrlCAtAnyMomentLeavesNothingBehind) {
     for (const int delay : {0, 3, 10, 30, 60, 100, 200, 400, 800, 1300}) {
-        Lab lab({"home", "--speed", "50"});
+        Lab lab({"home", "--speed", "max"});
         std::this_thread::sleep_for(std::chrono::milliseconds(delay));
         kill(lab.pid(), SIGINT);
         std::this_thread::sleep_for(5ms);
@@ -517,7 +611,7 @@ TEST_F(MeshTest, CtrlCAtAnyMomentLeavesNothingBehind) {
 }
 
 TEST_F(MeshTest, AReaderThatGoesEndsTheLab) {
-    const Result result = run({"sh", "-c", kLab + " run --speed 50 | head -3"});
+    const Result result = run({"sh", "-c", kLab + " run --speed max | head -3"});
     const std::size_t at = result.output.find("/tmp/qo1905-lab.");
     ASSERT_NE(at, std::string::npos);
     const std::string folder = result.output.substr(at, 22);
@@ -528,7 +622,7 @@ TEST_F(MeshTest, AReaderThatGoesEndsTheLab) {
 TEST_F(MeshTest, ALabThatIsKilledTakesItsProcessesWithItAndTheNextTidiesUp) {
     std::string folder;
     {
-        Lab lab({"home", "--speed", "50"});
+        Lab lab({"home", "--speed", "max"});
         folder = lab.folder();
         ASSERT_TRUE(wait_until([&] { return lab.device("gateway")["cycles"] >= 1; }));
         EXPECT_EQ(lab.end(SIGKILL), 128 + SIGKILL);
@@ -536,14 +630,14 @@ TEST_F(MeshTest, ALabThatIsKilledTakesItsProcessesWithItAndTheNextTidiesUp) {
     EXPECT_TRUE(wait_until([&] { return processes_of(folder).empty(); }));
     // Too young a folder may be a lab that is about to start.
     EXPECT_EQ(run({"touch", "-d", "1 minute ago", folder}).status, 0);
-    Lab next({"home", "--speed", "100", "--cycles", "1"});
+    Lab next({"home", "--speed", "max", "--cycles", "1"});
     EXPECT_EQ(next.wait(), 0);
     EXPECT_FALSE(fs::exists(folder));
 }
 
 TEST_F(MeshTest, TwoLabsRunAtOnce) {
-    Lab one({"home", "--still", "--speed", "50"});
-    Lab other({"home", "--still", "--speed", "50"});
+    Lab one({"home", "--still", "--speed", "max"});
+    Lab other({"home", "--still", "--speed", "max"});
     EXPECT_NE(one.folder(), other.folder());
     ASSERT_TRUE(
         wait_until([&] { return one.device("gateway")["rest"] != "" && other.device("gateway")["rest"] != ""; }));
@@ -575,7 +669,7 @@ TEST_F(MeshTest, AUserWhoIsNotRootRunsALab) {
         GTEST_SKIP() << "that user cannot read " << QO1905_BINARY_DIR << ", or gets no namespaces";
     }
     fs::permissions(".", fs::perms::all);
-    Lab lab({"home", "--speed", "50", "--cycles", "3"}, nobody);
+    Lab lab({"home", "--speed", "max", "--cycles", "3"}, nobody);
     EXPECT_EQ(lab.wait(), 0) << lab.output();
     expect_nothing_left(lab.folder());
 }
@@ -609,8 +703,8 @@ std::map<std::string, Load> watch_load(const Lab &lab, unsigned until_cycle) {
     return loads;
 }
 
-TEST_F(MeshTest, TheOfficeAtTwentyTimesRealSpeedNeitherDiesNorGrows) {
-    Lab lab({"office", "--speed", "20"});
+TEST_F(MeshTest, TheOfficeNeitherDiesNorGrowsInTwoHundredCycles) {
+    Lab lab({"office", "--speed", "max"});
     ASSERT_TRUE(wait_until([&] { return lab.data()["cycle"] >= 20; }, 120s));
     auto early = watch_load(lab, 80);
     auto late = watch_load(lab, 200);

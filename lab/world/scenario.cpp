@@ -1,4 +1,6 @@
-#include "lab/mesh/scenario.h"
+#include "lab/world/scenario.h"
+
+#include <arpa/inet.h>
 
 #include <algorithm>
 #include <cctype>
@@ -80,6 +82,15 @@ std::string read_word_or(const JsonValue &object, const std::string &key, const 
     return object.has(key) ? read_word(object.at(key)) : otherwise;
 }
 
+std::string read_address(const JsonValue &value) {
+    std::string address = value.text();
+    in6_addr parsed = {};  // large enough for both
+    if (inet_pton(AF_INET, address.c_str(), &parsed) != 1 && inet_pton(AF_INET6, address.c_str(), &parsed) != 1) {
+        value.fail("must be an IP address such as \"192.168.1.20\"");
+    }
+    return address;
+}
+
 // Reads the devices and stations and keeps what has to be unique or to be found again.
 class Reader {
 public:
@@ -121,7 +132,7 @@ private:
     }
 
     std::string read_new_mac(const JsonValue &value) {
-        std::string mac = lower_case(value.mac());
+        std::string mac = lower_case(value.device_mac());
         if (!macs_.insert(mac).second) {
             value.fail(mac + " is there twice");
         }
@@ -138,10 +149,10 @@ private:
         return otherwise;
     }
 
-    DeviceSpec read_device(const JsonValue &value) {
+    DeviceAtStart read_device(const JsonValue &value) {
         value.allow_keys({"name", "role", "al_mac", "base_mac", "uplink_mac", "firmware_version", "host_name", "ip",
                           "lease_ip", "radios", "backhaul", "wired_clients"});
-        DeviceSpec device;
+        DeviceAtStart device;
         device.name = read_device_name(value.at("name"));
         if (!places_.emplace(device.name, places_.size()).second) {
             value.at("name").fail("\"" + device.name + "\" is there twice");
@@ -152,8 +163,8 @@ private:
         device.uplink_mac = read_new_mac_or(value, "uplink_mac", mac_beside(device.al_mac, kUplinkOffset));
         device.firmware_version = read_short_text(value.at("firmware_version"));
         device.host_name = read_word_or(value, "host_name", device.name);
-        device.ip = read_word(value.at("ip"));
-        device.lease_ip = read_word_or(value, "lease_ip", device.ip);
+        device.ip = read_address(value.at("ip"));
+        device.lease_ip = value.has("lease_ip") ? read_address(value.at("lease_ip")) : device.ip;
         for (const JsonValue &item : value.items_of("radios")) {
             device.radios.push_back(read_radio(item, device));
         }
@@ -163,7 +174,7 @@ private:
         return device;
     }
 
-    Radio read_radio(const JsonValue &value, const DeviceSpec &device) {
+    Radio read_radio(const JsonValue &value, const DeviceAtStart &device) {
         value.allow_keys({"channel", "bss"});
         Radio radio;
         radio.channel = value.at("channel").integer(1, 196);
@@ -206,7 +217,7 @@ private:
         }
         const auto controllers =
             std::count_if(scenario_.devices.begin(), scenario_.devices.end(),
-                          [](const DeviceSpec &device) { return device.role == Role::kController; });
+                          [](const DeviceAtStart &device) { return device.role == Role::kController; });
         if (controllers != 1) {
             list.fail("must have one Controller, has " + std::to_string(controllers));
         }
@@ -220,7 +231,7 @@ private:
         return found->second;
     }
 
-    void read_backhaul(const JsonValue &value, DeviceSpec &device) const {
+    void read_backhaul(const JsonValue &value, DeviceAtStart &device) const {
         value.allow_keys({"to", "over", "signal", "rate"});
         device.has_backhaul = true;
         Backhaul &link = device.backhaul;
@@ -240,7 +251,7 @@ private:
         }
     }
 
-    static bool has_bss(const DeviceSpec &device, Band band, bool backhaul) {
+    static bool has_bss(const DeviceAtStart &device, Band band, bool backhaul) {
         return std::any_of(device.radios.begin(), device.radios.end(), [=](const Radio &radio) {
             return radio.band() == band && std::any_of(radio.bss.begin(), radio.bss.end(),
                                                        [=](const Bss &bss) { return bss.backhaul == backhaul; });
@@ -250,12 +261,12 @@ private:
     // One root; from every other device the links lead to it.
     void check_tree(const JsonValue &list) const {
         const auto roots = std::count_if(scenario_.devices.begin(), scenario_.devices.end(),
-                                         [](const DeviceSpec &device) { return !device.has_backhaul; });
+                                         [](const DeviceAtStart &device) { return !device.has_backhaul; });
         if (roots != 1) {
             list.fail("must have one device without \"backhaul\", has " + std::to_string(roots));
         }
         for (std::size_t i = 0; i < scenario_.devices.size(); ++i) {
-            const DeviceSpec *device = &scenario_.devices[i];
+            const DeviceAtStart *device = &scenario_.devices[i];
             for (std::size_t steps = 0; device->has_backhaul; ++steps) {
                 if (steps > scenario_.devices.size()) {
                     items_[i].at("backhaul").fail("goes round in a circle");
@@ -265,9 +276,9 @@ private:
         }
     }
 
-    StationSpec read_station(const JsonValue &value) {
+    StationAtStart read_station(const JsonValue &value) {
         value.allow_keys({"mac", "device", "band", "signal", "rate", "host_name", "ip", "stays"});
-        StationSpec station;
+        StationAtStart station;
         station.mac = read_new_mac(value.at("mac"));
         station.device = read_place(value.at("device"));
         station.band = read_name(value.at("band"), kBands);
@@ -277,7 +288,7 @@ private:
         station.signal = value.at("signal").integer(kMinSignal, kMaxSignal);
         station.rate = value.at("rate").integer(1, kMaxRate);
         station.host_name = read_word_or(value, "host_name", "*");
-        station.ip = read_word(value.at("ip"));
+        station.ip = read_address(value.at("ip"));
         station.stays = value.boolean_or("stays", false);
         return station;
     }
@@ -292,7 +303,7 @@ Json bss_json(const Bss &bss) {
     return {{"interface", bss.interface}, {"bssid", bss.bssid}, {"use", name_of(bss.backhaul, kUses)}};
 }
 
-Json device_json(const DeviceSpec &device, const Scenario &scenario) {
+Json device_json(const DeviceAtStart &device, const Scenario &scenario) {
     Json radios = Json::array();
     for (const Radio &radio : device.radios) {
         Json list = Json::array();
@@ -322,7 +333,7 @@ Json device_json(const DeviceSpec &device, const Scenario &scenario) {
     return json;
 }
 
-Json station_json(const StationSpec &station, const Scenario &scenario) {
+Json station_json(const StationAtStart &station, const Scenario &scenario) {
     Json json = {{"mac", station.mac},
                  {"device", scenario.devices[station.device].name},
                  {"band", name_of(station.band, kBands)},
@@ -347,15 +358,15 @@ std::string list_text(const std::vector<Json> &items) {
 
 }  // namespace
 
-Scenario Scenario::read_file(const std::string &path) { return Reader().read(JsonValue::read_file(path)); }
+Scenario Scenario::read(const JsonValue &file) { return Reader().read(file); }
 
 std::string Scenario::text() const {
     std::vector<Json> device_items;
     std::vector<Json> station_items;
-    for (const DeviceSpec &device : devices) {
+    for (const DeviceAtStart &device : devices) {
         device_items.push_back(device_json(device, *this));
     }
-    for (const StationSpec &station : stations) {
+    for (const StationAtStart &station : stations) {
         station_items.push_back(station_json(station, *this));
     }
     const Json pace_json = {

@@ -9,9 +9,11 @@
 #include <string_view>
 #include <vector>
 
-#include "lab/mesh/scenario.h"
+#include "lab/world/scenario.h"
 
 namespace lab {
+
+inline constexpr std::size_t kMaxMessage = 1000;  // bytes that the air carries at once
 
 struct DeviceNow {
     Role role;
@@ -46,15 +48,19 @@ public:
     const Scenario &scenario() const { return scenario_; }
     unsigned cycle() const { return cycle_; }
     std::size_t size() const { return devices_.size(); }
-    const DeviceSpec &spec(std::size_t device) const { return scenario_.devices[device]; }
+    const DeviceAtStart &at_start(std::size_t device) const { return scenario_.devices[device]; }
     const DeviceNow &now(std::size_t device) const { return devices_[device]; }
-    const StationSpec &station(std::size_t station) const { return scenario_.stations[station]; }
+    const StationAtStart &station(std::size_t station) const { return scenario_.stations[station]; }
     const StationNow &station_now(std::size_t station) const { return stations_[station]; }
 
     std::optional<std::size_t> find_device(std::string_view name) const;
     std::optional<std::size_t> find_al_mac(std::string_view mac) const;
-    std::optional<std::size_t> find_station(std::string_view mac) const;
+    std::vector<std::size_t> find_stations(const std::string &name) const;  // or with this MAC
     std::optional<std::size_t> controller() const;
+
+    // What people call a station: its host name, or its MAC where it has none. `name_of` takes a MAC, of anything.
+    std::string station_name(std::size_t station) const;
+    std::string name_of(const std::string &mac) const;
 
     // The BSS that the station is on; none when it is away, blocked, or its device or BSS is off.
     std::optional<BssPlace> bss_of(std::size_t station) const;

@@ -1,17 +1,15 @@
 // The stand-alone host, its daemon and the real module together, as programs: what the user types and sees.
-#include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <functional>
-#include <thread>
 
 #include "lab/mapd/wire.h"
+#include "tests/lab/program.h"
 #include "tests/support/module_test.h"
 
+using lab_test::wait_until;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -29,55 +27,22 @@ struct Result {
     std::string errors;
 };
 
-// Runs a command line in a shell.
-Result run(const std::string &command) {
-    const std::string line = "PATH=" QO1905_BINARY_DIR "/programs:" QO1905_SOURCE_DIR "/lab/programs:$PATH; { " +
-                             command + "; } >out.txt 2>err.txt";
-    fake::host.real_shell = true;
-    const int status = std::system(line.c_str());
-    fake::host.real_shell = false;
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file("out.txt"), read_file("err.txt")};
-}
+// The programs of a device go first.
+const std::string kPath = "PATH=" QO1905_BINARY_DIR "/programs:" QO1905_SOURCE_DIR "/lab/programs:$PATH; ";
 
-bool wait_until(const std::function<bool()> &condition) {
-    for (int i = 0; i < 500; ++i) {
-        if (condition()) {
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return false;
+// Runs a command line in a shell; its output and its errors apart.
+Result run(const std::string &command) {
+    const int status = lab_test::run({"sh", "-c", kPath + "{ " + command + "; } >out.txt 2>err.txt"}).status;
+    return {status, read_file("out.txt"), read_file("err.txt")};
 }
 
 // A program in the background, ended with the test.
-class Program {
+class Background : public lab_test::Program {
 public:
-    explicit Program(const std::string &command) : pid_(fork()) {
-        if (pid_ == 0) {
-            const std::string line =
-                "PATH=" QO1905_BINARY_DIR "/programs:" QO1905_SOURCE_DIR "/lab/programs:$PATH; exec " + command;
-            execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
-            _exit(127);
-        }
-    }
-    ~Program() { end(SIGKILL); }
-    Program(const Program &) = delete;
-    Program &operator=(const Program &) = delete;
-
-    int end(int signal) {
-        if (pid_ < 0) {
-            return -1;
-        }
-        kill(pid_, signal);
-        int status = 0;
-        waitpid(pid_, &status, 0);
-        pid_ = -1;
-        return status;
-    }
-    pid_t pid() const { return pid_; }
-
-private:
-    pid_t pid_;
+    explicit Background(const std::string &command) : Program({"sh", "-c", kPath + "exec " + command}) {}
+    ~Background() { end(SIGKILL); }
+    Background(const Background &) = delete;
+    Background &operator=(const Background &) = delete;
 };
 
 class HostTest : public ModuleTest {
@@ -91,7 +56,7 @@ protected:
 };
 
 TEST_F(HostTest, RunsCyclesAndTellsEachInALine) {
-    const Program daemon(mapd("--reports " + kSamples + "home.reports.json"));
+    const Background daemon(mapd("--reports " + kSamples + "home.reports.json"));
     wait_for_daemon();
     const Result result =
         run(kHost + " " + kSamples + "controller.device.json --unit 0.02 --cycles 3 --files-at /there");
@@ -110,7 +75,7 @@ TEST_F(HostTest, RunsCyclesAndTellsEachInALine) {
 }
 
 TEST_F(HostTest, AnAgentReportsItsStations) {
-    const Program daemon(mapd());
+    const Background daemon(mapd());
     wait_for_daemon();
     EXPECT_EQ(run(kHost + " " + kSamples + "agent.device.json --unit 0.01 --cycles 1").status, 0);
     EXPECT_EQ(read_file("/tmp/mapd.log"),
@@ -129,7 +94,7 @@ TEST_F(HostTest, ACycleWithoutADaemonWritesNothingAndSaysSo) {
 }
 
 TEST_F(HostTest, TheFirstCallComesAfterTheFirstDelay) {
-    const Program daemon(mapd());
+    const Background daemon(mapd());
     wait_for_daemon();
     const auto start = std::chrono::steady_clock::now();
     run(kHost + " " + kSamples + "controller.device.json --unit 0.05 --cycles 2");
@@ -140,7 +105,7 @@ TEST_F(HostTest, ACommandFromTheMeshSwitchesAnInterfaceAndFillsTheBlockList) {
     write_file("orders.json",
                R"([{"SrcAlMac": "02:c0:00:00:00:01", "Interface": "rai0", "Enable": "false", "FilterMode": 0,
                                         "FilterLists": "02-57-00-00-00-14,02:57:00:00:00:11"}])");
-    const Program daemon(mapd("--reports orders.json"));
+    const Background daemon(mapd("--reports orders.json"));
     wait_for_daemon();
     const Result result = run(kHost + " " + kSamples + "agent.device.json --unit 0.05 --cycles 2");
     EXPECT_THAT(result.output, HasSubstr("host: rai0 switched off (/etc/wireless/mt7615/mt7615.2.dat, prefix rai)\n"));
@@ -150,7 +115,7 @@ TEST_F(HostTest, ACommandFromTheMeshSwitchesAnInterfaceAndFillsTheBlockList) {
 
 // On the real wire: a daemon that comes late, and one that is killed and comes back.
 TEST_F(HostTest, ADaemonThatComesLateOrRestartsIsAttachedAgain) {
-    const Program host(kHost + " " + kSamples + "controller.device.json --unit 0.02 >host.txt 2>&1");
+    const Background host(kHost + " " + kSamples + "controller.device.json --unit 0.02 >host.txt 2>&1");
     ASSERT_TRUE(wait_until(
         [] { return file_exists("host.txt") && read_file("host.txt").find("Can't connect to") != std::string::npos; }));
     const auto reported = [] {
@@ -158,7 +123,7 @@ TEST_F(HostTest, ADaemonThatComesLateOrRestartsIsAttachedAgain) {
                object_text(read_file(kModel), "IEEE1905Device.1").find("living-room") != std::string::npos;
     };
     {
-        Program daemon(mapd("--reports " + kSamples + "home.reports.json"));
+        Background daemon(mapd("--reports " + kSamples + "home.reports.json"));
         EXPECT_TRUE(wait_until(reported));
         daemon.end(SIGKILL);
     }
@@ -166,7 +131,7 @@ TEST_F(HostTest, ADaemonThatComesLateOrRestartsIsAttachedAgain) {
     std::string reports = read_file(kSamples + "home.reports.json");
     reports.replace(reports.find("living-room"), 11, "living-rooM");
     write_file("reports.json", reports);
-    const Program again(mapd("--reports reports.json"));
+    const Background again(mapd("--reports reports.json"));
     EXPECT_TRUE(wait_until(
         [] { return object_text(read_file(kModel), "IEEE1905Device.1").find("living-rooM") != std::string::npos; }));
     EXPECT_THAT(read_file("host.txt"), HasSubstr("read error: Connection reset by peer\n"));
@@ -174,10 +139,9 @@ TEST_F(HostTest, ADaemonThatComesLateOrRestartsIsAttachedAgain) {
 
 TEST_F(HostTest, ASignalEndsTheHostAtOnce) {
     for (const int signal : {SIGINT, SIGTERM}) {
-        Program host(kHost + " " + kSamples + "controller.device.json >host.txt 2>&1");
+        Background host(kHost + " " + kSamples + "controller.device.json >host.txt 2>&1");
         ASSERT_TRUE(wait_until([] { return file_exists("host.txt") && !read_file("host.txt").empty(); }));
-        const int status = host.end(signal);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 128 + signal) << status;
+        EXPECT_EQ(host.end(signal), 128 + signal);
         std::remove("host.txt");
     }
 }
@@ -203,6 +167,7 @@ struct Mistake {
 TEST_F(HostTest, MistakesInTheDescriptionAreToldWithTheirPlace) {
     const std::string good =
         R"("role": "agent", "base_mac": "02:0a:00:00:00:01", "firmware_version": "1", "host_name": "n", "ip": "i")";
+    const std::string ra0 = R"(, "wifi": [{"instance": 1, "name": "ra0", "mac": "02:0a:00:00:06:00"}])";
     const Mistake mistakes[] = {
         {"", "line 1: no JSON: "},
         {"{\n\"role\": \n\n}", "line 4: no JSON: "},
@@ -220,8 +185,15 @@ TEST_F(HostTest, MistakesInTheDescriptionAreToldWithTheirPlace) {
         {"{" + good + R"(, "wifi": [{"instance": 1, "name": "0123456789012345678901234567890123456789"}]})",
          "wifi[0].name: must be at most 31 bytes long"},
         {"{" + good + R"(, "easymesh": "yes"})", "easymesh: must be true or false"},
-        {"{" + good + R"(, "stations": {"ra0": [{"mac": "02:57:00:00:00:01"}]}})",
+        {"{" + good + ra0 + R"(, "stations": {"ra0": [{"mac": "02:57:00:00:00:01"}]}})",
          "stations.ra0[0]: key \"rate\" is missing"},
+        {"{" + good + ra0 + R"(, "stations": {"ra0": [{"mac": "ff:ff:ff:ff:ff:ff", "rate": 1}]}})",
+         "stations.ra0[0].mac: ff:ff:ff:ff:ff:ff is no device's MAC"},
+        {"{" + good + ra0 + R"(, "stations": {"ra1": []}})", "stations.ra1: \"wifi\" has no interface of that name"},
+        {"{" + good +
+             R"(, "wifi": [{"instance": 1, "name": "ra0", "mac": "02:0a:00:00:06:00"}, {"instance": 2, "name": "ra0", "mac": "02:0a:00:00:06:01"}]})",
+         "wifi[1]: an interface of this instance or name is there already"},
+        {"{" + good + R"(, "ip": "j"})", "device.json: key \"ip\" is there twice"},
         {"{" + good + R"(, "known_devices": [1]})", "known_devices[0]: must be a text"},
     };
     for (const Mistake &mistake : mistakes) {
@@ -264,7 +236,7 @@ TEST_F(HostTest, WrongArgumentsEndWithStatus2) {
 
 TEST_F(HostTest, TheClientTellsWhatTheDaemonAnswers) {
     EXPECT_THAT(run(kCli + " /tmp/mapd_ctrl dump_topology_v1").errors, HasSubstr("no daemon answers"));
-    const Program daemon(mapd());
+    const Background daemon(mapd());
     wait_for_daemon();
     EXPECT_EQ(run(kCli + " /tmp/mapd_ctrl dump_topology_v1").status, 0);
     EXPECT_EQ(read_file(kDump), read_file(kSamples + "home.dump.json"));
@@ -278,7 +250,7 @@ TEST_F(HostTest, TheClientTellsWhatTheDaemonAnswers) {
 }
 
 TEST_F(HostTest, TheDaemonOutlivesRequestsOfNoForm) {
-    const Program daemon(mapd());
+    const Background daemon(mapd());
     wait_for_daemon();
     const int fd = lab::open_client_socket();
     ASSERT_TRUE(lab::connect_to(fd, "/tmp/mapd_ctrl"));
@@ -291,7 +263,7 @@ TEST_F(HostTest, TheDaemonOutlivesRequestsOfNoForm) {
 }
 
 TEST_F(HostTest, TheDaemonRemovesItsSocketWhenItIsAskedToEnd) {
-    Program daemon(mapd());
+    Background daemon(mapd());
     wait_for_daemon();
     EXPECT_EQ(daemon.end(SIGTERM), 0);
     EXPECT_FALSE(file_exists("/tmp/mapd_ctrl"));

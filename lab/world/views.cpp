@@ -1,4 +1,4 @@
-#include "lab/mesh/views.h"
+#include "lab/world/views.h"
 
 #include <algorithm>
 
@@ -36,8 +36,8 @@ bool is_at(const std::optional<BssPlace> &place, std::size_t radio, std::size_t 
 }
 
 Json stations_of_bss(const World &world, std::size_t device, std::size_t radio, std::size_t index) {
-    const Bss &bss = world.spec(device).radios[radio].bss[index];
-    const Band band = world.spec(device).radios[radio].band();
+    const Bss &bss = world.at_start(device).radios[radio].bss[index];
+    const Band band = world.at_start(device).radios[radio].band();
     Json stations = Json::array();
     for (std::size_t i = 0; i < world.scenario().stations.size(); ++i) {
         if (world.station_now(i).device == device && is_at(world.bss_of(i), radio, index)) {
@@ -46,9 +46,9 @@ Json stations_of_bss(const World &world, std::size_t device, std::size_t radio, 
         }
     }
     for (std::size_t i = 0; i < world.size(); ++i) {
-        const Backhaul &link = world.spec(i).backhaul;
+        const Backhaul &link = world.at_start(i).backhaul;
         if (link.to == device && is_at(world.uplink_bss(i), radio, index)) {
-            stations.push_back(station_json(world.spec(i).uplink_mac, bss, band, true, link.signal, link.rate));
+            stations.push_back(station_json(world.at_start(i).uplink_mac, bss, band, true, link.signal, link.rate));
         }
     }
     return stations;
@@ -56,7 +56,7 @@ Json stations_of_bss(const World &world, std::size_t device, std::size_t radio, 
 
 // A BSS that is off is not on the air: the daemon lists none.
 Json radio_json(const World &world, std::size_t device, std::size_t index) {
-    const Radio &radio = world.spec(device).radios[index];
+    const Radio &radio = world.at_start(device).radios[index];
     Json list = Json::array();
     for (std::size_t i = 0; i < radio.bss.size(); ++i) {
         if (!world.is_on(device, {index, i})) {
@@ -72,12 +72,21 @@ Json radio_json(const World &world, std::size_t device, std::size_t index) {
                         {"connected sta info", stations_of_bss(world, device, index, i)}});
     }
     const bool low = radio.band() == Band::k2_4GHz;
-    return {{"radio identifier", mac_beside(world.spec(device).al_mac, 1 + static_cast<int>(index))},
+    return {{"radio identifier", mac_beside(world.at_start(device).al_mac, 1 + static_cast<int>(index))},
             {"channel", number(radio.channel)},
             {"operating class", low ? "81" : "128"},
             {"bandwidth", low ? "20" : "80"},
             {"BSS count", list.size()},
             {"BSSINFO", list}};
+}
+
+// As the module prints one into a report, without leading zeros.
+std::string short_mac(const std::string &mac) {
+    std::string text;
+    for (std::size_t i = 0; i < mac.size(); i += 3) {
+        text += (i == 0 ? "" : ":") + mac.substr(mac[i] == '0' ? i + 1 : i, mac[i] == '0' ? 1 : 2);
+    }
+    return text;
 }
 
 // One end of a backhaul link, as the device at that end describes it.
@@ -89,10 +98,10 @@ struct LinkEnd {
 };
 
 LinkEnd link_end(const World &world, std::size_t lower, bool seen_from_lower) {
-    const Backhaul &link = world.spec(lower).backhaul;
+    const Backhaul &link = world.at_start(lower).backhaul;
     const auto bss = world.uplink_bss(lower);
-    const std::string upper_mac = bss ? world.bss(link.to, *bss).bssid : world.spec(link.to).al_mac;
-    const std::string lower_mac = bss ? world.spec(lower).uplink_mac : world.spec(lower).al_mac;
+    const std::string upper_mac = bss ? world.bss(link.to, *bss).bssid : world.at_start(link.to).al_mac;
+    const std::string lower_mac = bss ? world.at_start(lower).uplink_mac : world.at_start(lower).al_mac;
     return seen_from_lower ? LinkEnd{link.to, lower_mac, upper_mac, link} : LinkEnd{lower, upper_mac, lower_mac, link};
 }
 
@@ -102,7 +111,7 @@ std::vector<LinkEnd> link_ends(const World &world, std::size_t device) {
         ends.push_back(link_end(world, device, true));
     }
     for (std::size_t i = 0; i < world.size(); ++i) {
-        if (world.is_linked(i) && world.spec(i).backhaul.to == device) {
+        if (world.at_start(i).backhaul.to == device && world.is_linked(i)) {
             ends.push_back(link_end(world, i, false));
         }
     }
@@ -113,7 +122,7 @@ void add_links(const World &world, std::size_t device, Json &entry) {
     Json links = Json::array();
     Json metrics = Json::array();
     for (const LinkEnd &end : link_ends(world, device)) {
-        const std::string &neighbour = world.spec(end.neighbour).al_mac;
+        const std::string &neighbour = world.at_start(end.neighbour).al_mac;
         links.push_back({{"neighbor almac addr", neighbour},
                          {"connected iface addr", end.own_mac},
                          {"Backhaul Medium Type", medium_text(end.link.over)},
@@ -130,30 +139,30 @@ void add_links(const World &world, std::size_t device, Json &entry) {
 }
 
 Json dump_entry(const World &world, std::size_t device) {
-    const DeviceSpec &spec = world.spec(device);
+    const DeviceAtStart &start = world.at_start(device);
     const bool linked = world.is_linked(device);
-    Json entry = {{"AL MAC", spec.al_mac},
+    Json entry = {{"AL MAC", start.al_mac},
                   {"Device role", world.now(device).role == Role::kController ? "01" : "02"},
-                  {"Device name", spec.name},
+                  {"Device name", start.name},
                   {"Manufacturer", "Lab"},
                   {"Uptime", number(kUptimeAtStart + clock_seconds(world))},
                   {"Distance from controller", number(world.depth(device))},
-                  {"Upstream device", linked ? world.spec(spec.backhaul.to).al_mac : kNoMac}};
+                  {"Upstream device", linked ? world.at_start(start.backhaul.to).al_mac : kNoMac}};
     if (const auto uplink = world.uplink_bss(device)) {
-        entry["BH Interface(APCLI)"] = Json::array({{{"MAC address", spec.uplink_mac},
+        entry["BH Interface(APCLI)"] = Json::array({{{"MAC address", start.uplink_mac},
                                                      {"Interface", "apclii0"},
                                                      {"SSID", "Home-mesh"},
-                                                     {"BSSID", world.bss(spec.backhaul.to, *uplink).bssid}}});
+                                                     {"BSSID", world.bss(start.backhaul.to, *uplink).bssid}}});
     }
     Json radios = Json::array();
-    for (std::size_t i = 0; i < spec.radios.size(); ++i) {
+    for (std::size_t i = 0; i < start.radios.size(); ++i) {
         radios.push_back(radio_json(world, device, i));
     }
     entry["Number of radios"] = radios.size();
     entry["Radio Info"] = radios;
     Json clients = Json::array();
-    for (const std::string &mac : spec.wired_clients) {
-        clients.push_back({{"Client Address", mac}, {"1905 Intf address", spec.al_mac}, {"Medium", "Ethernet"}});
+    for (const std::string &mac : start.wired_clients) {
+        clients.push_back({{"Client Address", mac}, {"1905 Intf address", start.al_mac}, {"Medium", "Ethernet"}});
     }
     entry["Other Clients Info"] = clients;
     add_links(world, device, entry);
@@ -161,7 +170,7 @@ Json dump_entry(const World &world, std::size_t device) {
 }
 
 void add_wifi(const World &world, std::size_t device, Json &description) {
-    for (const Radio &radio : world.spec(device).radios) {
+    for (const Radio &radio : world.at_start(device).radios) {
         for (const Bss &bss : radio.bss) {
             const bool enabled = world.now(device).disabled.count(bss.interface) == 0;
             description["wifi"].push_back({{"instance", radio.instance(bss)},
@@ -185,10 +194,10 @@ void add_stations(const World &world, std::size_t device, Json &description) {
     }
     for (std::size_t i = 0; i < world.size(); ++i) {
         const auto place = world.uplink_bss(i);
-        if (place && world.spec(i).backhaul.to == device) {
-            stations[world.bss(device, *place).interface].push_back({{"mac", world.spec(i).uplink_mac},
-                                                                     {"rate", world.spec(i).backhaul.rate},
-                                                                     {"mesh_al_mac", world.spec(i).al_mac}});
+        if (place && world.at_start(i).backhaul.to == device) {
+            stations[world.bss(device, *place).interface].push_back({{"mac", world.at_start(i).uplink_mac},
+                                                                     {"rate", world.at_start(i).backhaul.rate},
+                                                                     {"mesh_al_mac", world.at_start(i).al_mac}});
         }
     }
 }
@@ -215,24 +224,24 @@ std::string topology_dump(const World &world, std::size_t device) {
 }
 
 nlohmann::ordered_json device_description(const World &world, std::size_t device) {
-    const DeviceSpec &spec = world.spec(device);
+    const DeviceAtStart &start = world.at_start(device);
     const auto controller = world.controller();
     Json description = {{"role", world.now(device).role == Role::kController ? "controller" : "agent"},
-                        {"base_mac", spec.base_mac},
-                        {"controller_mac", controller ? world.spec(*controller).al_mac : kNoMac},
-                        {"firmware_version", spec.firmware_version},
-                        {"host_name", spec.host_name},
-                        {"ip", spec.ip},
+                        {"base_mac", start.base_mac},
+                        {"controller_mac", controller ? world.at_start(*controller).al_mac : kNoMac},
+                        {"firmware_version", start.firmware_version},
+                        {"host_name", start.host_name},
+                        {"ip", start.ip},
                         {"wifi", Json::array()},
                         {"stations", Json::object()},
                         {"known_devices", Json::array()}};
     description["ethernet_links"] =
-        Json::array({{{"lower_layers", "Device.Bridging.Bridge.1.Port.1"}, {"mac", spec.al_mac}, {"status", "Up"}}});
+        Json::array({{{"lower_layers", "Device.Bridging.Bridge.1.Port.1"}, {"mac", start.al_mac}, {"status", "Up"}}});
     add_wifi(world, device, description);
     add_stations(world, device, description);
     for (std::size_t i = 0; i < world.size(); ++i) {
         if (i != device && world.reaches(device, i)) {
-            description["known_devices"].push_back(world.spec(i).al_mac);
+            description["known_devices"].push_back(world.at_start(i).al_mac);
         }
     }
     return description;
@@ -241,42 +250,67 @@ nlohmann::ordered_json device_description(const World &world, std::size_t device
 std::string leases(const World &world) {
     std::string text;
     for (std::size_t i = 0; i < world.size(); ++i) {
-        const DeviceSpec &spec = world.spec(i);
-        if (spec.has_backhaul && world.now(i).up) {
-            text += lease(world, spec.al_mac, spec.lease_ip, spec.host_name);
+        const DeviceAtStart &start = world.at_start(i);
+        if (start.has_backhaul && world.now(i).up) {
+            text += lease(world, start.al_mac, start.lease_ip, start.host_name);
         }
     }
     for (std::size_t i = 0; i < world.scenario().stations.size(); ++i) {
-        const StationSpec &spec = world.station(i);
+        const StationAtStart &start = world.station(i);
         if (world.bss_of(i)) {
-            text += lease(world, spec.mac, spec.ip, spec.host_name);
+            text += lease(world, start.mac, start.ip, start.host_name);
         }
     }
     return text;
 }
 
+std::string agent_report(const World &world, std::size_t device) {
+    const DeviceAtStart &start = world.at_start(device);
+    std::string stations;
+    for (std::size_t i = 0; i < world.scenario().stations.size(); ++i) {
+        if (world.station_now(i).device == device && world.bss_of(i)) {
+            stations += (stations.empty() ? "{ \"STAMac\": \"" : ", { \"STAMac\": \"") +
+                        short_mac(world.station(i).mac) + "\", \"PhyRate\": " + number(world.rate(i)) + '}';
+        }
+    }
+    return "{ \"SrcAlMac\": \"" + start.base_mac + "\", \"FWVersion\": \"" + start.firmware_version +
+           "\", \"HostName\": \"" + start.host_name + "\", \"DeviceIP\": \"" + start.ip + "\", \"STAInfo\": [" +
+           stations + "]}";
+}
+
+std::vector<std::size_t> devices_with_long_reports(const World &world) {
+    std::vector<std::size_t> devices;
+    for (std::size_t i = 0; i < world.size(); ++i) {
+        if (world.now(i).role == Role::kAgent && agent_report(world, i).size() > kMaxMessage) {
+            devices.push_back(i);
+        }
+    }
+    return devices;
+}
+
 nlohmann::ordered_json world_state(const World &world) {
     Json devices = Json::array();
     for (std::size_t i = 0; i < world.size(); ++i) {
-        const DeviceSpec &spec = world.spec(i);
-        devices.push_back({{"name", spec.name},
+        const DeviceAtStart &start = world.at_start(i);
+        devices.push_back({{"name", start.name},
                            {"role", world.now(i).role == Role::kController ? "controller" : "agent"},
                            {"up", world.now(i).up},
-                           {"al_mac", spec.al_mac},
-                           {"firmware_version", spec.firmware_version},
-                           {"host_name", spec.host_name},
-                           {"ip", spec.ip},
-                           {"lease_ip", spec.lease_ip},
+                           {"al_mac", start.al_mac},
+                           {"firmware_version", start.firmware_version},
+                           {"host_name", start.host_name},
+                           {"ip", start.ip},
+                           {"lease_ip", start.lease_ip},
                            {"off", world.now(i).disabled},
                            {"blocked", world.now(i).blocked},
-                           {"wired_clients", spec.wired_clients}});
+                           {"wired_clients", start.wired_clients}});
     }
     Json stations = Json::array();
     for (std::size_t i = 0; i < world.scenario().stations.size(); ++i) {
         const StationNow &now = world.station_now(i);
         const auto place = world.bss_of(i);
         Json station = {
-            {"mac", world.station(i).mac},    {"device", world.spec(now.device).name},
+            {"mac", world.station(i).mac},    {"name", world.station_name(i)},
+            {"ip", world.station(i).ip},      {"device", world.at_start(now.device).name},
             {"connected", place.has_value()}, {"band", world.station(i).band == Band::k2_4GHz ? "2.4 GHz" : "5 GHz"},
             {"signal", now.signal},           {"rate", world.rate(i)}};
         if (place) {

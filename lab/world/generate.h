@@ -1,7 +1,7 @@
 // Scenarios of any size, from a seed.
 #pragma once
 
-#include "lab/mesh/scenario.h"
+#include "lab/world/scenario.h"
 
 namespace lab {
 

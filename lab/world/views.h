@@ -3,8 +3,9 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
-#include "lab/mesh/world.h"
+#include "lab/world/world.h"
 
 namespace lab {
 
@@ -16,6 +17,12 @@ nlohmann::ordered_json device_description(const World &world, std::size_t device
 
 // dnsmasq's lease file: the devices and the stations that are in the mesh.
 std::string leases(const World &world);
+
+// What the device's module reports to the Controller now, if no value of it needs escaping.
+std::string agent_report(const World &world, std::size_t device);
+
+// The Agents whose reports are longer than the air carries.
+std::vector<std::size_t> devices_with_long_reports(const World &world);
 
 // The world itself, for people and tests.
 nlohmann::ordered_json world_state(const World &world);

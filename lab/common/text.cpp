@@ -1,0 +1,32 @@
+#include "lab/common/text.h"
+
+#include <algorithm>
+#include <cctype>
+#include <iomanip>
+#include <sstream>
+
+namespace lab {
+
+std::string lower_case(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
+std::string one_line(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, '?');
+    return text;
+}
+
+std::string plural(long count, const std::string &noun) {
+    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+}
+
+std::string short_number(double value) {
+    constexpr double kLarge = 100;
+    std::ostringstream text;
+    text << std::setprecision(value < kLarge ? 3 : 9) << value;
+    return text.str();
+}
+
+}  // namespace lab
