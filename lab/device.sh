@@ -1,17 +1,15 @@
 #!/bin/bash
 # One device of the lab, inside its sandbox: its multi-AP daemon and its host. Ends both when the host ends.
 #
-#     lab/device.sh BUILD_DIR DUMP REPORTS -- HOST_ARGUMENT...
+#     lab/device.sh BUILD_DIR HOST_OPTION...
 #
-# REPORTS may be empty.
+# In QO1905_SCRATCH are dump.json, reports.json and device.json.
 set -euo pipefail
 
-build=$1 dump=$2 reports=$3
-shift 4
+build=$1
+shift
 
-daemon=("$build/qo1905-mapd" --dump "$dump")
-[ -z "$reports" ] || daemon+=(--reports "$reports")
-"${daemon[@]}" &
+"$build/qo1905-mapd" --dump "$QO1905_SCRATCH/dump.json" --reports "$QO1905_SCRATCH/reports.json" &
 daemon_pid=$!
 trap 'kill "$daemon_pid" 2>/dev/null || true' EXIT
 
@@ -24,7 +22,7 @@ while [ ! -S /tmp/mapd_ctrl ]; do
     sleep 0.02
 done
 
-"$build/qo1905-host" "$@" &
+"$build/qo1905-host" "$QO1905_SCRATCH/device.json" "$@" &
 host_pid=$!
 trap 'kill "$host_pid" 2>/dev/null || true' INT TERM HUP
 status=0

@@ -12,7 +12,7 @@
 #
 # Where namespaces are denied or there is no bwrap, or with QO1905_NO_SANDBOX=1, the command runs on the machine's own paths:
 # one at a time, only if none of the files listed below is there yet; they are removed at the end, and kept in DIR/tmp with
-# --root.
+# --root. With QO1905_NAMESPACES=1 somebody has found out already that they can be had.
 set -euo pipefail
 
 project=$(cd "$(dirname "$0")/.." && pwd)
@@ -75,12 +75,26 @@ start_in_namespaces() {
     if [ -n "$strict" ] && [ -z "$thrown_away" ]; then
         exec bwrap "${arguments[@]}" "$@"
     fi
-    bwrap "${arguments[@]}" "$@"
+    local status=0
+    bwrap "${arguments[@]}" "$@" || status=$?
+    remove_mount_points
+    return "$status"
 }
 
 namespaces_work() {
-    [ -z "${QO1905_NO_SANDBOX:-}" ] && command -v bwrap >/dev/null &&
-        start_in_namespaces true 2>/dev/null
+    [ -z "${QO1905_NO_SANDBOX:-}" ] || return 1
+    [ -z "${QO1905_NAMESPACES:-}" ] || return 0
+    command -v bwrap >/dev/null && start_in_namespaces true 2>/dev/null
+}
+
+# A project that lies in /tmp is seen in the device's own; the places made for that are of no use outside.
+remove_mount_points() {
+    local path
+    for path in "$project" "${QO1905_BUILD_DIR:-$project}"; do
+        case $path in
+            /tmp/*) (cd "$root" && rmdir -p --ignore-fail-on-non-empty "${path#/}") 2>/dev/null || true ;;
+        esac
+    done
 }
 
 # --- on the machine's own paths ---
@@ -154,10 +168,33 @@ thrown_away=
 throw_away() {
     [ -z "$thrown_away" ] || rm -rf -- "$root"
 }
+
+# A folder of its own, locked as long as anything of the sandbox lives; one that is taken for an abandoned one before the
+# lock is there is given up for another.
+make_root() {
+    while :; do
+        root=$(mktemp -d "${TMPDIR:-/tmp}/qo1905-sandbox.XXXXXX")
+        exec 8<"$root"
+        flock 8
+        [ ! -d "$root" ] || return 0
+    done
+}
+
+# Folders of sandboxes that were killed: nobody holds their locks.
+remove_abandoned() {
+    local folder
+    for folder in "${TMPDIR:-/tmp}"/qo1905-sandbox.*; do
+        if [ "$folder" != "$root" ] && [ -O "$folder" ] && [ ! -L "$folder" ]; then
+            flock -n "$folder" rm -rf -- "$folder" 2>/dev/null || true
+        fi
+    done
+}
+
 if [ -z "$root" ]; then
-    root=$(mktemp -d "${TMPDIR:-/tmp}/qo1905-sandbox.XXXXXX")
+    make_root
     thrown_away=yes
     trap throw_away EXIT
+    [ -n "$probe" ] || remove_abandoned
 fi
 mkdir -p "$root/tmp/scratch" "$root/run" "$root/dnsmasq" "$root/rc.d"
 

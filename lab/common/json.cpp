@@ -4,10 +4,10 @@
 #include <cctype>
 #include <cstdint>
 #include <nlohmann/json.hpp>
-#include <set>
 
 #include "lab/common/error.h"
 #include "lab/common/input.h"
+#include "lab/common/json_parse.h"
 #include "lab/common/text.h"
 
 namespace lab {
@@ -31,34 +31,33 @@ std::string child_place(const std::string &place, const std::string &key) {
 }
 
 // What the parser says after its own heading and place.
-std::string reason(const Json::exception &error) {
-    const std::string what = error.what();
-    const std::size_t colon = what.find(": ");
-    return colon == std::string::npos ? what : what.substr(colon + 2);
+std::string reason(const std::string &what) {
+    const std::size_t head = what.find("] ");
+    const std::size_t place = what.find(": ");
+    const bool has_place = what.find("parse error at ") != std::string::npos && place != std::string::npos;
+    return has_place ? what.substr(place + 2) : head != std::string::npos ? what.substr(head + 2) : what;
 }
 
-// Refuses an object that has a key twice: nobody can tell which of the two is meant.
-class KeysOnce {
-public:
-    explicit KeysOnce(std::string source) : source_(std::move(source)) {}
-
-    bool operator()(Json::parse_event_t event, const Json &parsed) {
-        if (event == Json::parse_event_t::object_start) {
-            open_.emplace_back();
-        } else if (event == Json::parse_event_t::object_end) {
-            open_.pop_back();
-        } else if (event == Json::parse_event_t::key && !open_.back().insert(parsed.get<std::string>()).second) {
-            throw Error(one_line(source_ + ": key \"" + parsed.get<std::string>() + "\" is there twice"));
-        }
-        return true;
-    }
-
-private:
-    std::string source_;
-    std::vector<std::set<std::string>> open_;  // keys of the objects that are being read
-};
-
 }  // namespace
+
+std::string json_mistake(const std::string &text, std::size_t byte, const std::string &what) {
+    const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(byte, text.size()));
+    const bool is_cut = what.find("unexpected end of input") != std::string::npos ||
+                        what.find("missing closing quote") != std::string::npos;
+    const std::string line = byte == 0 ? "" : "line " + std::to_string(1 + std::count(text.begin(), end, '\n')) + ": ";
+    return line + "no JSON: " + (is_cut && !text.empty() ? "it ends there, in the middle: " : "") + reason(what);
+}
+
+void RepeatedKey::see(nlohmann::json::parse_event_t event, const std::string &key) {
+    using Event = nlohmann::json::parse_event_t;
+    if (event == Event::object_start) {
+        open_.emplace_back();
+    } else if (event == Event::object_end) {
+        open_.pop_back();
+    } else if (event == Event::key && !open_.back().insert(key).second && key_.empty()) {
+        key_ = key;
+    }
+}
 
 JsonValue::JsonValue(std::shared_ptr<const Json> root, const Json *value, std::string place)
     : root_(std::move(root)), value_(value), place_(std::move(place)) {}
@@ -66,18 +65,16 @@ JsonValue::JsonValue(std::shared_ptr<const Json> root, const Json *value, std::s
 JsonValue JsonValue::read_file(const std::string &path) { return parse(read_input(path), input_name(path)); }
 
 JsonValue JsonValue::parse(const std::string &text, const std::string &source) {
-    try {
-        KeysOnce keys(source);
-        const auto root = std::make_shared<const Json>(Json::parse(
-            text, [&keys](int, Json::parse_event_t event, const Json &parsed) { return keys(event, parsed); }));
-        return {root, root.get(), source};
-    } catch (const Json::parse_error &error) {
-        const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(error.byte, text.size()));
-        const auto line = 1 + std::count(text.begin(), end, '\n');
-        throw Error(source + ": line " + std::to_string(line) + ": no JSON: " + reason(error));
-    } catch (const Json::exception &error) {
-        throw Error(source + ": no JSON: " + reason(error));
+    RepeatedKey repeated;
+    std::string mistake;
+    const auto root = std::make_shared<const Json>(parse_json<Json>(text, repeated, mistake));
+    if (mistake.empty() && !repeated.key().empty()) {
+        mistake = "key \"" + one_line(repeated.key()) + "\" is there twice";
     }
+    if (!mistake.empty()) {
+        throw Error(source + ": " + mistake);
+    }
+    return {root, root.get(), source};
 }
 
 void JsonValue::fail(const std::string &what) const { throw Error(one_line(place_ + ": " + what)); }
@@ -100,6 +97,8 @@ void JsonValue::allow_keys(const std::vector<std::string> &allowed) const {
         }
     }
 }
+
+bool JsonValue::is_array() const { return value_->is_array(); }
 
 bool JsonValue::has(const std::string &key) const { return value_->is_object() && value_->contains(key); }
 

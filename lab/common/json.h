@@ -20,6 +20,7 @@ public:
     // The members that an object may have; throws at any other.
     void allow_keys(const std::vector<std::string> &allowed) const;
 
+    bool is_array() const;
     bool has(const std::string &key) const;
     JsonValue at(const std::string &key) const;  // throws when it is not there
     std::vector<JsonValue> items() const;        // throws when this is no array

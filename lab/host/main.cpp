@@ -23,7 +23,6 @@ struct Options {
     std::string device;
     std::string mesh;
     std::string module;
-    std::string files_at = "/tmp";
     double unit_seconds = 1.0;
     unsigned cycles = 0;
 };
@@ -44,9 +43,7 @@ void run_alone(const Options &options, lab::Device &device) {
     lab::FileReader files("/tmp");
     lab::run_timer(std::chrono::duration<double>(options.unit_seconds), options.cycles, [&](unsigned cycle) {
         module.write_change_log();
-        const lab::CycleSummary summary = files.read();
-        const std::string where = summary.files_written == 0 ? "" : " in " + options.files_at;
-        std::cout << "cycle " << cycle << ": " << summary.text() << where << std::endl;
+        std::cout << "cycle " << cycle << ": " << files.read().text() << std::endl;
     });
 }
 
@@ -84,8 +81,6 @@ int parse_and_run(int argc, char **argv) {
     app.add_option("--log-level", log_level, "The module traces at 7 and above")
         ->capture_default_str()
         ->check(CLI::Range(0, 9));
-    app.add_option("--files-at", options.files_at, "Where the files are, as the line of each cycle tells it")
-        ->capture_default_str();
     app.set_version_flag("--version", QO1905_VERSION);
     try {
         app.parse(argc, argv);

@@ -5,7 +5,6 @@
 #include <iostream>
 
 #include "lab/common/error.h"
-#include "lab/common/json.h"
 #include "lab/mapd/control_server.h"
 #include "lab/mapd/replay_service.h"
 #include "lab/mapd/wire.h"
@@ -29,11 +28,6 @@ struct Options {
 
 void serve(const Options &options) {
     lab::ReplayService service(options.dump, options.dump_path, options.reports, options.record);
-    try {
-        (void)lab::JsonValue::read_file(options.dump);
-    } catch (const lab::Error &error) {
-        (void)std::fprintf(stderr, "qo1905-mapd: %s; replayed as it is\n", error.what());
-    }
     lab::ControlServer server(options.socket, service);
     while (stopping == 0) {
         server.serve_once(kPollMs);

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <thread>
 
@@ -22,6 +23,7 @@ namespace fs = std::filesystem;
 
 constexpr const char *kFolders = "/tmp/qo1905-lab.";
 constexpr const char *kKept = "/tmp/qo1905-kept.";
+constexpr const char *kKeepMark = "/keep";
 constexpr std::time_t kYoung = 10;  // seconds in which a lab takes its lock
 
 int open_locked(const std::string &path) {
@@ -33,15 +35,29 @@ int open_locked(const std::string &path) {
     return fd;
 }
 
+// Under the name of those that stay; the old one when that cannot be.
+std::string rename_kept(const std::string &path) {
+    std::error_code error;
+    const std::string kept = kKept + path.substr(std::strlen(kFolders));
+    fs::rename(path, kept, error);
+    return error ? path : kept;
+}
+
+// Of labs that were killed. What was to be kept is.
 void remove_abandoned() {
-    for (const std::string &path : lab_folders()) {
+    for (const std::string &path : lab_folders(geteuid())) {
         struct stat status = {};
         const bool old = stat(path.c_str(), &status) == 0 && status.st_mtime + kYoung < std::time(nullptr);
         const int lock = old ? open_locked(path) : -1;
-        if (lock >= 0) {
-            remove_folder(path);
-            close(lock);
+        if (lock < 0) {
+            continue;
         }
+        if (fs::exists(path + kKeepMark)) {
+            std::cerr << "== a lab that was killed has left " << rename_kept(path) << ", as --keep asked\n";
+        } else {
+            remove_folder(path);
+        }
+        close(lock);
     }
 }
 
@@ -58,14 +74,21 @@ void remove_folder(const std::string &path) {
     }
 }
 
-std::vector<std::string> lab_folders() {
+void remove_mount_point(const std::string &root, const std::string &path) {
+    std::error_code error;
+    for (fs::path place = path; !error && place.string().rfind("/tmp/", 0) == 0; place = place.parent_path()) {
+        fs::remove(root + place.string(), error);  // nothing but an empty folder
+    }
+}
+
+std::vector<std::string> lab_folders(std::optional<uid_t> owner) {
     std::vector<std::string> folders;
     std::error_code error;
     for (const auto &entry : fs::directory_iterator(fs::path(kFolders).parent_path(), error)) {
         const std::string path = entry.path();
         struct stat status = {};
         if (path.rfind(kFolders, 0) == 0 && lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-            status.st_uid == geteuid()) {
+            (!owner || status.st_uid == *owner)) {
             folders.push_back(path);
         }
     }
@@ -82,14 +105,16 @@ LabFolder::LabFolder(bool keep) : path_(std::string(kFolders) + "XXXXXX"), keep_
         remove_folder(path_);
         throw Error(path_ + ": cannot be locked: " + std::strerror(errno));
     }
+    if (keep_) {
+        std::ofstream(path_ + kKeepMark).flush();
+    }
 }
 
 LabFolder::~LabFolder() {
     if (keep_) {
-        std::error_code error;
-        const std::string kept = kKept + path_.substr(std::strlen(kFolders));
-        fs::rename(path_, kept, error);
-        std::cout << "== everything is kept in " << (error ? path_ : kept) << std::endl;
+        std::error_code ignored;
+        fs::remove(path_ + kKeepMark, ignored);
+        std::cout << "== everything is kept in " << rename_kept(path_) << std::endl;
     } else {
         remove_folder(path_);
     }

@@ -1,6 +1,9 @@
 // The folder of a running lab: made at its start, removed at its end.
 #pragma once
 
+#include <sys/types.h>
+
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,7 +30,10 @@ private:
 // Tries again for a while: a sandbox that was killed a moment ago may still be writing.
 void remove_folder(const std::string &path);
 
-// The folders of this user's labs, running or not.
-std::vector<std::string> lab_folders();
+// Where a sandbox with this root has made a place for a folder of the machine's own /tmp.
+void remove_mount_point(const std::string &root, const std::string &path);
+
+// The folders of labs, running or not: of one user, or of all.
+std::vector<std::string> lab_folders(std::optional<uid_t> owner);
 
 }  // namespace lab

@@ -84,6 +84,8 @@ void Node::stop() {
         link_.reset();
     }
     stop_daemon();
+    remove_mount_point(folder_, setup_.build);
+    remove_mount_point(folder_, setup_.project);
     log_.close();
     is_ready_ = false;
     is_busy_ = false;

@@ -1,6 +1,9 @@
 #include "lab/mesh/order_client.h"
 
 #include <poll.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <asio.hpp>
 #include <nlohmann/json.hpp>
@@ -25,11 +28,11 @@ bool connect_to_lab(Stream::socket &socket, const std::string &folder) {
     }
 }
 
-// A lab that was killed answers nobody.
+// Of this user. A lab that was killed answers nobody.
 std::vector<std::string> running_labs() {
     asio::io_context io;
     std::vector<std::string> folders;
-    for (const std::string &folder : lab_folders()) {
+    for (const std::string &folder : lab_folders(geteuid())) {
         Stream::socket socket(io);
         if (connect_to_lab(socket, folder)) {
             folders.push_back(folder);
@@ -38,12 +41,26 @@ std::vector<std::string> running_labs() {
     return folders;
 }
 
+// They cannot be spoken to, but that they are there explains much.
+std::string labs_of_others() {
+    std::string text;
+    for (const std::string &folder : lab_folders(std::nullopt)) {
+        struct stat status = {};
+        if (lstat(folder.c_str(), &status) == 0 && status.st_uid != geteuid()) {
+            const passwd *owner = getpwuid(status.st_uid);
+            text += (text.empty() ? ". Others have one: " : ", ") + folder + " (" +
+                    (owner != nullptr ? owner->pw_name : std::to_string(status.st_uid)) + ")";
+        }
+    }
+    return text;
+}
+
 }  // namespace
 
 std::string find_lab() {
     const std::vector<std::string> folders = running_labs();
     if (folders.empty()) {
-        throw Error("no lab is running; ./dev run starts one");
+        throw Error("no lab is running; ./dev run starts one" + labs_of_others());
     }
     if (folders.size() > 1) {
         std::string text = "several labs are running; choose one with --lab:";

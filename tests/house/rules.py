@@ -36,10 +36,13 @@ AROUND = {
     "lab/mapd": {"module/platform", "lab/common"},
     "lab/host": {"include", "module/platform", "lab/common"},
     "lab/mesh": {"lab/common", "lab/world", "lab/mapd"},
+    "lab/replay": {"lab/common", "lab/host"},
     "lab/rest": set(),
+    # Its command.
+    "lab": {"lab/common", "lab/world", "lab/mesh", "lab/replay"},
     "fuzz": {"include", "module/platform", "fuzz", "tests/support", "lab/common", "lab/world"},
     "bench": set(ROOMS) | {"bench", "tests/support"},
-    "tests": set(ROOMS) | {"lab/common", "lab/world", "lab/mapd", "lab/mesh", "tests", "tests/support"},
+    "tests": set(ROOMS) | {"lab/common", "lab/world", "lab/mapd", "lab/mesh", "lab/replay", "tests", "tests/support"},
 }
 ALLOWED = {**ROOMS, **AROUND}
 

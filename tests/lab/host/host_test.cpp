@@ -58,11 +58,10 @@ protected:
 TEST_F(HostTest, RunsCyclesAndTellsEachInALine) {
     const Background daemon(mapd("--reports " + kSamples + "home.reports.json"));
     wait_for_daemon();
-    const Result result =
-        run(kHost + " " + kSamples + "controller.device.json --unit 0.02 --cycles 3 --files-at /there");
+    const Result result = run(kHost + " " + kSamples + "controller.device.json --unit 0.02 --cycles 3");
     EXPECT_EQ(result.status, 0) << result.errors;
-    EXPECT_THAT(result.output, HasSubstr("cycle 1: 3 devices, 2 Agents, 12 stations; 3 files written in /there\n"));
-    EXPECT_THAT(result.output, HasSubstr("cycle 3: 3 devices, 2 Agents, 12 stations; 3 files written in /there\n"));
+    EXPECT_THAT(result.output, HasSubstr("cycle 1: 3 devices, 2 Agents, 12 stations; 3 files written\n"));
+    EXPECT_THAT(result.output, HasSubstr("cycle 3: 3 devices, 2 Agents, 12 stations; 3 files written\n"));
     EXPECT_EQ(result.errors, "");
     parse_json(read_file(kModel));
     // The reports that the daemon delivered are in the model.

@@ -1,5 +1,7 @@
 #include "tests/lab/mesh/lab_process.h"
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <stdexcept>
 
@@ -30,6 +32,22 @@ std::string folder_in(const std::string &output) {
 }
 
 }  // namespace
+
+void InOwnFolder::SetUp() {
+    if (run({kSandbox, "--probe"}).status != 0) {
+        GTEST_SKIP() << "this machine denies namespaces, and every device of the lab needs a sandbox";
+    }
+    own_folder_ = testing::TempDir() + "qo1905-lab-test.XXXXXX";
+    ASSERT_NE(mkdtemp(own_folder_.data()), nullptr);
+    fs::current_path(own_folder_);
+}
+
+void InOwnFolder::TearDown() {
+    fs::current_path("/");
+    if (!own_folder_.empty()) {
+        fs::remove_all(own_folder_);
+    }
+}
 
 Words processes_of(const std::string &folder) {
     Words found;

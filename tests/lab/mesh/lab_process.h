@@ -1,6 +1,8 @@
 // A lab as people start it: its process, its orders and its devices' files.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -10,6 +12,16 @@ namespace lab_test {
 
 inline const std::string kLab = QO1905_BINARY_DIR "/qo1905-lab";
 inline const std::string kSandbox = QO1905_SOURCE_DIR "/lab/sandbox.sh";
+
+// A test of programs that need a sandbox per device; skipped where none can be had. Its working directory is its own.
+class InOwnFolder : public testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+private:
+    std::string own_folder_;
+};
 
 // Every process that the lab with this folder has brought into being.
 Words processes_of(const std::string &folder);

@@ -91,24 +91,8 @@ json read_scenario(const std::string &name) { return json::parse(text_of(kScenar
 
 // ---- the tests ----
 
-class MeshTest : public testing::Test {
+class MeshTest : public InOwnFolder {
 protected:
-    void SetUp() override {
-        if (run({kSandbox, "--probe"}).status != 0) {
-            GTEST_SKIP() << "this machine denies namespaces, and a mesh needs a sandbox per device";
-        }
-        std::string folder = testing::TempDir() + "qo1905-mesh-test.XXXXXX";
-        ASSERT_NE(mkdtemp(folder.data()), nullptr);
-        fs::current_path(folder);
-        own_folder_ = folder;
-    }
-    void TearDown() override {
-        fs::current_path("/");
-        if (!own_folder_.empty()) {
-            fs::remove_all(own_folder_);
-        }
-    }
-
     static std::string write_scenario(const json &scenario) {
         std::ofstream("scenario.json") << scenario;
         return fs::absolute("scenario.json");
@@ -118,9 +102,6 @@ protected:
         EXPECT_THAT(processes_of(folder), IsEmpty());
         EXPECT_FALSE(fs::exists(folder));
     }
-
-private:
-    std::string own_folder_;
 };
 
 TEST_F(MeshTest, AfterTwoCyclesTheModelAgreesWithTheWorld) {

@@ -47,7 +47,7 @@ TEST(Scenario, EveryMistakeIsToldWithFilePlaceAndWhatIsWrong) {
         {R"({"devices": []})", "devices: must have 1 to 255 items"},
         {R"({"devices": [1]})", "devices[0]: must be an object"},
         {R"({"seed": -1, "devices": []})", "seed: must be a whole number from 0 to 2147483647"},
-        {R"({"seed": 1e400, "devices": []})", "scenario.json: no JSON: "},
+        {R"({"seed": 1e400, "devices": []})", "scenario.json: no JSON: number overflow parsing '1e400'"},
         {R"({"seed": 18446744073709551615, "devices": []})", "seed: must be a whole number from 0 to 2147483647"},
         {R"({"a\n\u001b[31mb": 1})", "unknown key \"a??[31mb\""},
         {R"({"pace": {"roam": 60, "leave": 41}, "devices": []})", "pace: roam and leave must be at most 100 together"},

@@ -21,6 +21,7 @@
 #include "lab/mesh/mesh.h"
 #include "lab/mesh/order_client.h"
 #include "lab/mesh/order_server.h"
+#include "lab/replay/replay.h"
 #include "lab/world/generate.h"
 #include "lab/world/views.h"
 
@@ -216,6 +217,29 @@ void add_run(CLI::App &app, int &status) {
     });
 }
 
+// --- replay ---
+
+void add_replay(CLI::App &app, int &status) {
+    const auto options = std::make_shared<lab::ReplayOptions>();
+    CLI::App *command = app.add_subcommand("replay", "Run the module on one device, on a topology dump from the field");
+    command->add_option("--dump", options->dump, "The dump, - for standard input; without, a sample of the lab's");
+    command->add_option("--reports", options->reports, "What Agents reported: a JSON array of payloads");
+    command->add_option("--leases", options->leases, "DHCP leases, as dnsmasq writes them");
+    command->add_option("--device", options->device, "Device description; without, what the dump tells of its device");
+    command->add_option("--out", options->out, "Folder for the files; without, a new one in /tmp");
+    command->add_option("--cycles", options->cycles, "How many; without, as many as it takes: 1, with reports 2")
+        ->check(CLI::Range(1, INT32_MAX));
+    command->add_flag("--stay", options->stay, "Until Ctrl-C, with the REST server that a Controller starts")
+        ->excludes("--cycles");
+    command->add_option("--unit", options->unit_seconds, "Seconds in a timer unit; a cycle takes 20")
+        ->capture_default_str()
+        ->check(CLI::Range(0.001, 3600.0));
+    command->add_option("--log-level", options->log_level, "At 7 and above the module traces, and all it says is shown")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 9));
+    command->callback([options, &status] { status = lab::replay(*options, project_folder(), build_folder()); });
+}
+
 // --- generate ---
 
 void print_generated(const lab::Scenario &scenario) {
@@ -322,6 +346,7 @@ int parse_and_run(int argc, char **argv) {
     app.require_subcommand(1);
     app.fallthrough();
     add_run(app, status);
+    add_replay(app, status);
     add_generate(app);
     Orders orders(app);
     const std::pair<std::string, std::string> device = {"DEVICE", "Its name, as status shows it"};

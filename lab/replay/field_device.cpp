@@ -1,0 +1,112 @@
+#include "lab/replay/field_device.h"
+
+#include <cstdlib>
+#include <map>
+#include <string>
+
+namespace lab {
+namespace {
+
+using nlohmann::json;
+using Json = nlohmann::ordered_json;
+
+constexpr const char *kNoMac = "00:00:00:00:00:00";
+constexpr std::size_t kMaxText = 127;     // of the platform's texts
+constexpr std::size_t kMaxBssOfBand = 4;  // nobody asks for the stations of more
+constexpr int kFirstHighChannel = 36;
+constexpr int kMaxRate = 65535;
+
+std::string mac_or_none(const std::string &text) { return is_dump_mac(text) ? text : kNoMac; }
+
+std::string al_mac(const json &entry) { return mac_or_none(dump_text(entry, "AL MAC")); }
+
+bool is_controller(const json &entry) { return dump_text(entry, "Device role") == "01"; }
+
+std::string controller_mac(const json &entries) {
+    for (const json &entry : entries) {
+        if (is_controller(entry)) {
+            return al_mac(entry);
+        }
+    }
+    return kNoMac;
+}
+
+// AL MACs by the MAC of the station interface that a device's uplink uses.
+std::map<std::string, std::string> uplinks(const json &entries) {
+    std::map<std::string, std::string> macs;
+    for (const json &entry : entries) {
+        for (const json &uplink : dump_list(entry, "BH Interface(APCLI)")) {
+            macs[dump_text(uplink, "MAC address")] = al_mac(entry);
+        }
+    }
+    return macs;
+}
+
+Json stations_of(const json &bss, const std::map<std::string, std::string> &uplink_macs) {
+    Json stations = Json::array();
+    for (const json &station : dump_list(bss, "connected sta info")) {
+        const std::string mac = dump_text(station, "STA MAC address");
+        if (!is_dump_mac(mac) || mac == kNoMac || (std::strtol(mac.c_str(), nullptr, 16) & 1) != 0) {
+            continue;
+        }
+        const long rate = std::strtol(dump_text(station, "uplink rate").c_str(), nullptr, 10);
+        Json item = {{"mac", mac}, {"rate", rate >= 0 && rate <= kMaxRate ? rate : 0}};
+        const auto mesh_device = uplink_macs.find(mac);
+        if (mesh_device != uplink_macs.end()) {
+            item["mesh_al_mac"] = mesh_device->second;
+        }
+        stations.push_back(item);
+    }
+    return stations;
+}
+
+void add_radios(const json &entries, Json &description) {
+    const auto uplink_macs = uplinks(entries);
+    std::size_t count[2] = {};  // of the interfaces on 2.4 and 5 GHz
+    for (const json &radio : dump_list(entries[0], "Radio Info")) {
+        const bool high = std::atoi(dump_text(radio, "channel").c_str()) >= kFirstHighChannel;
+        for (const json &bss : dump_list(radio, "BSSINFO")) {
+            const std::string bssid = dump_text(bss, "BSSID");
+            if (!is_dump_mac(bssid) || count[high ? 1 : 0] == kMaxBssOfBand) {
+                continue;
+            }
+            const std::size_t number = count[high ? 1 : 0]++;
+            const std::string name = (high ? "rai" : "ra") + std::to_string(number);
+            description["wifi"].push_back(
+                {{"instance", number + (high ? 5 : 1)}, {"name", name}, {"mac", bssid}, {"bssid", bssid}});
+            description["stations"][name] = stations_of(bss, uplink_macs);
+        }
+    }
+}
+
+}  // namespace
+
+Json field_device(const DumpFile &dump) {
+    const json &entries = dump.entries;
+    const json own = entries.empty() ? json::object() : entries[0];
+    const std::string name = dump_text(own, "Device name");
+    Json description = {{"role", entries.empty() || is_controller(own) ? "controller" : "agent"},
+                        {"base_mac", al_mac(own)},
+                        {"controller_mac", controller_mac(entries)},
+                        {"firmware_version", ""},
+                        {"host_name", name.size() <= kMaxText ? name : ""},
+                        {"ip", ""},
+                        {"wifi", Json::array()},
+                        {"stations", Json::object()},
+                        {"known_devices", Json::array()}};
+    if (!entries.empty()) {
+        add_radios(entries, description);
+    }
+    if (description["wifi"].empty()) {
+        description["ethernet_links"] =
+            Json::array({{{"lower_layers", "Device.Bridging.Bridge.1.Port.1"}, {"mac", al_mac(own)}}});
+    }
+    for (std::size_t i = 1; i < entries.size(); ++i) {
+        if (al_mac(entries[i]) != kNoMac) {
+            description["known_devices"].push_back(al_mac(entries[i]));
+        }
+    }
+    return description;
+}
+
+}  // namespace lab
