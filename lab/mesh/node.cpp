@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <filesystem>
+#include <optional>
 
 #include "lab/common/error.h"
 #include "lab/common/json.h"
@@ -23,6 +24,39 @@ constexpr auto kRetry = std::chrono::milliseconds(5);
 constexpr std::size_t kMaxLog = std::size_t{16} << 20U;
 constexpr std::size_t kLastWords = 5;
 constexpr const char *kRebootMark = "/run/rebooting";  // left by lab/programs/reboot
+
+// One of the three things that a host says; neither: it is ready.
+struct Switched {
+    int instance;
+    bool enabled;
+};
+struct HostLine {
+    std::optional<CycleReport> cycle;
+    std::optional<Switched> switched;
+};
+
+CycleReport read_cycle(const JsonValue &said) {
+    CycleReport report;
+    report.cycle = static_cast<unsigned>(said.at("cycle").integer(0, INT_MAX));
+    report.resident_kb = said.at("resident_kb").whole(0, LONG_MAX);
+    report.heap_bytes = said.at("heap_bytes").whole(0, LONG_MAX);
+    report.descriptors = said.at("descriptors").integer(0, INT_MAX);
+    report.threads = said.at("threads").integer(0, INT_MAX);
+    return report;
+}
+
+HostLine read_host_line(const std::string &line) {
+    const JsonValue said = JsonValue::parse(line, "the host");
+    if (said.has("cycle")) {
+        return {read_cycle(said), {}};
+    }
+    if (said.has("instance")) {
+        return {{}, Switched{said.at("instance").integer(1, kMaxInstance), said.at("enable").boolean()}};
+    }
+    (void)said.at("ready").boolean();
+    return {};
+}
+
 
 }  // namespace
 
@@ -156,31 +190,23 @@ void Node::tick(unsigned cycle) {
 }
 
 void Node::hear(const std::string &line) {
+    HostLine said;
     try {
-        const JsonValue said = JsonValue::parse(line, "the host");
-        if (said.has("ready")) {
-            is_ready_ = true;
-            events_.ready(*this);
-        } else if (said.has("cycle")) {
-            hear_cycle(said);
-        } else {
-            events_.switched(*this, said.at("instance").integer(1, kMaxInstance), said.at("enable").boolean());
-        }
+        said = read_host_line(line);
     } catch (const Error &error) {
         log(std::string("the mesh did not understand what it was told: ") + error.what());
+        return;
     }
-}
-
-void Node::hear_cycle(const JsonValue &said) {
-    CycleReport report;
-    report.cycle = static_cast<unsigned>(said.at("cycle").integer(0, INT_MAX));
-    report.resident_kb = said.at("resident_kb").whole(0, LONG_MAX);
-    report.heap_bytes = said.at("heap_bytes").whole(0, LONG_MAX);
-    report.descriptors = said.at("descriptors").integer(0, INT_MAX);
-    report.threads = said.at("threads").integer(0, INT_MAX);
-    report.files = files_->read();
-    is_busy_ = false;
-    events_.cycle_done(*this, report);
+    if (said.cycle) {
+        said.cycle->files = files_->read();
+        is_busy_ = false;
+        events_.cycle_done(*this, *said.cycle);
+    } else if (said.switched) {
+        events_.switched(*this, said.switched->instance, said.switched->enabled);
+    } else {
+        is_ready_ = true;
+        events_.ready(*this);
+    }
 }
 
 void Node::write_leases(const std::string &text) const {

@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "lab/common/json.h"
 #include "lab/common/summary.h"
 #include "lab/mapd/control_server.h"
 #include "lab/mesh/line_link.h"
@@ -100,7 +99,6 @@ private:
 
     void listen();
     void hear(const std::string &line);
-    void hear_cycle(const JsonValue &said);
     void log(const std::string &line);
     void serve_requests();
     void flush_events();

@@ -616,6 +616,70 @@ TEST_F(MeshTest, ALabThatIsKilledTakesItsProcessesWithItAndTheNextTidiesUp) {
     EXPECT_FALSE(fs::exists(folder));
 }
 
+TEST_F(MeshTest, WhatWasToBeKeptIsAlsoAfterAKill) {
+    std::string folder;
+    {
+        Lab lab({"home", "--speed", "max", "--keep"});
+        folder = lab.folder();
+        ASSERT_TRUE(wait_until([&] { return lab.device("gateway")["cycles"] >= 1; }));
+        EXPECT_EQ(lab.end(SIGKILL), 128 + SIGKILL);
+        EXPECT_EQ(run({"touch", "-d", "1 minute ago", folder}).status, 0);
+        Lab next({"home", "--speed", "max", "--cycles", "1"});
+        EXPECT_EQ(next.wait(), 0);
+        EXPECT_THAT(next.output(), HasSubstr("== a lab that was killed has left " + lab.kept_folder() + ", as --keep"));
+        EXPECT_TRUE(fs::exists(lab.kept_folder() + "/devices/gateway/tmp/qo1905.json"));
+        fs::remove_all(lab.kept_folder());
+    }
+    EXPECT_FALSE(fs::exists(folder));
+}
+
+// ---- where scenarios come from and output goes ----
+
+TEST_F(MeshTest, AScenarioComesFromAnyKindOfFile) {
+    const std::string run_it = kLab + " run --speed max --cycles 1 ";
+    const std::string generate = kLab + " generate 1 3";
+    for (const std::string &command :
+         {generate + " | " + run_it + "-", "mkfifo pipe; " + generate + " >pipe & " + run_it + "./pipe",
+          run_it + "<(" + generate + ")"}) {
+        const Result result = run({"bash", "-c", command});
+        EXPECT_EQ(result.status, 0) << command;
+        EXPECT_THAT(result.output, HasSubstr(": 2 devices, 3 stations; ")) << command;
+    }
+}
+
+TEST_F(MeshTest, AFileInTheWayOfANameIsMentioned) {
+    std::ofstream("home") << "{}";
+    Lab lab({"home", "--speed", "max", "--cycles", "1"});
+    EXPECT_EQ(lab.wait(), 0);
+    EXPECT_THAT(lab.output(), StartsWith("== home is the lab's own; for the file of that name: ./home\n"));
+    EXPECT_EQ(run({kLab, "run", "./home"}).output, "qo1905-lab: ./home: key \"devices\" is missing\n");
+}
+
+TEST_F(MeshTest, WhatCannotBeWrittenIsAnError) {
+    const Lab lab({"home", "--still", "--speed", "max"});
+    for (const std::string command : {"generate 2 10", "run --speed max --cycles 3", "--version"}) {
+        const Result result = run({"sh", "-c", kLab + " " + command + " >/dev/full"});
+        EXPECT_EQ(result.status, 2) << command;
+        EXPECT_THAT(result.output, HasSubstr("qo1905-lab: ")) << command;
+    }
+    const Result status = run({"sh", "-c", kLab + " --lab " + lab.folder() + " status >/dev/full"});
+    EXPECT_EQ(status.status, 2) << status.output;
+}
+
+TEST_F(MeshTest, AScenarioWhoseReportsGetLostIsToldWhenItIsMadeAndWhenItRuns) {
+    const Result quiet = run({"sh", "-c", kLab + " generate 10 100 2>&1 >crowd.json"});
+    EXPECT_EQ(quiet.output, "");
+    const Result warned = run({"sh", "-c", kLab + " generate 2 120 2>&1 >crowd.json"});
+    EXPECT_EQ(warned.status, 0);
+    EXPECT_EQ(warned.output,
+              "== of 2 Agents 2 will have a report longer than the 1000 bytes that the air carries, which gets lost: "
+              "fewer stations for each show everything\n");
+    Lab lab({"./crowd.json", "--speed", "max", "--cycles", "2"});
+    EXPECT_EQ(lab.wait(), 0);
+    EXPECT_THAT(lab.output(),
+                HasSubstr("== 2 devices with so many stations that their reports are longer than the 1000"));
+}
+
 TEST_F(MeshTest, TwoLabsRunAtOnce) {
     Lab one({"home", "--still", "--speed", "max"});
     Lab other({"home", "--still", "--speed", "max"});
@@ -650,7 +714,12 @@ TEST_F(MeshTest, AUserWhoIsNotRootRunsALab) {
         GTEST_SKIP() << "that user cannot read " << QO1905_BINARY_DIR << ", or gets no namespaces";
     }
     fs::permissions(".", fs::perms::all);
-    Lab lab({"home", "--speed", "max", "--cycles", "3"}, nobody);
+    Lab lab({"home", "--speed", "max", "--cycles", "30"}, nobody);
+    // Other tests of this user may have labs, too; a third user has none.
+    const Result of_another = run({"setpriv", "--reuid=65533", "--clear-groups", kLab, "status"});
+    EXPECT_EQ(of_another.status, 2);
+    EXPECT_THAT(of_another.output, StartsWith("qo1905-lab: no lab is running; ./dev run starts one. Others have one: "));
+    EXPECT_THAT(of_another.output, HasSubstr(lab.folder() + " (nobody)"));
     EXPECT_EQ(lab.wait(), 0) << lab.output();
     expect_nothing_left(lab.folder());
 }
