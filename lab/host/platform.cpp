@@ -13,7 +13,7 @@ namespace {
 
 using lab::DeviceDescription;
 
-lab::Device *device = nullptr;  // the functions below have no argument that could hold it
+lab::Device *answering = nullptr;  // the functions below have no argument that could hold it
 
 constexpr int kSuccess = 0;
 constexpr int kFailure = -1;
@@ -32,7 +32,7 @@ void fill_field(char (&field)[N], const std::string &text) {
 }
 
 int tell(char *buffer, int size, const std::string DeviceDescription::*member) {
-    return device->ask([=](const DeviceDescription &now) { return fill(buffer, size, now.*member); });
+    return answering->ask([=](const DeviceDescription &now) { return fill(buffer, size, now.*member); });
 }
 
 mcfg_wifi_ssid *wifi_object(const lab::WifiInterface &wifi) {
@@ -121,14 +121,14 @@ lanmon_l2_device *device_list(const DeviceDescription &now) {
 
 namespace lab {
 
-void answer_for(Device &which) { device = &which; }
+void answer_for(Device &device) { answering = &device; }
 
 }  // namespace lab
 
 extern "C" {
 
 int getEasyMeshStatus() {
-    return device->ask([](const DeviceDescription &now) { return now.easymesh ? 1 : 0; });
+    return answering->ask([](const DeviceDescription &now) { return now.easymesh ? 1 : 0; });
 }
 
 int EasyMeshGetDeviceRole(char *role, int size) {
@@ -142,11 +142,12 @@ int getDeviceIP(char *address, int size) { return tell(address, size, &DeviceDes
 int qoUtilIGetBaseMACwithColon(char *mac, int size) { return tell(mac, size, &DeviceDescription::base_mac); }
 
 int mcfgFeObjStructGetNext(uint32_t object_id, mcfg_instance *instance, void **object) {
-    return device->ask([=](const DeviceDescription &now) { return next_of_device(now, object_id, *instance, object); });
+    return answering->ask(
+        [=](const DeviceDescription &now) { return next_of_device(now, object_id, *instance, object); });
 }
 
 int StaInfo(const char *ifname, int station, sta_query_record *record) {
-    return device->ask([=](const DeviceDescription &now) {
+    return answering->ask([=](const DeviceDescription &now) {
         const auto found = now.stations.find(ifname);
         if (found == now.stations.end() || station < 1 || static_cast<std::size_t>(station) > found->second.size()) {
             return 0;
@@ -160,14 +161,14 @@ int StaInfo(const char *ifname, int station, sta_query_record *record) {
 
 int lanmon_db_is_subIntf(const sta_query_record *station, char *mac, int size) {
     const std::string al_mac =
-        device->ask([=](const DeviceDescription &now) { return mesh_al_mac(now, station->MACAddress); });
+        answering->ask([=](const DeviceDescription &now) { return mesh_al_mac(now, station->MACAddress); });
     return !al_mac.empty() && fill(mac, size, al_mac) == kSuccess ? 1 : 0;
 }
 
-lanmon_l2_device *lanmon_db_L2Device_get() { return device->ask(device_list); }
+lanmon_l2_device *lanmon_db_L2Device_get() { return answering->ask(device_list); }
 
 int configWlanEnable(int instance, int enable, const char *dat_path, const char *prefix) {
-    const auto wifi = device->switch_wifi(instance, enable == 1);
+    const auto wifi = answering->switch_wifi(instance, enable == 1);
     if (!wifi) {
         return kFailure;
     }

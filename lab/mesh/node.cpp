@@ -57,7 +57,6 @@ HostLine read_host_line(const std::string &line) {
     return {};
 }
 
-
 }  // namespace
 
 Node::Node(asio::io_context &io, NodeEvents &events, const NodeSetup &setup, std::size_t index, std::string name)

@@ -39,6 +39,7 @@ void listen_for_signals() {
 
 [[noreturn]] void become(const std::vector<std::string> &command, int output) {
     std::vector<char *> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string &word : command) {
         arguments.push_back(const_cast<char *>(word.c_str()));
     }

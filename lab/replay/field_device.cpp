@@ -60,24 +60,42 @@ Json stations_of(const json &bss, const std::map<std::string, std::string> &upli
     return stations;
 }
 
-void add_radios(const json &entries, Json &description) {
-    const auto uplink_macs = uplinks(entries);
-    std::size_t count[2] = {};  // of the interfaces on 2.4 and 5 GHz
-    for (const json &radio : dump_list(entries[0], "Radio Info")) {
+// Gives each BSS the interface that it has on a gateway, by its band and place.
+class Radios {
+public:
+    Radios(const json &entries, Json &description) : uplink_macs_(uplinks(entries)), description_(description) {}
+
+    void add(const json &radio) {
         const bool high = std::atoi(dump_text(radio, "channel").c_str()) >= kFirstHighChannel;
         for (const json &bss : dump_list(radio, "BSSINFO")) {
-            const std::string bssid = dump_text(bss, "BSSID");
-            if (!is_dump_mac(bssid) || count[high ? 1 : 0] == kMaxBssOfBand) {
-                continue;
-            }
-            const std::size_t number = count[high ? 1 : 0]++;
-            const std::string name = (high ? "rai" : "ra") + std::to_string(number);
-            description["wifi"].push_back(
-                {{"instance", number + (high ? 5 : 1)}, {"name", name}, {"mac", bssid}, {"bssid", bssid}});
-            description["stations"][name] = stations_of(bss, uplink_macs);
+            add_bss(bss, high ? high_ : low_);
         }
     }
-}
+
+private:
+    struct Interfaces {
+        std::string prefix;
+        std::size_t first_instance;
+        std::size_t count = 0;
+    };
+
+    void add_bss(const json &bss, Interfaces &interfaces) {
+        const std::string bssid = dump_text(bss, "BSSID");
+        if (!is_dump_mac(bssid) || interfaces.count == kMaxBssOfBand) {
+            return;
+        }
+        const std::size_t number = interfaces.count++;
+        const std::string name = interfaces.prefix + std::to_string(number);
+        description_["wifi"].push_back(
+            {{"instance", interfaces.first_instance + number}, {"name", name}, {"mac", bssid}, {"bssid", bssid}});
+        description_["stations"][name] = stations_of(bss, uplink_macs_);
+    }
+
+    std::map<std::string, std::string> uplink_macs_;
+    Json &description_;
+    Interfaces low_ = {"ra", 1};
+    Interfaces high_ = {"rai", 5};
+};
 
 }  // namespace
 
@@ -94,8 +112,9 @@ Json field_device(const DumpFile &dump) {
                         {"wifi", Json::array()},
                         {"stations", Json::object()},
                         {"known_devices", Json::array()}};
-    if (!entries.empty()) {
-        add_radios(entries, description);
+    Radios radios(entries, description);
+    for (const json &radio : dump_list(own, "Radio Info")) {
+        radios.add(radio);
     }
     if (description["wifi"].empty()) {
         description["ethernet_links"] =

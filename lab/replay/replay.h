@@ -21,6 +21,6 @@ struct ReplayOptions {
 
 // `project`: with lab/sandbox.sh; `build`: with the programs. Returns the exit status: 0 with a model, 1 when none was
 // made, which is then explained. Throws Error.
-int replay(const ReplayOptions &options, const std::string &project, const std::string &build);
+int replay(const ReplayOptions &wishes, const std::string &project, const std::string &build);
 
 }  // namespace lab

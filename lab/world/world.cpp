@@ -56,9 +56,9 @@ std::vector<std::size_t> World::find_stations(const std::string &name) const {
     return found;
 }
 
-std::string World::station_name(std::size_t place) const {
-    const StationAtStart &found = station(place);
-    return found.host_name == "*" ? found.mac : found.host_name;
+std::string World::station_name(std::size_t station) const {
+    const StationAtStart &start = scenario_.stations[station];
+    return start.host_name == "*" ? start.mac : start.host_name;
 }
 
 std::string World::name_of(const std::string &mac) const {

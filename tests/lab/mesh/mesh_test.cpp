@@ -718,7 +718,8 @@ TEST_F(MeshTest, AUserWhoIsNotRootRunsALab) {
     // Other tests of this user may have labs, too; a third user has none.
     const Result of_another = run({"setpriv", "--reuid=65533", "--clear-groups", kLab, "status"});
     EXPECT_EQ(of_another.status, 2);
-    EXPECT_THAT(of_another.output, StartsWith("qo1905-lab: no lab is running; ./dev run starts one. Others have one: "));
+    EXPECT_THAT(of_another.output,
+                StartsWith("qo1905-lab: no lab is running; ./dev run starts one. Others have one: "));
     EXPECT_THAT(of_another.output, HasSubstr(lab.folder() + " (nobody)"));
     EXPECT_EQ(lab.wait(), 0) << lab.output();
     expect_nothing_left(lab.folder());

@@ -109,7 +109,8 @@ TEST(DumpFile, NothingInItIsTrusted) {
         (void)look_at_dump(
             dump_with(device(std::string(R"("Radio Info": [{"BSSINFO": [{"connected sta info": )") + value + "}]}]")));
     }
-    EXPECT_THAT(look_at_dump("{\"a\nb\": 1, \"a\nb\": 2}").obstacle, StartsWith("cannot be read beyond line 2: no JSON"));
+    EXPECT_THAT(look_at_dump("{\"a\nb\": 1, \"a\nb\": 2}").obstacle,
+                StartsWith("cannot be read beyond line 2: no JSON"));
 }
 
 }  // namespace

@@ -110,8 +110,8 @@ TEST_F(ReplayTest, ADumpThatMakesNoModelEndsWithItsReason) {
 TEST_F(ReplayTest, WhatTheModuleTakesAllTheSameIsAModel) {
     const Result result = replay_text(R"({"topology information": []} and more)");
     EXPECT_EQ(result.status, 0) << result.output;
-    EXPECT_THAT(result.output,
-                AllOf(HasSubstr("customer.json cannot be read beyond line 1: no JSON: "), HasSubstr("made a model all the same")));
+    EXPECT_THAT(result.output, AllOf(HasSubstr("customer.json cannot be read beyond line 1: no JSON: "),
+                                     HasSubstr("made a model all the same")));
 }
 
 TEST_F(ReplayTest, ADeviceThatIsNotInAMeshSaysSo) {
@@ -140,6 +140,7 @@ TEST_F(ReplayTest, AnyKindOfFileIsRead) {
 
 TEST_F(ReplayTest, AnyNumberRunSideBySide) {
     std::vector<std::unique_ptr<Program>> programs;
+    programs.reserve(4);
     for (int i = 0; i < 4; ++i) {
         programs.push_back(std::make_unique<Program>(
             Words{kLab, "replay", "--dump", kSamples + "home.dump.json", "--out", "out" + std::to_string(i)}));
