@@ -1,0 +1,139 @@
+#include "reader/events.h"
+
+#include "reader/words.h"
+
+namespace reader {
+namespace {
+
+// Walks two lists that are ordered by `key` at once: calls gone(old), come(new) or both(old, new).
+template <class Item, class Gone, class Come, class Both>
+void walk(const std::vector<Item> &before, const std::vector<Item> &after, Mac Item::*key, Gone gone, Come come,
+          Both both) {
+    auto old = before.begin();
+    auto now = after.begin();
+    while (old != before.end() || now != after.end()) {
+        if (now == after.end() || (old != before.end() && (*old).*key < (*now).*key)) {
+            gone(*old++);
+        } else if (old == before.end() || (*now).*key < (*old).*key) {
+            come(*now++);
+        } else {
+            both(*old++, *now++);
+        }
+    }
+}
+
+class Comparison {
+public:
+    Comparison(const Snapshot &before, const Snapshot &after) : before_(before), after_(after) {}
+
+    std::vector<Event> compare() {
+        walk(
+            before_.devices, after_.devices, &Device::al_mac,
+            [this](const Device &old) { add_device(EventKind::kDown, old); },
+            [this](const Device &now) { add_device(EventKind::kUp, now); },
+            [this](const Device &old, const Device &now) { compare_devices(old, now); });
+        walk(
+            before_.stations, after_.stations, &Station::mac,
+            [this](const Station &old) {
+                if (is_comparable(old)) {
+                    add_station(EventKind::kLeave, old).from = whereabouts(before_, old);
+                }
+            },
+            [this](const Station &now) {
+                if (is_comparable(now)) {
+                    add_station(EventKind::kJoin, now).to = whereabouts(after_, now);
+                }
+            },
+            [this](const Station &old, const Station &now) { compare_stations(old, now); });
+        return std::move(events_);
+    }
+
+private:
+    Event &add(EventKind kind, Mac mac, bool is_station, const std::optional<std::string> &name) {
+        events_.push_back({kind, after_.time, mac, is_station, name, {}, {}, {}, {}});
+        return events_.back();
+    }
+
+    // --- devices ---
+
+    Event &add_device(EventKind kind, const Device &device) { return add(kind, device.al_mac, false, device.name); }
+
+    void add_change(EventKind kind, const Device &now, const std::optional<std::string> &old_value,
+                    const std::optional<std::string> &new_value) {
+        if (old_value && new_value && *old_value != *new_value) {
+            Event &event = add_device(kind, now);
+            event.old_value = old_value;
+            event.new_value = new_value;
+        }
+    }
+
+    template <class Value>
+    static std::optional<std::string> in_words(const std::optional<Value> &value) {
+        return value ? std::optional<std::string>(word(*value)) : std::nullopt;
+    }
+    static std::optional<std::string> in_words(const std::optional<Mac> &mac) {
+        return mac ? std::optional(mac->text()) : std::nullopt;
+    }
+
+    void compare_devices(const Device &old, const Device &now) {
+        add_change(EventKind::kParent, now, in_words(old.parent), in_words(now.parent));
+        add_change(EventKind::kMedium, now, in_words(old.medium), in_words(now.medium));
+        add_change(EventKind::kRole, now, in_words(old.role), in_words(now.role));
+        add_change(EventKind::kFirmware, now, old.firmware, now.firmware);
+        add_change(EventKind::kName, now, old.name, now.name);
+        add_change(EventKind::kAddress, now, old.address, now.address);
+    }
+
+    // --- stations ---
+
+    Event &add_station(EventKind kind, const Station &station) { return add(kind, station.mac, true, station.name); }
+
+    static Whereabouts whereabouts(const Snapshot &snapshot, const Station &station) {
+        const Device *device = snapshot.find_device(station.device);
+        return {station.device, device != nullptr ? device->name : std::nullopt, station.band, station.signal,
+                station.is_wired};
+    }
+
+    // At a device whose stations both moments know.
+    bool is_comparable(const Station &station) const {
+        return (before_.knows_local_stations && after_.knows_local_stations) || !is_local(before_, station.device) ||
+               !is_local(after_, station.device);
+    }
+
+    static bool is_local(const Snapshot &snapshot, Mac al_mac) {
+        const Device *device = snapshot.find_device(al_mac);
+        return device == nullptr || device->is_local;
+    }
+
+    void compare_stations(const Station &old, const Station &now) {
+        const bool other_band = old.band && now.band && *old.band != *now.band;
+        if (old.device != now.device || other_band || old.is_wired != now.is_wired) {
+            Event &event = add_station(EventKind::kRoam, now);
+            event.from = whereabouts(before_, old);
+            event.to = whereabouts(after_, now);
+        }
+        if (old.name && now.name && *old.name != *now.name) {
+            add_value_change(EventKind::kName, now, old.name, now.name);
+        }
+        if (old.address && now.address && *old.address != *now.address) {
+            add_value_change(EventKind::kAddress, now, old.address, now.address);
+        }
+    }
+
+    void add_value_change(EventKind kind, const Station &now, const std::optional<std::string> &old_value,
+                          const std::optional<std::string> &new_value) {
+        Event &event = add_station(kind, now);
+        event.old_value = old_value;
+        event.new_value = new_value;
+    }
+
+    const Snapshot &before_;
+    const Snapshot &after_;
+    std::vector<Event> events_;
+};
+
+}  // namespace
+
+std::vector<Event> events(const Snapshot &before, const Snapshot &after) { return Comparison(before, after).compare(); }
+
+}  // namespace reader

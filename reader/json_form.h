@@ -1,0 +1,19 @@
+// The JSON that programs and pages get to see, docs/schema/snapshot.json and docs/schema/event.json. What is unknown is
+// not there.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include "reader/events.h"
+#include "reader/snapshot.h"
+
+namespace reader {
+
+inline constexpr int kSchema = 1;
+
+nlohmann::ordered_json to_json(const Snapshot &snapshot);
+nlohmann::ordered_json to_json(const Device &device);
+nlohmann::ordered_json to_json(const Station &station);
+nlohmann::ordered_json to_json(const Event &event);
+
+}  // namespace reader

@@ -1,0 +1,162 @@
+#include "reader/source.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "reader/http_source.h"
+
+namespace reader {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char *kModel = "qo1905.json";
+constexpr const char *kDump = "dump.txt";
+constexpr const char *kLeases = "dnsmasq.leases";
+constexpr const char *kList24g = "ecnt_agent_assoc_list.24g";
+constexpr const char *kList5g = "ecnt_agent_assoc_list.5g";
+constexpr const char *kLabFolders = "/tmp";
+constexpr const char *kLabPrefix = "qo1905-lab.";
+
+bool is_folder(const std::string &path) {
+    std::error_code error;
+    return fs::is_directory(path, error);
+}
+
+std::string inside(const std::string &folder, const std::string &name) {
+    return folder + (!folder.empty() && folder.back() == '/' ? "" : "/") + name;
+}
+
+class FolderSource : public Source {
+public:
+    FolderSource(std::string name, const std::string &folder) : name_(std::move(name)) {
+        files_ = is_folder(inside(folder, "tmp")) ? inside(folder, "tmp") : folder;
+        leases_ = folder;
+        for (const char *place : {"dnsmasq", "var/dnsmasq"}) {
+            leases_ = is_folder(inside(folder, place)) ? inside(folder, place) : leases_;
+        }
+    }
+
+    Inputs read() override {
+        Inputs inputs;
+        inputs.source = name_;
+        inputs.model = read_model_file(inside(files_, kModel));
+        inputs.dump = read_file(inside(files_, kDump));
+        inputs.leases = read_file(inside(leases_, kLeases));
+        inputs.list_24g = read_file(inside(files_, kList24g));
+        inputs.list_5g = read_file(inside(files_, kList5g));
+        inputs.read_at = std::chrono::system_clock::now();
+        return inputs;
+    }
+
+    std::vector<std::string> watched() const override { return {files_}; }
+
+private:
+    std::string name_;
+    std::string files_;
+    std::string leases_;
+};
+
+// Standard input is read once, whatever is asked later.
+class FileSource : public Source {
+public:
+    explicit FileSource(std::string path) : path_(std::move(path)) {}
+
+    Inputs read() override {
+        Inputs inputs;
+        inputs.source = path_;
+        if (path_ != "-" || model_.file.empty()) {
+            model_ = read_model_file(path_);
+        }
+        inputs.model = model_;
+        for (Input *other : {&inputs.dump, &inputs.leases, &inputs.list_24g, &inputs.list_5g}) {
+            other->problem = Problem{Problem::Kind::kMissing, "", "not given, the model stands alone"};
+        }
+        inputs.dump.problem->file = kDump;
+        inputs.leases.problem->file = kLeases;
+        inputs.list_24g.problem->file = kList24g;
+        inputs.list_5g.problem->file = kList5g;
+        inputs.read_at = std::chrono::system_clock::now();
+        return inputs;
+    }
+
+    std::vector<std::string> watched() const override {
+        return path_ == "-" ? std::vector<std::string>() : std::vector{fs::path(path_).parent_path().string()};
+    }
+
+private:
+    std::string path_;
+    Input model_;
+};
+
+Problem no_source(const std::string &name, const std::string &reason) {
+    return {Problem::Kind::kMissing, name, reason};
+}
+
+// Folders of the labs of this user.
+std::vector<std::string> labs() {
+    std::vector<std::string> folders;
+    std::error_code error;
+    for (const auto &entry : fs::directory_iterator(kLabFolders, error)) {
+        struct stat status = {};
+        const std::string path = entry.path();
+        if (entry.path().filename().string().rfind(kLabPrefix, 0) == 0 && lstat(path.c_str(), &status) == 0 &&
+            S_ISDIR(status.st_mode) && status.st_uid == geteuid()) {
+            folders.push_back(path);
+        }
+    }
+    return folders;
+}
+
+std::string names_in(const std::string &folder) {
+    std::string names;
+    std::error_code error;
+    for (const auto &entry : fs::directory_iterator(folder, error)) {
+        names += (names.empty() ? "" : ", ") + entry.path().filename().string();
+    }
+    return names;
+}
+
+SourceOrProblem open_lab(const std::string &name, const std::string &device) {
+    const std::vector<std::string> folders = labs();
+    if (folders.empty()) {
+        return no_source(name, "no lab is running here");
+    }
+    if (folders.size() > 1) {
+        std::string text = "several labs are running; name the folder instead:";
+        for (const std::string &folder : folders) {
+            text.append(" ").append(folder).append("/devices/").append(device);
+        }
+        return no_source(name, text);
+    }
+    const std::string devices = folders[0] + "/devices/";
+    if (device.empty() || device.find('/') != std::string::npos || !is_folder(devices + device)) {
+        return no_source(name, "the lab has no such device; it has: " + names_in(devices));
+    }
+    return std::make_unique<FolderSource>(name, devices + device);
+}
+
+}  // namespace
+
+SourceOrProblem open_source(const std::string &name) {
+    constexpr const char *kLab = "lab:";
+    if (name.rfind("http://", 0) == 0) {
+        return open_http_source(name);
+    }
+    if (name.rfind(kLab, 0) == 0) {
+        return open_lab(name, name.substr(std::strlen(kLab)));
+    }
+    if (is_folder(name)) {
+        return std::make_unique<FolderSource>(name, name);
+    }
+    if (name != "-" && access(name.c_str(), F_OK) != 0) {
+        return no_source(name, std::strerror(errno));
+    }
+    return std::make_unique<FileSource>(name);
+}
+
+}  // namespace reader
