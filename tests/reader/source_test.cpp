@@ -132,6 +132,9 @@ protected:
         port_ = server_.bind_to_any_port("127.0.0.1");
         ASSERT_GT(port_, 0);
         thread_ = std::thread([this] { server_.listen_after_bind(); });
+        while (!server_.is_running()) {  // one that is stopped before it runs runs for ever
+            std::this_thread::yield();
+        }
     }
     void TearDown() override {
         server_.stop();
