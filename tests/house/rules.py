@@ -32,6 +32,7 @@ ROOMS = {
 AROUND = {
     # What everything around the module reads its files with; knows their formats and nothing of the module.
     "reader": set(),
+    "cli": {"reader"},
     # What stands in for a gateway. The world of a mesh knows no files, sockets or clocks, and nobody who does.
     "lab/common": set(),
     "lab/world": {"lab/common"},
@@ -44,7 +45,7 @@ AROUND = {
     "lab": {"lab/common", "lab/world", "lab/mesh", "lab/replay"},
     "fuzz": {"include", "module/platform", "fuzz", "tests/support", "lab/common", "lab/world"},
     "bench": set(ROOMS) | {"bench", "tests/support"},
-    "tests": set(ROOMS) | {"reader", "lab/common", "lab/world", "lab/mapd", "lab/mesh", "lab/replay", "tests", "tests/support"},
+    "tests": set(ROOMS) | {"reader", "cli", "lab/common", "lab/world", "lab/mapd", "lab/mesh", "lab/replay", "tests", "tests/support"},
 }
 ALLOWED = {**ROOMS, **AROUND}
 

@@ -1,0 +1,83 @@
+#include "cli/check.h"
+
+#include "cli/text.h"
+#include "cli/views.h"
+#include "reader/source.h"
+
+namespace cli {
+namespace {
+
+constexpr const char *kStates[] = {"OK", "WARNING", "CRITICAL", "UNKNOWN"};
+constexpr int kWarning = 1;
+constexpr int kCritical = 2;
+constexpr int kUnknown = 3;
+
+int unknown(const reader::Problem &problem, std::ostream &out) {
+    out << "MESH UNKNOWN - " << visible(problem.text()) << '\n';
+    return kUnknown;
+}
+
+// The worst that was found, and all that was found.
+class Verdict {
+public:
+    void find(int state, const std::string &what) {
+        state_ = std::max(state_, state);
+        text_ += (text_.empty() ? "" : ", ") + what;
+    }
+    int state() const { return state_; }
+    const std::string &text() const { return text_; }
+
+private:
+    int state_ = 0;
+    std::string text_;
+};
+
+Verdict judge(const reader::Snapshot &snapshot, const Health &health, const Limits &limits) {
+    Verdict verdict;
+    if (snapshot.age() > limits.max_age) {
+        verdict.find(kCritical, "the model is " + std::to_string(static_cast<long>(snapshot.age())) + " s old");
+    }
+    if (health.devices < limits.min_devices) {
+        verdict.find(kCritical,
+                     std::to_string(health.devices) + " of " + std::to_string(limits.min_devices) + " devices");
+    }
+    if (!health.unreachable.empty()) {
+        verdict.find(kWarning,
+                     std::to_string(health.unreachable.size()) + " devices without a known way to the gateway");
+    }
+    if (!health.weak_links.empty()) {
+        verdict.find(kWarning, std::to_string(health.weak_links.size()) + " weak links between devices");
+    }
+    if (health.weak_stations.size() > limits.max_weak) {
+        verdict.find(kWarning, std::to_string(health.weak_stations.size()) + " weak stations");
+    }
+    return verdict;
+}
+
+}  // namespace
+
+int check(const std::string &name, const Limits &limits, std::ostream &out) {
+    const auto source = reader::open_source(name);
+    if (const auto *problem = std::get_if<reader::Problem>(&source)) {
+        return unknown(*problem, out);
+    }
+    const reader::Inputs inputs = std::get<std::unique_ptr<reader::Source>>(source)->read();
+    const reader::Snapshot snapshot = reader::make_snapshot(inputs);
+    for (const reader::Problem &problem : snapshot.missing) {
+        if (problem.file == inputs.model.file) {
+            return unknown(problem, out);
+        }
+    }
+    const Health health = health_of(snapshot, limits.weak_below);
+    const Verdict verdict = judge(snapshot, health, limits);
+    const std::string all_well =
+        std::to_string(health.devices) + " devices, " + std::to_string(health.stations) + " stations";
+    out << "MESH " << kStates[verdict.state()] << " - " << (verdict.text().empty() ? all_well : verdict.text())
+        << " | age=" << static_cast<long>(snapshot.age()) << "s;;" << static_cast<long>(limits.max_age)
+        << ";0 devices=" << health.devices << ";;" << limits.min_devices << ":;0 stations=" << health.stations
+        << ";;;0 weak_stations=" << health.weak_stations.size() << ';' << limits.max_weak
+        << ";;0 weak_links=" << health.weak_links.size() << ";0;;0\n";
+    return verdict.state();
+}
+
+}  // namespace cli

@@ -1,0 +1,20 @@
+// One line for monitoring systems, by their conventions: OK, WARNING, CRITICAL or UNKNOWN, why, and performance data.
+#pragma once
+
+#include <cstddef>
+#include <ostream>
+#include <string>
+
+namespace cli {
+
+struct Limits {
+    double max_age = 120;  // seconds: six cycles of the module
+    std::size_t min_devices = 1;
+    std::size_t max_weak = 5;
+    int weak_below = -75;  // dBm
+};
+
+// `name` is that of a source. 0 OK, 1 warning, 2 critical, 3 unknown.
+int check(const std::string &name, const Limits &limits, std::ostream &out);
+
+}  // namespace cli

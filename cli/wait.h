@@ -1,0 +1,27 @@
+// Waiting until a mesh is as somebody wants it.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "reader/snapshot.h"
+#include "reader/source.h"
+
+namespace cli {
+
+// "station=NAME", "station=NAME@DEVICE", "device=NAME", "devices=N"; names may be MACs and addresses.
+struct Wanted {
+    std::string station;
+    std::string device;
+    std::size_t devices = 0;
+};
+
+// What is wrong with the words; empty when nothing is.
+std::string read_wanted(const std::string &words, Wanted &wanted);
+
+bool is_fulfilled(const reader::Snapshot &snapshot, const Wanted &wanted);
+
+// False when the time is up. A source that is gone for a while is asked again.
+bool wait_until(reader::Source &source, const Wanted &wanted, double seconds);
+
+}  // namespace cli
