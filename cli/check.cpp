@@ -42,14 +42,13 @@ Verdict judge(const reader::Snapshot &snapshot, const Health &health, const Limi
                      std::to_string(health.devices) + " of " + std::to_string(limits.min_devices) + " devices");
     }
     if (!health.unreachable.empty()) {
-        verdict.find(kWarning,
-                     std::to_string(health.unreachable.size()) + " devices without a known way to the gateway");
+        verdict.find(kWarning, counted(health.unreachable.size(), "device") + " without a known way to the gateway");
     }
     if (!health.weak_links.empty()) {
-        verdict.find(kWarning, std::to_string(health.weak_links.size()) + " weak links between devices");
+        verdict.find(kWarning, counted(health.weak_links.size(), "weak link"));
     }
     if (health.weak_stations.size() > limits.max_weak) {
-        verdict.find(kWarning, std::to_string(health.weak_stations.size()) + " weak stations");
+        verdict.find(kWarning, counted(health.weak_stations.size(), "weak station"));
     }
     return verdict;
 }
@@ -70,8 +69,7 @@ int check(const std::string &name, const Limits &limits, std::ostream &out) {
     }
     const Health health = health_of(snapshot, limits.weak_below);
     const Verdict verdict = judge(snapshot, health, limits);
-    const std::string all_well =
-        std::to_string(health.devices) + " devices, " + std::to_string(health.stations) + " stations";
+    const std::string all_well = counted(health.devices, "device") + ", " + counted(health.stations, "station");
     out << "MESH " << kStates[verdict.state()] << " - " << (verdict.text().empty() ? all_well : verdict.text())
         << " | age=" << static_cast<long>(snapshot.age()) << "s;;" << static_cast<long>(limits.max_age)
         << ";0 devices=" << health.devices << ";;" << limits.min_devices << ":;0 stations=" << health.stations

@@ -106,6 +106,10 @@ std::string cut(const std::string &text, std::size_t columns) {
     return text;
 }
 
+std::string counted(std::size_t count, const std::string &noun) {
+    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+}
+
 std::string pad(const std::string &text, std::size_t columns, bool right_aligned) {
     const std::size_t taken = width(text);
     const std::string blanks(taken < columns ? columns - taken : 0, ' ');

@@ -19,4 +19,7 @@ std::string cut(const std::string &text, std::size_t columns);
 // Filled with blanks to that many columns, on the right or on the left.
 std::string pad(const std::string &text, std::size_t columns, bool right_aligned = false);
 
+// "1 device", "3 devices".
+std::string counted(std::size_t count, const std::string &noun);
+
 }  // namespace cli

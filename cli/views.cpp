@@ -30,10 +30,6 @@ std::string in_words(const std::optional<Word> &value) {
     return value ? reader::word(*value) : "";
 }
 
-std::string counted(std::size_t count, const std::string &noun) {
-    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
-}
-
 std::string lower_case(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(),
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });

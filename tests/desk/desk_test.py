@@ -24,7 +24,8 @@ case $1 in
     for step in 1/3 2/3 3/3; do echo "$step compiling"; done
     [ -z "$BROKEN" ] || { echo "FAILED: main.cpp"; exit 1; }
     printf '#!/bin/sh\\necho "lab in $(pwd): $*"\\n' >"$2/qo1905-lab"
-    chmod +x "$2/qo1905-lab" ;;
+    printf '#!/bin/sh\\necho "qo1905 in $(pwd): $*"\\n' >"$2/qo1905"
+    chmod +x "$2/qo1905-lab" "$2/qo1905" ;;
 esac
 """
 DPKG = """#!/bin/sh
@@ -213,6 +214,10 @@ class Words(Desk):
         for words in (["--dump", "x.json"], ["--dump=x.json"], ["--out", "o", "--dump", "-"], ["--stay"]):
             result = self.dev("run", *words)
             self.assertEqual(result.stdout, f"lab in {self.checkout}: replay {' '.join(words)}\n")
+
+    def test_the_command_is_run_where_the_user_is(self):
+        result = self.dev("qo1905", "-s", "lab:gateway", "tree", cwd=self.folder)
+        self.assertEqual(result.stdout, f"qo1905 in {self.folder}: -s lab:gateway tree\n")
 
     def test_without_namespaces_one_device_takes_the_place_of_a_mesh(self):
         result = self.dev("run", QO1905_NO_SANDBOX="1")
