@@ -2,8 +2,9 @@
 
 #include <httplib.h>
 
+#include <algorithm>
 #include <ctime>
-#include <regex>
+#include <string_view>
 
 namespace reader {
 namespace {
@@ -16,15 +17,43 @@ struct Address {
     std::string path;  // ends in a slash
 };
 
+bool consists_of(std::string_view text, std::string_view allowed) {
+    return !text.empty() && text.find_first_not_of(allowed) == std::string_view::npos;
+}
+
+// A name or number, or an IPv6 address in brackets.
+bool is_host(std::string_view text) {
+    constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._-";
+    constexpr std::string_view kHex = "0123456789abcdefABCDEF:.";
+    const bool bracketed = text.size() > 2 && text.front() == '[' && text.back() == ']';
+    return bracketed ? consists_of(text.substr(1, text.size() - 2), kHex) : consists_of(text, kLetters);
+}
+
+bool is_port(std::string_view text) {
+    constexpr std::size_t kMostDigits = 5;
+    return text.size() <= kMostDigits && consists_of(text, "0123456789");
+}
+
+bool is_path(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < 0x7f; });
+}
+
+// http://HOST[:PORT][/PATH]
 std::optional<Address> split(const std::string &text) {
-    static const std::regex kPattern(R"((http://[A-Za-z0-9._-]+|http://\[[0-9a-fA-F:.]+\])(:[0-9]{1,5})?(/[!-~]*)?)");
-    std::smatch parts;
-    if (!std::regex_match(text, parts, kPattern)) {
+    constexpr std::string_view kScheme = "http://";
+    const std::string_view rest = std::string_view(text).substr(kScheme.size());
+    const std::size_t slash = std::min(rest.find('/'), rest.size());
+    const std::string_view server = rest.substr(0, slash);
+    const std::size_t bracket = server.rfind(']');
+    const std::size_t colon = server.find(':', bracket == std::string_view::npos ? 0 : bracket);
+    const bool has_port = colon != std::string_view::npos;
+    if (!is_host(server.substr(0, colon)) || (has_port && !is_port(server.substr(colon + 1))) ||
+        !is_path(rest.substr(slash))) {
         return std::nullopt;
     }
-    std::string path = parts[3].str();
+    std::string path(rest.substr(slash));
     path += path.empty() || path.back() != '/' ? "/" : "";
-    return Address{parts[1].str() + parts[2].str(), path};
+    return Address{text.substr(0, kScheme.size() + server.size()), path};
 }
 
 // When the file was written, as the server tells; else now.

@@ -169,8 +169,16 @@ TEST_F(HttpTest, WhatGoesWrongIsTold) {
     EXPECT_THAT(opened("http://127.0.0.1:1/")->read().model.problem->reason, HasSubstr("no answer: "));
 }
 
+TEST_F(HttpTest, AddressesOfEveryFormAreTaken) {
+    for (const char *name : {"http://gateway", "http://192.168.1.1:8905", "http://[::1]:8905/a/b", "http://[fe80::1]/",
+                             "http://a-b.c_d/"}) {
+        EXPECT_EQ(refused(name), "opened") << name;
+    }
+}
+
 TEST_F(HttpTest, AnAddressThatIsNoneIsRefused) {
-    for (const char *name : {"http://", "http://a b/", "http://host:123456/", "http://ho'st/", "http://host\n/"}) {
+    for (const char *name : {"http://", "http://a b/", "http://host:123456/", "http://host:/", "http://ho'st/",
+                             "http://host\n/", "http://[::1", "http://[]/", "http:///path"}) {
         EXPECT_THAT(refused(name), HasSubstr(": no address such as http://127.0.0.1:8905/")) << name;
     }
 }
