@@ -69,12 +69,14 @@ int check(const std::string &name, const Limits &limits, std::ostream &out) {
     }
     const Health health = health_of(snapshot, limits.weak_below);
     const Verdict verdict = judge(snapshot, health, limits);
-    const std::string all_well = counted(health.devices, "device") + ", " + counted(health.stations, "station");
+    const std::string all_well = counted(health.devices, "device") + ", " +
+                                 counted(health.stations - health.wired, "station") + ", " +
+                                 std::to_string(health.wired) + " wired";
     out << "MESH " << kStates[verdict.state()] << " - " << (verdict.text().empty() ? all_well : verdict.text())
         << " | age=" << static_cast<long>(snapshot.age()) << "s;;" << static_cast<long>(limits.max_age)
-        << ";0 devices=" << health.devices << ";;" << limits.min_devices << ":;0 stations=" << health.stations
-        << ";;;0 weak_stations=" << health.weak_stations.size() << ';' << limits.max_weak
-        << ";;0 weak_links=" << health.weak_links.size() << ";0;;0\n";
+        << ";0 devices=" << health.devices << ";;" << limits.min_devices
+        << ":;0 stations=" << health.stations - health.wired << ";;;0 weak_stations=" << health.weak_stations.size()
+        << ';' << limits.max_weak << ";;0 weak_links=" << health.weak_links.size() << ";0;;0\n";
     return verdict.state();
 }
 

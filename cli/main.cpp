@@ -77,7 +77,8 @@ Loaded load(const std::string &name, double max_age) {
             throw Stop{loaded.status};
         }
     } else if (max_age > 0 && loaded.snapshot.age() > max_age) {
-        say(inputs.model.file + ": is " + std::to_string(static_cast<long>(loaded.snapshot.age())) + " s old");
+        say(inputs.model.file + ": is " + std::to_string(static_cast<long>(loaded.snapshot.age())) +
+            " s old, more than --max-age");
         loaded.status = kNoModel;
     }
     return loaded;
@@ -96,10 +97,16 @@ void tell_missing(const Snapshot &snapshot, const Options &options) {
     if (options.format != cli::Format::kTable && options.format != cli::Format::kWide) {
         return;
     }
+    const struct {
+        const char *file;
+        const char *lacks;
+    } known[] = {{"dump.txt", "the stations of the device that wrote the model"},
+                 {"dnsmasq.leases", "names and addresses of stations"}};
     for (const reader::Problem &problem : snapshot.missing) {
-        if (problem.file.find("dump.txt") != std::string::npos) {
-            say(problem.text() +
-                "; what only it tells is missing, such as the stations of the device that wrote the model");
+        for (const auto &item : known) {
+            if (problem.file.find(item.file) != std::string::npos) {
+                say("without " + problem.file + " (" + problem.reason + ") what is missing is: " + item.lacks);
+            }
         }
     }
 }
@@ -121,6 +128,13 @@ public:
     int run(int argc, char **argv) {
         try {
             app_.parse(argc, argv);
+        } catch (const CLI::RequiredError &error) {
+            const std::vector<std::string> extras = app_.remaining();
+            if (extras.empty()) {
+                return app_.exit(error) == 0 ? kDone : kUsage;
+            }
+            say("there is no verb " + extras[0] + "; qo1905 --help lists them");
+            return kUsage;
         } catch (const CLI::ParseError &error) {
             return app_.exit(error) == 0 ? kDone : kUsage;
         } catch (const Stop &stop) {
@@ -138,14 +152,17 @@ private:
         const std::map<std::string, cli::Format> formats = {
             {"table", cli::Format::kTable},   {"wide", cli::Format::kWide}, {"json", cli::Format::kJson},
             {"ndjson", cli::Format::kNdjson}, {"tsv", cli::Format::kTsv},   {"value", cli::Format::kValue}};
-        app_.add_option("-o,--output", options_.format, "table, wide, json, ndjson, tsv or value")
-            ->transform(CLI::CheckedTransformer(formats))
-            ->option_text("FORMAT");
+        app_.add_option_function<std::string>(
+                "-o,--output", [this, formats](const std::string &name) { options_.format = formats.at(name); },
+                "table, wide, json, ndjson, tsv or value")
+            ->check(CLI::IsMember({"table", "wide", "json", "ndjson", "tsv", "value"}));
         app_.add_option("--columns", options_.columns, "Which columns, by their names in tsv")->delimiter(',');
-        app_.add_flag("!--no-header", options_.header, "No line with the names of the columns");
-        app_.add_flag("!--mac", options_.names, "MACs instead of names");
+        app_.add_flag_callback(
+            "--no-header", [this] { options_.header = false; }, "No line with the names of the columns");
+        app_.add_flag_callback(
+            "--mac", [this] { options_.names = false; }, "MACs instead of names");
         app_.add_option("--max-age", options_.max_age, "Status 3 if the model is older than so many seconds")
-            ->check(CLI::PositiveNumber);
+            ->check(CLI::Range(0.1, 1e9));
     }
 
     // A verb that answers about one snapshot.
@@ -191,23 +208,38 @@ private:
 
     void add_texts() {
         CLI::App *status = add("status", "One screen: is the mesh all right?", [this](const Snapshot &snapshot) {
+            refuse_rows("status");
             const cli::Health health = cli::health_of(snapshot, filter_.weak_below);
             put(cli::is_json(options_.format) ? cli::print(cli::to_json(snapshot, health), options_.format)
                                               : cli::status_text(snapshot, health, options_));
         });
         status->add_option("--weak-below", filter_.weak_below, "What is weak, in dBm")->capture_default_str();
         CLI::App *tree = add("tree", "The devices as a tree", [this](const Snapshot &snapshot) {
+            refuse_rows("tree");
             put(cli::is_json(options_.format) ? cli::print(reader::to_json(snapshot), options_.format)
                                               : cli::tree_text(snapshot, options_, with_stations_, can_draw()));
             tell_missing(snapshot, options_);
         });
         tree->add_flag("--stations", with_stations_, "With their stations");
-        CLI::App *show = add("show", "All that is known of a device or a station",
-                             [this](const Snapshot &snapshot) { show_one(snapshot); });
+        CLI::App *show = add("show", "All that is known of a device or a station", [this](const Snapshot &snapshot) {
+            refuse_rows("show");
+            show_one(snapshot);
+        });
         show->add_option("WHO", who_, "A name, MAC or address")->required();
-        CLI::App *path = add("path", "The way from a station to the gateway, hop by hop",
-                             [this](const Snapshot &snapshot) { show_path(snapshot); });
+        CLI::App *path =
+            add("path", "The way from a station to the gateway, hop by hop", [this](const Snapshot &snapshot) {
+                refuse_rows("path");
+                show_path(snapshot);
+            });
         path->add_option("STATION", who_, "A name, MAC or address")->required();
+    }
+
+    // A picture has no rows.
+    void refuse_rows(const std::string &verb) const {
+        const bool rows = options_.format == cli::Format::kTsv || options_.format == cli::Format::kValue;
+        if (rows || !options_.columns.empty()) {
+            throw CLI::ValidationError(verb, "has no rows and columns; table and json are its outputs");
+        }
     }
 
     void nothing_matches() {
@@ -235,20 +267,30 @@ private:
         }
     }
 
+    static nlohmann::ordered_json way_json(const Snapshot &snapshot, reader::Mac al_mac) {
+        nlohmann::ordered_json whole = whole_of(snapshot);
+        whole["hops"] = nlohmann::ordered_json::array();
+        for (const reader::Device *device : cli::way_of(snapshot, al_mac)) {
+            whole["hops"].push_back(reader::to_json(*device));
+        }
+        return whole;
+    }
+
     void show_path(const Snapshot &snapshot) {
         const cli::Found found = cli::find(snapshot, who_);
-        if (found.stations.empty()) {
+        if (found.stations.empty() && found.devices.empty()) {
             nothing_matches();
             return;
         }
+        for (const reader::Device *device :
+             found.stations.empty() ? found.devices : std::vector<const reader::Device *>()) {
+            put(cli::is_json(options_.format) ? cli::print(way_json(snapshot, device->al_mac), options_.format)
+                                              : cli::path_text(snapshot, *device, options_, can_draw()));
+        }
         for (const reader::Station *station : found.stations) {
             if (cli::is_json(options_.format)) {
-                nlohmann::ordered_json whole = whole_of(snapshot);
+                nlohmann::ordered_json whole = way_json(snapshot, station->device);
                 whole["station"] = reader::to_json(*station);
-                whole["hops"] = nlohmann::ordered_json::array();
-                for (const reader::Device *device : cli::way_of(snapshot, station->device)) {
-                    whole["hops"].push_back(reader::to_json(*device));
-                }
                 put(cli::print(whole, options_.format));
             } else {
                 put(cli::path_text(snapshot, *station, options_, can_draw()));
@@ -279,7 +321,7 @@ private:
         wait->add_option("--for", wanted_, "station=NAME, station=NAME@DEVICE, device=NAME or devices=N")->required();
         wait->add_option("--timeout", timeout_, "Status 5 after so many seconds")
             ->capture_default_str()
-            ->check(CLI::PositiveNumber);
+            ->check(CLI::Range(0.1, 1e9));
         wait->callback([this] { wait_for(); });
     }
 
@@ -320,6 +362,10 @@ private:
         status_ = std::max(before.status, after.status);
         const auto events = reader::events(before.snapshot, after.snapshot);
         const cli::Table table = cli::events_table(after.snapshot, events, options_);
+        if (!before.snapshot.knows_local_stations || !after.snapshot.knows_local_stations) {
+            say("stations of the device that wrote the model are not compared: they stand in dump.txt, which is not "
+                "there for both");
+        }
         if (events.empty() && !cli::is_json(options_.format)) {
             say("nothing has changed");
         } else {

@@ -54,7 +54,28 @@ std::map<Mac, std::vector<const Station *>> by_device(const Snapshot &snapshot) 
     return stations;
 }
 
-// Five steps from -90 to -50 dBm.
+// On Wi-Fi, and by cable.
+struct Count {
+    std::size_t stations = 0;
+    std::size_t wired = 0;
+};
+
+Count count_of(const std::map<Mac, std::vector<const Station *>> &stations, Mac device) {
+    Count count;
+    const auto here = stations.find(device);
+    if (here != stations.end()) {
+        count.wired = static_cast<std::size_t>(std::count_if(here->second.begin(), here->second.end(),
+                                                             [](const Station *station) { return station->is_wired; }));
+        count.stations = here->second.size() - count.wired;
+    }
+    return count;
+}
+
+std::string count_text(const Count &count) {
+    return counted(count.stations, "station") + (count.wired != 0 ? ", " + std::to_string(count.wired) + " wired" : "");
+}
+
+// Four steps from -80 dBm on.
 std::string bar(const std::optional<int> &signal, bool bars) {
     constexpr const char *kBars[] = {"\xe2\x96\x81\xc2\xb7\xc2\xb7\xc2\xb7", "\xe2\x96\x81\xe2\x96\x83\xc2\xb7\xc2\xb7",
                                      "\xe2\x96\x81\xe2\x96\x83\xe2\x96\x85\xc2\xb7",
@@ -124,19 +145,20 @@ Table devices_table(const Snapshot &snapshot, const Options &options) {
                      {"signal", "SIGNAL dBm", true, true},
                      {"rate", "RATE Mbit/s", true, true},
                      {"stations", "STATIONS", true, true},
+                     {"wired", "WIRED", true, true},
                      {"address", "ADDRESS"},
                      {"firmware", "FIRMWARE"},
                      {"hops", "HOPS", false, true}};
     const auto stations = by_device(snapshot);
     for (const Device *device : ordered_devices(snapshot)) {
-        const auto here = stations.find(device->al_mac);
         const bool known = !device->is_local || snapshot.knows_local_stations;
-        const std::size_t count = here != stations.end() ? here->second.size() : 0;
+        const Count count = count_of(stations, device->al_mac);
         table.rows.push_back({options.names ? device->name.value_or("") : "", device->al_mac.text(),
                               in_words(device->role), label_of(snapshot, device->parent, options),
                               in_words(device->medium), number(device->signal), number(device->rate),
-                              known ? std::to_string(count) : "", device->address.value_or(""),
-                              device->firmware.value_or(""), device->hops ? std::to_string(*device->hops) : ""});
+                              known ? std::to_string(count.stations) : "", known ? std::to_string(count.wired) : "",
+                              device->address.value_or(""), device->firmware.value_or(""),
+                              device->hops ? std::to_string(*device->hops) : ""});
         table.items.push_back(reader::to_json(*device));
     }
     return table;
@@ -235,16 +257,19 @@ Table events_table(const Snapshot &after, const std::vector<Event> &events, cons
 
 Found find(const Snapshot &snapshot, const std::string &text) {
     const auto mac = Mac::parse(text);
+    const auto is_named = [wanted = lower_case(text)](const auto &item) {
+        return (item.name && lower_case(*item.name) == wanted) || item.address == wanted;
+    };
     Found found;
     for (const Device &device : snapshot.devices) {
-        if (device.al_mac == mac || device.name == text || device.address == text ||
+        if (device.al_mac == mac || is_named(device) ||
             std::any_of(device.interfaces.begin(), device.interfaces.end(),
-                        [&](const auto &interface) { return interface.mac == mac; })) {
+                        [&](const reader::Interface &interface) { return interface.mac == mac; })) {
             found.devices.push_back(&device);
         }
     }
     for (const Station &station : snapshot.stations) {
-        if (station.mac == mac || station.name == text || station.address == text) {
+        if (station.mac == mac || is_named(station)) {
             found.stations.push_back(&station);
         }
     }
@@ -314,9 +339,8 @@ private:
         } else if (device.role) {
             text += "  " + std::string(reader::word(*device.role));
         }
-        const auto here = stations_.find(device.al_mac);
-        if (here != stations_.end() && !with_stations_) {
-            text += "  " + counted(here->second.size(), "station");
+        if (!with_stations_ && stations_.count(device.al_mac) != 0) {
+            text += "  " + count_text(count_of(stations_, device.al_mac));
         }
         return text + (!device.parent && device.hops != 0U ? "  (no way to the gateway is known)" : "");
     }
@@ -349,18 +373,31 @@ std::string tree_text(const Snapshot &snapshot, const Options &options, bool wit
     return Tree(snapshot, options, with_stations, bars).draw();
 }
 
-std::string path_text(const Snapshot &snapshot, const Station &station, const Options &options, bool bars) {
-    const auto way = way_of(snapshot, station.device);
-    std::string text =
-        visible(label(station, options)) + (options.names && station.name ? "  " + station.mac.text() : "") + '\n';
-    std::string link = link_text(band_of(station), station.signal, station.rate, bars);
+namespace {
+
+std::string way_text(const Snapshot &snapshot, Mac from, std::string link, const Options &options, bool bars) {
+    std::string text;
+    const auto way = way_of(snapshot, from);
     for (const Device *device : way) {
-        text += "  \xe2\x94\x82 " + link + '\n' + visible(label(*device, options)) +
-                (options.names && device->name ? "  " + device->al_mac.text() : "") + '\n';
+        text += link.empty() ? "" : "  \xe2\x94\x82 " + link + '\n';
+        text += visible(label(*device, options)) + (options.names && device->name ? "  " + device->al_mac.text() : "") +
+                '\n';
         link = link_text(in_words(device->medium), device->signal, device->rate, bars);
     }
     const bool arrives = !way.empty() && way.back()->hops == 0U;
     return text + (arrives ? "" : "  \xe2\x94\x82 no way to the gateway is known\n");
+}
+
+}  // namespace
+
+std::string path_text(const Snapshot &snapshot, const Station &station, const Options &options, bool bars) {
+    return visible(label(station, options)) + (options.names && station.name ? "  " + station.mac.text() : "") + '\n' +
+           way_text(snapshot, station.device, link_text(band_of(station), station.signal, station.rate, bars), options,
+                    bars);
+}
+
+std::string path_text(const Snapshot &snapshot, const Device &device, const Options &options, bool bars) {
+    return way_text(snapshot, device.al_mac, "", options, bars);
 }
 
 namespace {
@@ -396,9 +433,7 @@ void show_device(Card &card, const Snapshot &snapshot, const Device &device, con
                                 link_text(in_words(device.medium), device.signal, device.rate, false));
     }
     card.line("hops", device.hops ? std::to_string(*device.hops) : "");
-    const auto here = std::count_if(snapshot.stations.begin(), snapshot.stations.end(),
-                                    [&](const Station &station) { return station.device == device.al_mac; });
-    card.line("stations", here != 0 ? std::to_string(here) : "");
+    card.line("stations", count_text(count_of(by_device(snapshot), device.al_mac)));
     for (const reader::Interface &interface : device.interfaces) {
         card.line("interface", interface_text(interface));
     }
@@ -488,9 +523,16 @@ std::string listed(const std::vector<const Item *> &items, Tell tell) {
 namespace {
 
 // What was written long ago says nothing of now.
-std::string summary(const Snapshot &snapshot, const Health &health) {
-    const std::string verdict = health.is_well() ? "all is well" : "something is wrong with the devices or their links";
-    return snapshot.age() <= kFresh ? verdict : age_text(snapshot.age()) + " ago: " + verdict;
+std::string summary(const Snapshot &snapshot, const Health &health, const Options &options) {
+    if (options.max_age > 0 && snapshot.age() > options.max_age) {
+        return "too old to tell";
+    }
+    const std::string weak =
+        health.weak_stations.empty() ? "" : ", but for " + counted(health.weak_stations.size(), "weak station");
+    const std::string verdict =
+        health.is_well() ? "all is well" + weak : "something is wrong with the devices or their links";
+    const std::string part = snapshot.knows_local_stations ? "" : ", as far as these files tell";
+    return (snapshot.age() <= kFresh ? "" : age_text(snapshot.age()) + " ago: ") + verdict + part;
 }
 
 }  // namespace
@@ -506,21 +548,21 @@ std::string status_text(const Snapshot &snapshot, const Health &health, const Op
                              ? ", all reach the gateway"
                              : ", no way to the gateway is known for: " + listed(health.unreachable, device_label)));
     line("links", health.weak_links.empty()
-                      ? "none is weak"
+                      ? "no weak one"
                       : "weak: " + listed(health.weak_links, [&](const Device &device) {
                             return device_label(device) + ' ' + std::to_string(*device.signal) + " dBm";
                         }));
     line("stations", std::to_string(health.on_2_4ghz) + " on 2.4 GHz, " + std::to_string(health.on_5ghz) +
-                         " on 5 GHz, " + std::to_string(health.wired) + " wired");
-    line("weak",
-         health.weak_stations.empty() ? "no station" : listed(health.weak_stations, [&](const Station &station) {
+                         " on 5 GHz, " + std::to_string(health.wired) + " wired" +
+                         (snapshot.knows_local_stations ? "" : "; not those of the device that wrote the model"));
+    line("weak", health.weak_stations.empty() ? "none" : listed(health.weak_stations, [&](const Station &station) {
              return visible(cut(label(station, options), 32)) + ' ' + std::to_string(*station.signal) + " dBm at " +
                     visible(label_of(snapshot, station.device, options));
          }));
     for (const reader::Problem &problem : snapshot.missing) {
         line("missing", visible(problem.text()));
     }
-    line("in short", summary(snapshot, health));
+    line("in short", summary(snapshot, health, options));
     return text;
 }
 

@@ -47,6 +47,8 @@ std::vector<const reader::Device *> way_of(const reader::Snapshot &snapshot, rea
 std::string tree_text(const reader::Snapshot &snapshot, const Options &options, bool with_stations, bool bars);
 std::string path_text(const reader::Snapshot &snapshot, const reader::Station &station, const Options &options,
                       bool bars);
+std::string path_text(const reader::Snapshot &snapshot, const reader::Device &device, const Options &options,
+                      bool bars);
 std::string show_text(const reader::Snapshot &snapshot, const Found &found, const Options &options);
 
 // One screen: is the mesh all right? `is_well` tells the same to programs.

@@ -2,7 +2,7 @@
 # Runs a command the way a device would: with a /tmp, /run, /var/dnsmasq and /etc/rc.d of its own.
 #
 #     lab/sandbox.sh [--strict] [--root DIR] [--programs DIR]... [--leases FILE] -- COMMAND [ARGUMENT...]
-#     lab/sandbox.sh --probe      status 0 where namespaces can be had
+#     lab/sandbox.sh --probe      status 0 where namespaces can be had, 1 where not, 2 when that cannot be told
 #
 # --root DIR      where the device's folders are kept (DIR/tmp and so on) and can be read from outside; without it they are
 #                 thrown away at the end
@@ -173,7 +173,8 @@ throw_away() {
 # lock is there is given up for another.
 make_root() {
     while :; do
-        root=$(mktemp -d "${TMPDIR:-/tmp}/qo1905-sandbox.XXXXXX")
+        root=$(mktemp -d "${TMPDIR:-/tmp}/qo1905-sandbox.XXXXXX" 2>/dev/null) ||
+            die "no folder can be made in ${TMPDIR:-/tmp}${TMPDIR:+, which TMPDIR names}"
         exec 8<"$root"
         flock 8
         [ ! -d "$root" ] || return 0
@@ -199,7 +200,7 @@ fi
 mkdir -p "$root/tmp/scratch" "$root/run" "$root/dnsmasq" "$root/rc.d"
 
 if [ -n "$probe" ]; then
-    namespaces_work
+    namespaces_work || exit 1
 elif [ -n "$strict" ] || namespaces_work; then
     prepare "$root/dnsmasq" "$root/rc.d"
     start_in_namespaces "$@"

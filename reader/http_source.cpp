@@ -10,6 +10,7 @@ namespace reader {
 namespace {
 
 constexpr std::time_t kSilence = 5;  // seconds
+constexpr std::string_view kModel = "/qo1905.json";
 constexpr auto kMostTime = std::chrono::seconds(20);
 
 struct Address {
@@ -52,6 +53,8 @@ std::optional<Address> split(const std::string &text) {
         return std::nullopt;
     }
     std::string path(rest.substr(slash));
+    const std::size_t model = path.rfind(kModel);  // the model itself will do
+    path.resize(model != std::string::npos && path.size() == model + kModel.size() ? model : path.size());
     path += path.empty() || path.back() != '/' ? "/" : "";
     return Address{text.substr(0, kScheme.size() + server.size()), path};
 }
@@ -64,6 +67,19 @@ Time time_of(const httplib::Response &response) {
         return std::chrono::system_clock::now();
     }
     return std::chrono::system_clock::from_time_t(timegm(&parts));
+}
+
+std::string no_answer(httplib::Error error) {
+    switch (error) {
+        case httplib::Error::Connection:
+            return "no answer: nobody takes connections there";
+        case httplib::Error::Read:
+            return "no answer in time, or one that breaks off";
+        case httplib::Error::Canceled:
+            return "the answer does not end";
+        default:
+            return "no answer: " + httplib::to_string(error);
+    }
 }
 
 class HttpSource : public Source {
@@ -116,9 +132,9 @@ private:
         }
         input.text.clear();
         const bool not_there = result && result->status == 404;
-        input.problem = Problem{not_there ? Problem::Kind::kMissing : Problem::Kind::kUnreadable, input.file,
-                                result ? "the server answers " + std::to_string(result->status)
-                                       : "no answer: " + httplib::to_string(result.error())};
+        input.problem =
+            Problem{not_there ? Problem::Kind::kMissing : Problem::Kind::kUnreadable, input.file,
+                    result ? "the server answers " + std::to_string(result->status) : no_answer(result.error())};
         return input;
     }
 

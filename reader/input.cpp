@@ -90,13 +90,23 @@ bool is_whole_model(const std::string &text) {
     return text.size() >= 2 && text.compare(text.size() - 2, 2, "}\n") == 0;
 }
 
+namespace {
+
+// What does not begin as a model is none, whole or not.
+bool is_torn(const Input &input) {
+    const bool begins = input.text.empty() || input.text[0] == '{';
+    return !input.problem && begins && !is_whole_model(input.text);
+}
+
+}  // namespace
+
 Input read_model_file(const std::string &path) {
     Input input = read_file(path);
-    for (int tries = 1; tries < kTries && path != "-" && !input.problem && !is_whole_model(input.text); ++tries) {
+    for (int tries = 1; tries < kTries && path != "-" && is_torn(input); ++tries) {
         std::this_thread::sleep_for(kPause);
         input = read_file(path);
     }
-    if (!input.problem && !is_whole_model(input.text)) {
+    if (is_torn(input)) {
         const bool empty = input.text.empty();
         return with_problem(std::move(input), Problem::Kind::kTorn,
                             empty ? "is empty" : "is cut: it does not end as a model does");

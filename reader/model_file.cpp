@@ -128,6 +128,7 @@ class Handler : public JsonHandler {
 public:
     ModelFile take() { return std::move(model_); }
     bool has_al() const { return has_al_; }
+    bool is_dump() const { return is_dump_; }
 
     void start_again() override { *this = Handler(); }
 
@@ -181,6 +182,7 @@ public:
 
     bool key(std::string &key) override {
         key_ = std::move(key);
+        is_dump_ = is_dump_ || (places_.size() == 1 && key_ == "topology information");
         return true;
     }
 
@@ -298,6 +300,7 @@ private:
 
     ModelFile model_;
     bool has_al_ = false;
+    bool is_dump_ = false;
     std::vector<Place> places_;  // of the objects and arrays that are open
     std::string key_;            // the last that was met
     std::string object_key_;     // of the interface or neighbour that is being read
@@ -318,7 +321,8 @@ std::optional<ModelFile> parse_model(const std::string &text, std::string &reaso
         return std::nullopt;
     }
     if (!handler.has_al()) {
-        reason = "is JSON, but no model: it has no Device.X_0A3C5E_IEEE1905.AL";
+        reason = handler.is_dump() ? "is a topology dump and no model; a replay makes one of it (./dev run --dump)"
+                                   : "is JSON, but no model: it has no Device.X_0A3C5E_IEEE1905.AL";
         return std::nullopt;
     }
     return handler.take();

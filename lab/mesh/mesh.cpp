@@ -323,7 +323,8 @@ std::string Mesh::send(const std::string &device, const std::string &payload) {
     if (!node.deliver(payload)) {
         throw Error(device + (node.is_ready() ? ": nobody listens there now" : " is starting"));
     }
-    return "delivered to " + device;
+    const bool is_json = nlohmann::json::accept(payload);
+    return "delivered to " + device + (is_json ? "" : ", though it is no JSON");
 }
 
 std::string Mesh::set_role(const std::string &device, Role role) {
@@ -388,6 +389,25 @@ std::string Mesh::restart_daemon(const std::string &device) {
     return device + ": its multi-AP daemon is back in a second";
 }
 
+// The Controller tells every Agent the state of its own interfaces in every cycle.
+std::string Mesh::who_undoes(std::size_t device, const std::string &interface, bool enabled) const {
+    const auto controller = world_.controller();
+    if (!controller || *controller == device || !world_.now(*controller).up) {
+        return "";
+    }
+    for (const Radio &radio : world_.at_start(*controller).radios) {
+        for (const Bss &bss : radio.bss) {
+            const bool is_on = world_.now(*controller).disabled.count(interface) == 0;
+            if (bss.interface == interface && is_on != enabled) {
+                const std::string &name = world_.at_start(*controller).name;
+                return "; its Controller, whose own " + interface + (is_on ? " is on" : " is off") +
+                       ", undoes that within a cycle: wifi " + name + ' ' + interface + " switches all";
+            }
+        }
+    }
+    return "";
+}
+
 std::string Mesh::switch_wifi(const std::string &device, const std::string &interface, bool enabled) {
     const std::size_t place = place_of(device);
     std::string names;
@@ -398,7 +418,7 @@ std::string Mesh::switch_wifi(const std::string &device, const std::string &inte
                 publish();
                 const std::string done = "switches " + interface + (enabled ? " on" : " off");
                 screen_.happening(device, done);
-                return std::string(device).append(" ").append(done);
+                return std::string(device).append(" ").append(done) + who_undoes(place, interface, enabled);
             }
             names += (names.empty() ? "" : ", ") + bss.interface;
         }

@@ -90,6 +90,7 @@ private:
     void publish();
     std::size_t place_of(const std::string &device) const;
     std::size_t station_of(const std::string &name) const;
+    std::string who_undoes(std::size_t device, const std::string &interface, bool enabled) const;
     Node &node_of(const std::string &device);
     std::string pace() const;
     std::string status_row(std::size_t device) const;

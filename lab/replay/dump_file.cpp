@@ -47,8 +47,13 @@ std::string no_text(const std::string &bytes) {
             return signature.meaning;
         }
     }
-    // Also UTF-16 without its mark.
-    return bytes.find('\0') == std::string::npos ? "" : "is no text: it holds zero bytes";
+    if (bytes.find('\0') != std::string::npos) {  // also UTF-16 without its mark
+        return "is no text: it holds zero bytes";
+    }
+    const char first = bytes[bytes.find_first_not_of(" \t\r\n")];
+    const bool is_behind = first != '{' && first != '[' && bytes.find("\n{") != std::string::npos;
+    return is_behind ? "does not begin with its \"{\": a line stands before it, perhaps of the shell it was copied from"
+                     : "";
 }
 
 // --- JSON that is no dump ---

@@ -17,6 +17,7 @@
 #include "lab/replay/dump_file.h"
 #include "lab/replay/field_device.h"
 #include "lab/replay/replay_folder.h"
+#include "reader/model_file.h"
 
 namespace lab {
 namespace {
@@ -30,7 +31,7 @@ constexpr std::size_t kMaxOddities = 10;
 constexpr std::size_t kLastWords = 5;
 constexpr const char *kModel = "/tmp/qo1905.json";
 
-void say(const std::string &text) { std::cerr << "== " << text << std::endl; }
+void say(const std::string &text) { std::cout << "== " << text << std::endl; }
 
 void complain(const std::string &text) { std::cerr << "!! " << text << std::endl; }
 
@@ -45,17 +46,13 @@ struct Input {
     std::string device;  // JSON
 };
 
-// An array; a single payload is as good.
+// An array; a single payload is as good. What has no sender is no report, perhaps another file.
 std::string read_reports(const std::string &path) {
     const JsonValue file = JsonValue::read_file(path);
-    if (!file.is_array()) {
-        (void)file.keys();  // throws unless it is an object
-        return '[' + file.dump() + ']';
+    for (const JsonValue &report : file.is_array() ? file.items() : std::vector{file}) {
+        (void)report.at("SrcAlMac").text();
     }
-    for (const JsonValue &report : file.items()) {
-        (void)report.keys();
-    }
-    return file.dump();
+    return file.is_array() ? file.dump() : '[' + file.dump() + ']';
 }
 
 std::string read_device(const std::string &path) {
@@ -106,6 +103,22 @@ void tell_unknown(const ReplayOptions &options) {
     }
 }
 
+// What stands beside the dump and says nothing about it.
+void tell_useless(const Input &input, const ReplayOptions &options) {
+    long reports = 0, leases = 0;
+    for (const nlohmann::json &entry : input.dump.entries) {
+        const std::string al_mac = lower_case(dump_text(entry, "AL MAC"));
+        reports += lower_case(input.reports).find(al_mac) != std::string::npos ? 1 : 0;
+        leases += lower_case(input.leases).find(al_mac) != std::string::npos ? 1 : 0;
+    }
+    if (!options.reports.empty() && reports == 0) {
+        complain(options.reports + ": no report of a device of this dump");
+    }
+    if (!options.leases.empty() && leases == 0) {
+        complain(options.leases + ": no lease of a device of this dump");
+    }
+}
+
 void tell_input(const Input &input, const ReplayOptions &options) {
     if (!input.dump.obstacle.empty()) {
         return;  // told when there is no model
@@ -114,6 +127,7 @@ void tell_input(const Input &input, const ReplayOptions &options) {
     say(input.name + ": " + dump_contents(input.dump) + "; replayed on the " +
         (device.text_or("role", "") == "agent" ? "Agent " : "Controller ") + device.text_or("base_mac", ""));
     tell_unknown(options);
+    tell_useless(input, options);
     const std::size_t told = std::min(input.dump.oddities.size(), kMaxOddities);
     for (std::size_t i = 0; i < told; ++i) {
         say("odd: " + input.dump.oddities[i]);
@@ -210,6 +224,25 @@ void explain(const Input &input, const Run &run) {
     }
 }
 
+// A model is made of whatever the module can read; how much of the dump that was is another question.
+int judge_model(const Input &input, const std::string &folder) {
+    std::string reason;
+    const auto model = reader::parse_model(read_input(folder + kModel), reason);
+    const std::size_t devices = model ? model->devices.size() + 1 : 0;
+    if (!input.dump.obstacle.empty()) {
+        complain(input.name + ' ' + input.dump.obstacle);
+        complain("the module made a model all the same; which device it was on is not known");
+    } else if (input.dump.entries.empty()) {
+        complain(input.name + " holds no device: there is nothing in the model but what the module puts there itself");
+    } else if (devices < input.dump.entries.size()) {
+        complain("the model lacks " + std::to_string(input.dump.entries.size() - devices) + " of the dump's " +
+                 plural(static_cast<long>(input.dump.entries.size()), "device"));
+    } else {
+        return 0;
+    }
+    return kNoModel;
+}
+
 int judge(const Input &input, const Run &run, const std::string &folder) {
     if (run.end.signal == 0 && run.end.status != 0) {
         complain("the host ended with status " + std::to_string(run.end.status) + "; all it said is in " + folder +
@@ -218,15 +251,11 @@ int judge(const Input &input, const Run &run, const std::string &folder) {
     }
     if (!fs::exists(folder + kModel)) {
         explain(input, run);
-        say("all that was said: " + folder + "/host.log");
         return kNoModel;
     }
-    if (!input.dump.obstacle.empty()) {
-        say(input.name + " " + input.dump.obstacle);
-        say("the module made a model all the same; which device it was on is not known");
-    }
-    say("in " + folder + "/tmp: " + list_files(folder) + "; all that was said: " + folder + "/host.log");
-    return run.end.signal == 0 ? 0 : kSignalled + run.end.signal;
+    const int status = judge_model(input, folder);
+    say("in " + folder + "/tmp: " + list_files(folder));
+    return run.end.signal == 0 ? status : kSignalled + run.end.signal;
 }
 
 }  // namespace
@@ -234,12 +263,21 @@ int judge(const Input &input, const Run &run, const std::string &folder) {
 int replay(const ReplayOptions &wishes, const std::string &project, const std::string &build) {
     const ReplayOptions options = with_sample(wishes, project);
     const Input input = read_all(options);
-    const ReplayFolder folder(options.out);
+    ReplayFolder folder(options.out);
     prepare(input, folder);
     tell_input(input, options);
     const Run run =
         run_device(command_of(options, input, folder.path(), project, build), options, folder.path() + "/host.log");
-    return judge(input, run, folder.path());
+    const int status = judge(input, run, folder.path());
+    if (options.out.empty() && !fs::exists(folder.path() + kModel) && !input.dump.obstacle.empty()) {
+        folder.throw_away();  // there is nothing in it that was not said
+    } else {
+        say("all that was said: " + folder.path() + "/host.log");
+    }
+    if (!std::cout.flush()) {
+        throw Error("standard output cannot be written");
+    }
+    return status;
 }
 
 }  // namespace lab

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 
 #include "lab/common/error.h"
 
@@ -18,7 +19,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char *kMark = "host.log";  // every replay leaves one
-constexpr const char *kParts[] = {"tmp", "run", "dnsmasq", "rc.d", "device.json", kMark};
 
 std::string make_folder(const std::string &name) {
     if (name.empty()) {
@@ -38,23 +38,45 @@ std::string make_folder(const std::string &name) {
 
 }  // namespace
 
-ReplayFolder::ReplayFolder(const std::string &name) : path_(make_folder(name)) {
-    lock_ = open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (lock_ < 0 || flock(lock_, LOCK_EX | LOCK_NB) != 0) {
+int ReplayFolder::lock(const std::string &path) {
+    const int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0 || flock(fd, LOCK_EX | LOCK_NB) != 0) {
         const int error = errno;
-        close(lock_);
-        throw Error(path_ + (error == EWOULDBLOCK ? ": another replay is running there; choose another --out"
-                                                  : std::string(": cannot be locked: ") + std::strerror(error)));
+        close(fd);
+        throw Error(path + (error == EWOULDBLOCK ? ": another replay is running there; choose another --out"
+                                                 : std::string(": cannot be locked: ") + std::strerror(error)));
     }
+    return fd;
+}
+
+ReplayFolder::ReplayFolder(const std::string &name) : path_(make_folder(name)), lock_(lock(path_)) {
     if (!fs::is_empty(path_) && !fs::exists(fs::path(path_) / kMark)) {
         close(lock_);
         throw Error(path_ + ": there are files, and not those of a replay; choose another --out");
     }
-    for (const char *part : kParts) {
-        std::error_code ignored;
-        fs::remove_all(fs::path(path_) / part, ignored);
+    if (!fs::is_empty(path_)) {
+        move_aside();
     }
     fs::create_directories(path_ + "/tmp/scratch");
+}
+
+// What an earlier replay left is kept until the next but one: this one may fail.
+void ReplayFolder::move_aside() {
+    const std::string aside = path_ + ".before";
+    if (fs::exists(aside) && !fs::exists(fs::path(aside) / kMark)) {
+        throw Error(aside + ": is in the way; what an earlier replay left would go there");
+    }
+    fs::remove_all(aside);
+    fs::rename(path_, aside);
+    fs::create_directory(path_);
+    close(lock_);
+    lock_ = lock(path_);
+    std::cout << "== what an earlier replay left there is now in " << aside << std::endl;
+}
+
+void ReplayFolder::throw_away() const {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
 }
 
 ReplayFolder::~ReplayFolder() {

@@ -58,9 +58,10 @@ TEST_F(CommandTest, DataGoesToStandardOutputAndWordsToStandardError) {
     EXPECT_EQ(errors_, "");
     fs::remove("mesh/dump.txt");
     EXPECT_EQ(ask("-s mesh devices").status, 0);
-    EXPECT_EQ(errors_,
-              "qo1905: mesh/dump.txt: No such file or directory; what only it tells is missing, such as the stations "
-              "of the device that wrote the model\n");
+    EXPECT_EQ(
+        errors_,
+        "qo1905: without mesh/dump.txt (No such file or directory) what is missing is: the stations of the device "
+        "that wrote the model\n");
     EXPECT_EQ(ask("-s mesh devices -o json").status, 0);
     EXPECT_EQ(errors_, "") << "programs find it in the JSON";
 }
@@ -88,11 +89,28 @@ TEST_F(CommandTest, NothingThatMatchesIsStatus1) {
 }
 
 TEST_F(CommandTest, WrongWordsAreStatus2) {
-    for (const char *words : {"", "frobnicate", "-o xml devices", "--columns colour devices", "show",
-                              "--max-age 0 status", "wait", "wait --for colour=red", "stations --band 6"}) {
+    for (const char *words :
+         {"", "frobnicate", "-o tsv tree", "--columns name status", "-o xml devices", "--columns colour devices",
+          "show", "--max-age 0 status", "wait", "wait --for colour=red", "stations --band 6"}) {
         EXPECT_EQ(ask(std::string("-s mesh ") + words).status, 2) << words;
         EXPECT_NE(errors_, "") << words;
     }
+}
+
+TEST_F(CommandTest, WrongWordsAreNamed) {
+    ask("-s mesh frobnicate");
+    EXPECT_EQ(errors_, "qo1905: there is no verb frobnicate; qo1905 --help lists them\n");
+    ask("-s mesh -o xml devices");
+    EXPECT_THAT(errors_, HasSubstr("xml not in {"));
+    ask("-s mesh -o value path phone");
+    EXPECT_THAT(errors_, HasSubstr("path: has no rows and columns; table and json are its outputs\n"));
+    ask("-s mesh wait --for devices=3 --timeout abc");
+    EXPECT_THAT(errors_, HasSubstr("--timeout"));
+}
+
+TEST_F(CommandTest, ADumpInPlaceOfAModelIsTold) {
+    EXPECT_EQ(ask("-s mesh/dump.txt status").status, 4);
+    EXPECT_THAT(errors_, HasSubstr("is a topology dump and no model; a replay makes one of it (./dev run --dump)\n"));
 }
 
 TEST_F(CommandTest, NoModelOrAnOldOneIsStatus3) {
@@ -105,7 +123,7 @@ TEST_F(CommandTest, NoModelOrAnOldOneIsStatus3) {
     const Result old = ask("-s mesh --max-age 60 devices");
     EXPECT_EQ(old.status, 3);
     EXPECT_THAT(old.output, HasSubstr("02:0b:00:00:00:01")) << "it is shown all the same";
-    EXPECT_THAT(errors_, MatchesRegex("qo1905: mesh/qo1905.json: is 36[0-9][0-9] s old\n"));
+    EXPECT_THAT(errors_, MatchesRegex("qo1905: mesh/qo1905.json: is 36[0-9][0-9] s old, more than --max-age\n"));
     EXPECT_EQ(ask("-s mesh --max-age 7200 devices").status, 0);
     // The dump alone tells a part.
     fs::remove("mesh/qo1905.json");
@@ -172,6 +190,8 @@ TEST_F(CommandTest, WhatHappenedBetweenTwoSources) {
     fs::copy("mesh", "later");
     EXPECT_EQ(ask("diff mesh later").output, "");
     EXPECT_EQ(errors_, "qo1905: nothing has changed\n");
+    EXPECT_EQ(ask("diff mesh/qo1905.json later").status, 0);
+    EXPECT_THAT(errors_, StartsWith("qo1905: stations of the device that wrote the model are not compared: "));
     std::string model = lab_test::text_of("mesh/qo1905.json");
     const std::string old_version = "1.0.2(A)b7";
     std::ofstream("later/qo1905.json") << model.replace(model.find(old_version), old_version.size(), "1.0.3");
@@ -190,9 +210,10 @@ TEST_F(CommandTest, ACheckIsOneLineWithPerformanceDataAndAStatus) {
     fs::last_write_time("mesh/qo1905.json", fs::file_time_type::clock::now());
     const Result well = ask("-s mesh check");
     EXPECT_EQ(well.status, 0) << well.output;
-    EXPECT_THAT(well.output,
-                MatchesRegex("MESH OK - 3 devices, 8 stations \\| age=[0-9]+s;;120;0 devices=3;;1:;0 stations=8;;;0 "
-                             "weak_stations=1;5;;0 weak_links=0;0;;0\n"));
+    EXPECT_THAT(
+        well.output,
+        MatchesRegex("MESH OK - 3 devices, 5 stations, 3 wired \\| age=[0-9]+s;;120;0 devices=3;;1:;0 stations=5;;;0 "
+                     "weak_stations=1;5;;0 weak_links=0;0;;0\n"));
     const Result weak = ask("-s mesh check --max-weak 0");
     EXPECT_EQ(weak.status, 1);
     EXPECT_THAT(weak.output, StartsWith("MESH WARNING - 1 weak station | "));

@@ -45,13 +45,13 @@ protected:
 TEST_F(ViewsTest, DevicesFromTheGatewayOutwards) {
     EXPECT_EQ(devices(as(Format::kTable)),
               "DEVICE                AL MAC             ROLE        UPLINK TO             OVER      SIGNAL dBm  RATE "
-              "Mbit/s  STATIONS  ADDRESS       FIRMWARE\n"
+              "Mbit/s  STATIONS  WIRED  ADDRESS       FIRMWARE\n"
               "gateway               02:00:00:00:00:01  controller  -                     -                  -         "
-              "   -         0  192.168.1.1   -\n"
+              "   -         0      0  192.168.1.1   -\n"
               "Attic \"North\" \\ wing  02:0a:00:00:00:01  agent       gateway               Ethernet           -      "
-              "      -         5  192.168.1.21  1.0.2(A)b7\n"
+              "      -         2      3  192.168.1.21  1.0.2(A)b7\n"
               "cellar                02:0b:00:00:00:01  agent       Attic \"North\" \\ wing  2.4 GHz          -52      "
-              "      -         3  192.168.1.22  -\n");
+              "      -         3      0  192.168.1.22  -\n");
 }
 
 TEST_F(ViewsTest, RowsForScripts) {
@@ -61,7 +61,7 @@ TEST_F(ViewsTest, RowsForScripts) {
     options.header = false;
     EXPECT_EQ(devices(options), "02:00:00:00:00:01\n02:0a:00:00:00:01\n02:0b:00:00:00:01\n");
     EXPECT_EQ(devices(as(Format::kValue, {"al_mac", "stations"})),
-              "02:00:00:00:00:01\t0\n02:0a:00:00:00:01\t5\n02:0b:00:00:00:01\t3\n");
+              "02:00:00:00:00:01\t0\n02:0a:00:00:00:01\t2\n02:0b:00:00:00:01\t3\n");
 }
 
 TEST_F(ViewsTest, JsonForPrograms) {
@@ -81,7 +81,7 @@ TEST_F(ViewsTest, AColumnThatIsNotThereIsRefusedWithThoseThatAre) {
     } catch (const CLI::ValidationError &error) {
         EXPECT_STREQ(error.what(),
                      "--columns: there is no colour; there are: "
-                     "name,al_mac,role,parent,medium,signal,rate,stations,address,firmware,hops");
+                     "name,al_mac,role,parent,medium,signal,rate,stations,wired,address,firmware,hops");
     }
 }
 
@@ -138,7 +138,7 @@ TEST_F(ViewsTest, LinksOfTheDevices) {
 TEST_F(ViewsTest, TheTree) {
     EXPECT_EQ(cli::tree_text(snapshot_, {}, false, false),
               "gateway  02:00:00:00:00:01  controller\n"
-              "└─ Attic \"North\" \\ wing  02:0a:00:00:00:01  Ethernet  5 stations\n"
+              "└─ Attic \"North\" \\ wing  02:0a:00:00:00:01  Ethernet  2 stations, 3 wired\n"
               "   └─ cellar  02:0b:00:00:00:01  2.4 GHz -52 dBm  3 stations\n");
 }
 
@@ -192,11 +192,32 @@ TEST_F(ViewsTest, TheWayOfAStation) {
                 HasSubstr("\n  │ no way to the gateway is known\n"));
 }
 
+TEST_F(ViewsTest, TheWayOfADevice) {
+    EXPECT_EQ(cli::path_text(snapshot_, snapshot_.devices[2], {}, false),
+              "cellar  02:0b:00:00:00:01\n"
+              "  │ 2.4 GHz -52 dBm\n"
+              "Attic \"North\" \\ wing  02:0a:00:00:00:01\n"
+              "  │ Ethernet\n"
+              "gateway  02:00:00:00:00:01\n");
+}
+
+TEST_F(ViewsTest, OneScreenSaysHowFarItSees) {
+    snapshot_.knows_local_stations = false;
+    cli::Health health = cli::health_of(snapshot_, -120);
+    EXPECT_THAT(cli::status_text(snapshot_, health, {}),
+                testing::AllOf(HasSubstr("3 wired; not those of the device that wrote the model\n"),
+                               HasSubstr("weak      none\n"),
+                               HasSubstr("in short  all is well, as far as these files tell\n")));
+    Options options;
+    options.max_age = 5;
+    EXPECT_THAT(cli::status_text(snapshot_, health, options), HasSubstr("in short  too old to tell\n"));
+}
+
 TEST_F(ViewsTest, WhoeverGoesByANameAMacOrAnAddress) {
     EXPECT_EQ(cli::find(snapshot_, "phone").stations.size(), 2U);
     EXPECT_EQ(cli::find(snapshot_, "192.168.1.105").stations.size(), 1U);
     EXPECT_EQ(cli::find(snapshot_, "02:57:00:00:00:03").stations.size(), 1U);
-    EXPECT_EQ(cli::find(snapshot_, "cellar").devices.size(), 1U);
+    EXPECT_EQ(cli::find(snapshot_, "CELLAR").devices.size(), 1U);
     EXPECT_EQ(cli::find(snapshot_, "02:0b:00:00:95:00").devices.size(), 1U) << "an interface of it";
     EXPECT_EQ(cli::find(snapshot_, "").devices.size() + cli::find(snapshot_, "").stations.size(), 0U);
 }
@@ -206,10 +227,10 @@ TEST_F(ViewsTest, OneScreenTellsWhetherAllIsWell) {
     EXPECT_EQ(cli::status_text(snapshot_, health, {}),
               "mesh      of gateway, 10 s old\n"
               "devices   3 devices, all reach the gateway\n"
-              "links     none is weak\n"
+              "links     no weak one\n"
               "stations  2 on 2.4 GHz, 3 on 5 GHz, 3 wired\n"
               "weak      phone -100 dBm at cellar\n"
-              "in short  all is well\n");
+              "in short  all is well, but for 1 weak station\n");
     EXPECT_TRUE(cli::to_json(snapshot_, health)["well"]);
 }
 
@@ -238,7 +259,7 @@ TEST_F(ViewsTest, AllThatIsKnownOfSomebody) {
               "  address    192.168.1.22\n"
               "  uplink     Attic \"North\" \\ wing, 2.4 GHz -52 dBm\n"
               "  hops       2\n"
-              "  stations   3\n"
+              "  stations   3 stations\n"
               "  interface  02:0b:00:00:00:01  other  IEEE 802.3u(IEEE 802.3u Fast Ethernet)\n"
               "  interface  02:0b:00:00:00:0c  uplink  5 GHz  IEEE 802.11n 5.0(IEEE 802.11n (5GHz))\n"
               "  interface  02:0b:00:00:06:00  bss  2.4 GHz  IEEE 802.11n 2.4(IEEE 802.11n (2.4GHz))\n"

@@ -110,7 +110,7 @@ class TheFirstMinute(Desk):
         self.assertIn("lab in ", text)
 
     def test_says_in_a_pipe_that_it_takes_a_while_once(self):
-        self.assertIn("== building in build; the first time it takes a minute\n", self.dev("run").stderr)
+        self.assertIn("== building in build; the first time it takes some minutes\n", self.dev("run").stderr)
         again = self.dev("run")
         self.assertEqual(again.stderr, "")
         self.assertEqual(again.stdout, f"lab in {self.checkout}: run\n")
@@ -218,6 +218,12 @@ class Words(Desk):
     def test_the_command_is_run_where_the_user_is(self):
         result = self.dev("qo1905", "-s", "lab:gateway", "tree", cwd=self.folder)
         self.assertEqual(result.stdout, f"qo1905 in {self.folder}: -s lab:gateway tree\n")
+
+    def test_a_temporary_folder_that_is_not_there_is_said_and_is_no_reason_to_leave_the_sandbox(self):
+        result = self.dev("run", TMPDIR="/nowhere")
+        self.assertEqual(result.returncode, 2)
+        self.assertIn("sandbox.sh: no folder can be made in /nowhere, which TMPDIR names\n", result.stderr)
+        self.assertNotIn("NO SANDBOX", result.stderr)
 
     def test_without_namespaces_one_device_takes_the_place_of_a_mesh(self):
         result = self.dev("run", QO1905_NO_SANDBOX="1")

@@ -39,7 +39,7 @@ AROUND = {
     "lab/mapd": {"module/platform", "lab/common"},
     "lab/host": {"include", "module/platform", "lab/common"},
     "lab/mesh": {"lab/common", "lab/world", "lab/mapd"},
-    "lab/replay": {"lab/common", "lab/host"},
+    "lab/replay": {"lab/common", "lab/host", "reader"},
     "lab/rest": set(),
     # Its command.
     "lab": {"lab/common", "lab/world", "lab/mesh", "lab/replay"},

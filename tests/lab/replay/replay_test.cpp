@@ -106,12 +106,43 @@ TEST_F(ReplayTest, ADumpThatMakesNoModelEndsWithItsReason) {
     }
 }
 
-// It reads on to the end of the first value, as its parser does.
-TEST_F(ReplayTest, WhatTheModuleTakesAllTheSameIsAModel) {
+// It reads on to the end of the first value, as its parser does; that is no success.
+TEST_F(ReplayTest, WhatTheModuleTakesAllTheSameIsTold) {
     const Result result = replay_text(R"({"topology information": []} and more)");
-    EXPECT_EQ(result.status, 0) << result.output;
-    EXPECT_THAT(result.output, AllOf(HasSubstr("customer.json cannot be read beyond line 1: no JSON: "),
-                                     HasSubstr("made a model all the same")));
+    EXPECT_EQ(result.status, 1) << result.output;
+    EXPECT_THAT(result.output, AllOf(HasSubstr("!! customer.json cannot be read beyond line 1: no JSON: "),
+                                     HasSubstr("made a model all the same"), HasSubstr("/out/tmp: qo1905.json")));
+}
+
+TEST_F(ReplayTest, AModelThatLacksDevicesOfTheDumpIsNoSuccess) {
+    const Result empty = replay_text(R"({"topology information": []})");
+    EXPECT_EQ(empty.status, 1);
+    EXPECT_THAT(empty.output, HasSubstr("!! customer.json holds no device: "));
+    std::string dump = text_of(kSamples + "home.dump.json");
+    const std::string al_mac = "\"AL MAC\": \"02:0a:00:00:00:01\",";
+    const Result part = replay_text(dump.erase(dump.find(al_mac), al_mac.size()));
+    EXPECT_EQ(part.status, 1);
+    EXPECT_THAT(part.output, AllOf(HasSubstr("== odd: device 1: AL MAC \"\" is no MAC"),
+                                   HasSubstr("!! the model lacks 2 of the dump's 3 devices\n")));
+}
+
+TEST_F(ReplayTest, WhatStandsBesideTheDumpAndIsAboutNothingInItIsTold) {
+    std::ofstream("reports.json") << R"([{"SrcAlMac": "02:99:00:00:00:01"}])";
+    std::ofstream("leases") << "1 02:99:00:00:00:01 10.0.0.1 x *\n";
+    const Result result = replay(
+        {"--dump", kSamples + "home.dump.json", "--reports", "reports.json", "--leases", "leases", "--out", "out"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.output, AllOf(HasSubstr("!! reports.json: no report of a device of this dump\n"),
+                                     HasSubstr("!! leases: no lease of a device of this dump\n")));
+    EXPECT_EQ(replay({"--reports", kSamples + "home.dump.json"}).status, 2);
+}
+
+// Nothing is left of one that says all there is to say.
+TEST_F(ReplayTest, AFailedOneLeavesNoFolder) {
+    std::ofstream("empty.json").flush();
+    const Result result = replay({"--dump", "empty.json"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output, Not(HasSubstr("/tmp/qo1905-replay.")));
 }
 
 TEST_F(ReplayTest, ADeviceThatIsNotInAMeshSaysSo) {
@@ -163,7 +194,11 @@ TEST_F(ReplayTest, OneFolderIsForOneReplayAndForNothingElse) {
     EXPECT_THAT(second.output, HasSubstr("/out: another replay is running there; choose another --out\n"));
     EXPECT_EQ(first.end(SIGINT), 130);
     EXPECT_THAT(first.output(), HasSubstr("/out/tmp: qo1905.json"));
-    EXPECT_EQ(run(words).status, 0) << "what an earlier one left is thrown away";
+    const Result third = run(words);
+    EXPECT_EQ(third.status, 0);
+    EXPECT_THAT(third.output, HasSubstr("== what an earlier replay left there is now in "));
+    EXPECT_TRUE(fs::exists("out.before/tmp/qo1905.json"));
+    EXPECT_EQ(run(words).status, 0);
 
     fs::create_directories("mine");
     std::ofstream("mine/letter.txt") << "dear";
@@ -176,7 +211,7 @@ TEST_F(ReplayTest, MistakesInWhatStandsBesideTheDumpNameTheUsersFile) {
     std::ofstream("device.json") << "{\"role\": \"boss\"}";
     const std::string sample = kSamples + "home.dump.json";
     EXPECT_THAT(replay({"--dump", sample, "--reports", "reports.json"}).output,
-                StartsWith("qo1905-lab: reports.json[0]: must be an object"));
+                StartsWith("qo1905-lab: reports.json[0]: key \"SrcAlMac\" is missing"));
     EXPECT_THAT(replay({"--dump", sample, "--device", "device.json"}).output,
                 StartsWith("qo1905-lab: device.json: role: must be \"controller\" or \"agent\""));
     EXPECT_EQ(replay({"--dump", sample, "--cycles", "0"}).status, 2);
