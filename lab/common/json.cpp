@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstdint>
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "lab/common/error.h"
 #include "lab/common/input.h"
@@ -38,6 +39,40 @@ std::string reason(const std::string &what) {
     return has_place ? what.substr(place + 2) : head != std::string::npos ? what.substr(head + 2) : what;
 }
 
+// Follows a parser from key to key.
+class KeyWatcher : public nlohmann::json_sax<nlohmann::json> {
+public:
+    const std::string &repeated() const { return repeated_; }
+
+    bool start_object(std::size_t) override {
+        open_.emplace_back();
+        return true;
+    }
+    bool end_object() override {
+        open_.pop_back();
+        return true;
+    }
+    bool key(std::string &key) override {
+        const bool is_new = open_.back().insert(key).second;
+        repeated_ = is_new ? "" : key;
+        return is_new;  // one is enough
+    }
+    bool start_array(std::size_t) override { return true; }
+    bool end_array() override { return true; }
+    bool null() override { return true; }
+    bool boolean(bool) override { return true; }
+    bool number_integer(std::int64_t) override { return true; }
+    bool number_unsigned(std::uint64_t) override { return true; }
+    bool number_float(double, const std::string &) override { return true; }
+    bool string(std::string &) override { return true; }
+    bool binary(nlohmann::json::binary_t &) override { return true; }
+    bool parse_error(std::size_t, const std::string &, const nlohmann::detail::exception &) override { return false; }
+
+private:
+    std::vector<std::set<std::string>> open_;  // keys of the objects that are being read
+    std::string repeated_;
+};
+
 }  // namespace
 
 std::string json_mistake(const std::string &text, std::size_t byte, const std::string &what) {
@@ -48,15 +83,10 @@ std::string json_mistake(const std::string &text, std::size_t byte, const std::s
     return line + "no JSON: " + (is_cut && !text.empty() ? "it ends there, in the middle: " : "") + reason(what);
 }
 
-void RepeatedKey::see(nlohmann::json::parse_event_t event, const std::string &key) {
-    using Event = nlohmann::json::parse_event_t;
-    if (event == Event::object_start) {
-        open_.emplace_back();
-    } else if (event == Event::object_end) {
-        open_.pop_back();
-    } else if (event == Event::key && !open_.back().insert(key).second && key_.empty()) {
-        key_ = key;
-    }
+std::string repeated_key(const std::string &text) {
+    KeyWatcher keys;
+    (void)nlohmann::json::sax_parse(text, &keys);
+    return keys.repeated();
 }
 
 JsonValue::JsonValue(std::shared_ptr<const Json> root, const Json *value, std::string place)
@@ -65,11 +95,11 @@ JsonValue::JsonValue(std::shared_ptr<const Json> root, const Json *value, std::s
 JsonValue JsonValue::read_file(const std::string &path) { return parse(read_input(path), input_name(path)); }
 
 JsonValue JsonValue::parse(const std::string &text, const std::string &source) {
-    RepeatedKey repeated;
     std::string mistake;
-    const auto root = std::make_shared<const Json>(parse_json<Json>(text, repeated, mistake));
-    if (mistake.empty() && !repeated.key().empty()) {
-        mistake = "key \"" + one_line(repeated.key()) + "\" is there twice";
+    const auto root = std::make_shared<const Json>(parse_json<Json>(text, mistake));
+    const std::string repeated = mistake.empty() ? repeated_key(text) : "";
+    if (!repeated.empty()) {
+        mistake = "key \"" + one_line(repeated) + "\" is there twice";
     }
     if (!mistake.empty()) {
         throw Error(source + ": " + mistake);

@@ -2,9 +2,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
-#include <set>
 #include <string>
-#include <vector>
 
 namespace lab {
 
@@ -12,27 +10,15 @@ namespace lab {
 // breaks off says so.
 std::string json_mistake(const std::string &text, std::size_t byte, const std::string &what);
 
-// Remembers the first key that an object has twice: nobody can tell which of the two is meant.
-class RepeatedKey {
-public:
-    void see(nlohmann::json::parse_event_t event, const std::string &key);
-    const std::string &key() const { return key_; }
-
-private:
-    std::vector<std::set<std::string>> open_;  // keys of the objects that are being read
-    std::string key_;
-};
+// The first key that an object of the text has twice: nobody can tell which of the two is meant. Empty when there is
+// none.
+std::string repeated_key(const std::string &text);
 
 // `mistake` stays empty when the text is JSON.
 template <class Json>
-Json parse_json(const std::string &text, RepeatedKey &repeated, std::string &mistake) {
-    const auto see = [&repeated](int, nlohmann::json::parse_event_t event, const Json &parsed) {
-        const bool is_key = event == nlohmann::json::parse_event_t::key;
-        repeated.see(event, is_key ? parsed.template get<std::string>() : "");
-        return true;
-    };
+Json parse_json(const std::string &text, std::string &mistake) {
     try {
-        return Json::parse(text, see);
+        return Json::parse(text);
     } catch (const typename Json::parse_error &error) {
         mistake = json_mistake(text, error.byte, error.what());
     } catch (const typename Json::exception &error) {

@@ -198,8 +198,7 @@ DumpFile look_at_dump(const std::string &bytes) {
     if (!dump.obstacle.empty()) {
         return dump;
     }
-    RepeatedKey repeated;
-    const json parsed = parse_json<json>(bytes, repeated, dump.obstacle);
+    const json parsed = parse_json<json>(bytes, dump.obstacle);
     if (!dump.obstacle.empty()) {
         dump.obstacle = "cannot be read beyond " + dump.obstacle;
         return dump;
@@ -209,9 +208,9 @@ DumpFile look_at_dump(const std::string &bytes) {
         dump.entries = parsed[kEntries];
     }
     dump.oddities = Oddities().of(dump.entries);
-    if (!repeated.key().empty()) {
-        dump.oddities.push_back("the key \"" + one_line(repeated.key()) +
-                                "\" is twice in one object; the last one counts");
+    const std::string repeated = repeated_key(bytes);
+    if (!repeated.empty()) {
+        dump.oddities.push_back("the key \"" + one_line(repeated) + "\" is twice in one object; the last one counts");
     }
     return dump;
 }
