@@ -400,8 +400,14 @@ std::string Mesh::who_undoes(std::size_t device, const std::string &interface, b
             const bool is_on = world_.now(*controller).disabled.count(interface) == 0;
             if (bss.interface == interface && is_on != enabled) {
                 const std::string &name = world_.at_start(*controller).name;
-                return "; its Controller, whose own " + interface + (is_on ? " is on" : " is off") +
-                       ", undoes that within a cycle: wifi " + name + ' ' + interface + " switches all";
+                return std::string("; its Controller, whose own ")
+                    .append(interface)
+                    .append(is_on ? " is on" : " is off")
+                    .append(", undoes that within a cycle: wifi ")
+                    .append(name)
+                    .append(" ")
+                    .append(interface)
+                    .append(" switches all");
             }
         }
     }

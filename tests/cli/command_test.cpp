@@ -42,7 +42,7 @@ protected:
 
     // Its output alone; the errors are in errors_.
     Result ask(const std::string &words) {
-        const Result result = lab_test::run({"sh", "-c", QO1905_BINARY_DIR "/qo1905 " + words + " 2>errors"});
+        Result result = lab_test::run({"sh", "-c", QO1905_BINARY_DIR "/qo1905 " + words + " 2>errors"});
         errors_ = lab_test::text_of("errors");
         return result;
     }
