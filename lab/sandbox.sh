@@ -175,9 +175,9 @@ make_root() {
     while :; do
         root=$(mktemp -d "${TMPDIR:-/tmp}/qo1905-sandbox.XXXXXX" 2>/dev/null) ||
             die "no folder can be made in ${TMPDIR:-/tmp}${TMPDIR:+, which TMPDIR names}"
-        exec 8<"$root"
-        flock 8
-        [ ! -d "$root" ] || return 0
+        if { exec 8<"$root"; } 2>/dev/null && flock 8 && [ -d "$root" ]; then
+            return 0
+        fi
     done
 }
 
