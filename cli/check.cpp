@@ -1,7 +1,6 @@
 #include "cli/check.h"
 
 #include "cli/text.h"
-#include "cli/views.h"
 #include "reader/source.h"
 
 namespace cli {
@@ -60,12 +59,9 @@ int check(const std::string &name, const Limits &limits, std::ostream &out) {
     if (const auto *problem = std::get_if<reader::Problem>(&source)) {
         return unknown(*problem, out);
     }
-    const reader::Inputs inputs = std::get<std::unique_ptr<reader::Source>>(source)->read();
-    const reader::Snapshot snapshot = reader::make_snapshot(inputs);
-    for (const reader::Problem &problem : snapshot.missing) {
-        if (problem.file == inputs.model.file) {
-            return unknown(problem, out);
-        }
+    const reader::Snapshot snapshot = reader::make_snapshot(std::get<std::unique_ptr<reader::Source>>(source)->read());
+    if (const reader::Problem *problem = snapshot.problem_with(reader::Missing::Part::kModel)) {
+        return unknown(*problem, out);
     }
     const Health health = health_of(snapshot, limits.weak_below);
     const Verdict verdict = judge(snapshot, health, limits);

@@ -5,13 +5,16 @@
 #include <ostream>
 #include <string>
 
+#include "cli/health.h"
+#include "cli/mesh.h"
+
 namespace cli {
 
 struct Limits {
-    double max_age = 120;  // seconds: six cycles of the module
+    double max_age = kFresh;  // seconds
     std::size_t min_devices = 1;
     std::size_t max_weak = 5;
-    int weak_below = -75;  // dBm
+    int weak_below = kWeakSignal;  // dBm
 };
 
 // `name` is that of a source. 0 OK, 1 warning, 2 critical, 3 unknown.

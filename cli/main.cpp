@@ -10,12 +10,14 @@
 #include <cstdlib>
 #include <iostream>
 #include <map>
-#include <thread>
 
 #include "cli/check.h"
+#include "cli/health.h"
+#include "cli/mesh.h"
 #include "cli/output.h"
+#include "cli/pictures.h"
+#include "cli/tables.h"
 #include "cli/text.h"
-#include "cli/views.h"
 #include "cli/wait.h"
 #include "reader/json_form.h"
 #include "reader/model_paths.h"
@@ -36,26 +38,24 @@ struct Stop {
     int status;
 };
 
-bool is_terminal() { return isatty(STDOUT_FILENO) != 0; }
-
 // Bars are for eyes, and for terminals that can draw them.
 bool can_draw() {
     const char *terminal = std::getenv("TERM");
     const std::string encoding = nl_langinfo(CODESET);
-    return is_terminal() && terminal != nullptr && std::string(terminal) != "dumb" && encoding == "UTF-8";
+    return isatty(STDOUT_FILENO) != 0 && terminal != nullptr && std::string(terminal) != "dumb" && encoding == "UTF-8";
+}
+
+int status_of(const reader::Problem &problem) {
+    return problem.kind == reader::Problem::Kind::kMissing ? kNoModel : kUnreadable;
 }
 
 std::unique_ptr<reader::Source> open_source(const std::string &name) {
     auto source = reader::open_source(name);
     if (const auto *problem = std::get_if<reader::Problem>(&source)) {
         say(problem->text());
-        throw Stop{problem->kind == reader::Problem::Kind::kMissing ? kNoModel : kUnreadable};
+        throw Stop{status_of(*problem)};
     }
     return std::move(std::get<std::unique_ptr<reader::Source>>(source));
-}
-
-int status_of(const reader::Problem &problem) {
-    return problem.kind == reader::Problem::Kind::kMissing ? kNoModel : kUnreadable;
 }
 
 // A snapshot, and the status that the program ends with if nothing else happens.
@@ -66,30 +66,19 @@ struct Loaded {
 
 // Without a model the dump alone may tell a part; without both there is nothing to show.
 Loaded load(const std::string &name, double max_age) {
-    const reader::Inputs inputs = open_source(name)->read();
-    Loaded loaded{reader::make_snapshot(inputs)};
-    const auto is_model = [&](const reader::Problem &problem) { return problem.file == inputs.model.file; };
-    const auto problem = std::find_if(loaded.snapshot.missing.begin(), loaded.snapshot.missing.end(), is_model);
-    if (problem != loaded.snapshot.missing.end()) {
+    Loaded loaded{reader::make_snapshot(open_source(name)->read())};
+    if (const reader::Problem *problem = loaded.snapshot.problem_with(reader::Missing::Part::kModel)) {
         say(problem->text());
         loaded.status = status_of(*problem);
         if (loaded.snapshot.devices.empty()) {
             throw Stop{loaded.status};
         }
     } else if (max_age > 0 && loaded.snapshot.age() > max_age) {
-        say(inputs.model.file + ": is " + std::to_string(static_cast<long>(loaded.snapshot.age())) +
+        say("the model of " + name + " is " + std::to_string(static_cast<long>(loaded.snapshot.age())) +
             " s old, more than --max-age");
         loaded.status = kNoModel;
     }
     return loaded;
-}
-
-// What every answer in JSON begins with.
-nlohmann::ordered_json whole_of(const Snapshot &snapshot) {
-    nlohmann::ordered_json whole = reader::to_json(snapshot);
-    whole.erase("devices");
-    whole.erase("stations");
-    return whole;
 }
 
 // People are told on the side what the picture lacks; programs find it in the JSON.
@@ -98,15 +87,13 @@ void tell_missing(const Snapshot &snapshot, const Options &options) {
         return;
     }
     const struct {
-        const char *file;
+        reader::Missing::Part part;
         const char *lacks;
-    } known[] = {{"dump.txt", "the stations of the device that wrote the model"},
-                 {"dnsmasq.leases", "names and addresses of stations"}};
-    for (const reader::Problem &problem : snapshot.missing) {
-        for (const auto &item : known) {
-            if (problem.file.find(item.file) != std::string::npos) {
-                say("without " + problem.file + " (" + problem.reason + ") what is missing is: " + item.lacks);
-            }
+    } known[] = {{reader::Missing::Part::kDump, "the stations of the device that wrote the model"},
+                 {reader::Missing::Part::kLeases, "names and addresses of stations"}};
+    for (const auto &item : known) {
+        if (const reader::Problem *problem = snapshot.problem_with(item.part)) {
+            say("without " + problem->file + " (" + problem->reason + ") what is missing is: " + item.lacks);
         }
     }
 }
@@ -180,7 +167,7 @@ private:
     void put(const std::string &text) { std::cout << text; }
 
     void put(const cli::Table &table, const Snapshot &snapshot, const std::string &key) {
-        put(cli::print(table, options_, whole_of(snapshot), key));
+        put(cli::print(table, options_, reader::heading_json(snapshot), key));
         tell_missing(snapshot, options_);
         if (table.rows.empty() && status_ == kDone) {
             status_ = kNothingMatched;
@@ -252,7 +239,7 @@ private:
         if (found.devices.empty() && found.stations.empty()) {
             nothing_matches();
         } else if (cli::is_json(options_.format)) {
-            nlohmann::ordered_json whole = whole_of(snapshot);
+            nlohmann::ordered_json whole = reader::heading_json(snapshot);
             whole["devices"] = nlohmann::ordered_json::array();
             whole["stations"] = nlohmann::ordered_json::array();
             for (const reader::Device *device : found.devices) {
@@ -268,7 +255,7 @@ private:
     }
 
     static nlohmann::ordered_json way_json(const Snapshot &snapshot, reader::Mac al_mac) {
-        nlohmann::ordered_json whole = whole_of(snapshot);
+        nlohmann::ordered_json whole = reader::heading_json(snapshot);
         whole["hops"] = nlohmann::ordered_json::array();
         for (const reader::Device *device : cli::way_of(snapshot, al_mac)) {
             whole["hops"].push_back(reader::to_json(*device));
@@ -331,28 +318,39 @@ private:
             say(inputs.model.problem->text());
             throw Stop{status_of(*inputs.model.problem)};
         }
-        nlohmann::ordered_json values = nlohmann::ordered_json::object();
-        std::string text, reason;
+        cli::Table table;
+        table.columns = {{"path", "PATH"}, {"value", "VALUE"}};
         const auto take = [&](const std::string &path, const nlohmann::json &value) {
-            if (!reader::matches_path(who_, path)) {
-                return;
+            if (reader::matches_path(who_, path)) {
+                table.rows.push_back({path, value.is_string() ? value.get<std::string>() : value.dump()});
+                table.items.push_back({{"path", path}, {"value", value}});
             }
-            const std::string shown = cli::visible(value.is_string() ? value.get<std::string>() : value.dump());
-            const bool bare = options_.format == cli::Format::kValue;
-            const char *between = options_.format == cli::Format::kTsv ? "\t" : " => ";
-            text += cli::is_json(options_.format)
-                        ? nlohmann::ordered_json({{"path", path}, {"value", value}}).dump() + '\n'
-                    : bare ? shown + '\n'
-                           : cli::visible(path) + between + shown + '\n';
         };
+        std::string reason;
         if (!reader::walk_paths(inputs.model.text, take, reason)) {
             say(inputs.model.file + ": " + reason);
             throw Stop{kUnreadable};
         }
-        put(text);
-        if (text.empty()) {
+        put_values(table);
+        if (table.rows.empty()) {
             say("the model has no " + who_);
             status_ = kNothingMatched;
+        }
+    }
+
+    // "path => value", as TR-181 tools print them; bare for scripts.
+    void put_values(const cli::Table &table) {
+        const bool is_for_people = options_.format == cli::Format::kTable || options_.format == cli::Format::kWide;
+        if (!is_for_people || !options_.columns.empty()) {
+            Options options = options_;
+            options.columns = options.format == cli::Format::kValue && options.columns.empty()
+                                  ? std::vector<std::string>{"value"}
+                                  : options.columns;
+            put(cli::print(table, options, {{"schema", reader::kSchema}}, "values"));
+            return;
+        }
+        for (const auto &row : table.rows) {
+            put(cli::visible(row[0]) + " => " + cli::visible(row[1]) + '\n');
         }
     }
 
@@ -369,7 +367,11 @@ private:
         if (events.empty() && !cli::is_json(options_.format)) {
             say("nothing has changed");
         } else {
-            put(cli::print(table, options_, {{"schema", reader::kSchema}}, "events"));
+            put(cli::print(table, options_,
+                           {{"schema", reader::kSchema},
+                            {"before", reader::heading_json(before.snapshot)},
+                            {"after", reader::heading_json(after.snapshot)}},
+                           "events"));
         }
     }
 
@@ -383,7 +385,7 @@ private:
         const auto source = open_source(options_.source);
         status_ = cli::wait_until(*source, wanted, timeout_) ? kDone : kTimeIsUp;
         if (status_ != kDone) {
-            say("not within " + std::to_string(static_cast<long>(timeout_)) + " s: " + wanted_);
+            say("not within the time: " + wanted_);
         }
     }
 

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <thread>
 
-#include "cli/views.h"
+#include "cli/mesh.h"
 
 namespace cli {
 namespace {

@@ -35,12 +35,12 @@ public:
         walk(
             before_.stations, after_.stations, &Station::mac,
             [this](const Station &old) {
-                if (is_comparable(old)) {
+                if (knows_stations_of(after_, old.device)) {
                     add_station(EventKind::kLeave, old).from = whereabouts(before_, old);
                 }
             },
             [this](const Station &now) {
-                if (is_comparable(now)) {
+                if (knows_stations_of(before_, now.device)) {
                     add_station(EventKind::kJoin, now).to = whereabouts(after_, now);
                 }
             },
@@ -54,18 +54,19 @@ private:
         return events_.back();
     }
 
-    // --- devices ---
-
-    Event &add_device(EventKind kind, const Device &device) { return add(kind, device.al_mac, false, device.name); }
-
-    void add_change(EventKind kind, const Device &now, const std::optional<std::string> &old_value,
-                    const std::optional<std::string> &new_value) {
+    // Of a value that both moments know.
+    void add_change(EventKind kind, Mac mac, bool is_station, const std::optional<std::string> &name,
+                    const std::optional<std::string> &old_value, const std::optional<std::string> &new_value) {
         if (old_value && new_value && *old_value != *new_value) {
-            Event &event = add_device(kind, now);
+            Event &event = add(kind, mac, is_station, name);
             event.old_value = old_value;
             event.new_value = new_value;
         }
     }
+
+    // --- devices ---
+
+    Event &add_device(EventKind kind, const Device &device) { return add(kind, device.al_mac, false, device.name); }
 
     template <class Value>
     static std::optional<std::string> in_words(const std::optional<Value> &value) {
@@ -76,12 +77,20 @@ private:
     }
 
     void compare_devices(const Device &old, const Device &now) {
-        add_change(EventKind::kParent, now, in_words(old.parent), in_words(now.parent));
-        add_change(EventKind::kMedium, now, in_words(old.medium), in_words(now.medium));
-        add_change(EventKind::kRole, now, in_words(old.role), in_words(now.role));
-        add_change(EventKind::kFirmware, now, old.firmware, now.firmware);
-        add_change(EventKind::kName, now, old.name, now.name);
-        add_change(EventKind::kAddress, now, old.address, now.address);
+        const struct {
+            EventKind kind;
+            std::optional<std::string> old_value, new_value;
+        } values[] = {
+            {EventKind::kParent, in_words(old.parent), in_words(now.parent)},
+            {EventKind::kMedium, in_words(old.medium), in_words(now.medium)},
+            {EventKind::kRole, in_words(old.role), in_words(now.role)},
+            {EventKind::kFirmware, old.firmware, now.firmware},
+            {EventKind::kName, old.name, now.name},
+            {EventKind::kAddress, old.address, now.address},
+        };
+        for (const auto &value : values) {
+            add_change(value.kind, now.al_mac, false, now.name, value.old_value, value.new_value);
+        }
     }
 
     // --- stations ---
@@ -94,15 +103,10 @@ private:
                 station.is_wired};
     }
 
-    // At a device whose stations both moments know.
-    bool is_comparable(const Station &station) const {
-        return (before_.knows_local_stations && after_.knows_local_stations) || !is_local(before_, station.device) ||
-               !is_local(after_, station.device);
-    }
-
-    static bool is_local(const Snapshot &snapshot, Mac al_mac) {
+    // Only of the device that writes the files they may be unknown; a device that is not there has none.
+    static bool knows_stations_of(const Snapshot &snapshot, Mac al_mac) {
         const Device *device = snapshot.find_device(al_mac);
-        return device == nullptr || device->is_local;
+        return snapshot.knows_local_stations || device == nullptr || !device->is_local;
     }
 
     void compare_stations(const Station &old, const Station &now) {
@@ -112,19 +116,8 @@ private:
             event.from = whereabouts(before_, old);
             event.to = whereabouts(after_, now);
         }
-        if (old.name && now.name && *old.name != *now.name) {
-            add_value_change(EventKind::kName, now, old.name, now.name);
-        }
-        if (old.address && now.address && *old.address != *now.address) {
-            add_value_change(EventKind::kAddress, now, old.address, now.address);
-        }
-    }
-
-    void add_value_change(EventKind kind, const Station &now, const std::optional<std::string> &old_value,
-                          const std::optional<std::string> &new_value) {
-        Event &event = add_station(kind, now);
-        event.old_value = old_value;
-        event.new_value = new_value;
+        add_change(EventKind::kName, now.mac, true, now.name, old.name, now.name);
+        add_change(EventKind::kAddress, now.mac, true, now.name, old.address, now.address);
     }
 
     const Snapshot &before_;

@@ -89,8 +89,7 @@ public:
     Inputs read() override {
         Inputs inputs;
         inputs.source = name_;
-        inputs.model = get("qo1905.json");
-        if (!inputs.model.problem && !is_whole_model(inputs.model.text)) {
+        for (int tries = 0; tries < 2 && !is_whole_model(inputs.model.text) && !inputs.model.problem; ++tries) {
             inputs.model = get("qo1905.json");
         }
         if (!inputs.model.problem && !is_whole_model(inputs.model.text)) {

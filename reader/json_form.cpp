@@ -94,10 +94,13 @@ Json to_json(const Station &station) {
     return json;
 }
 
-Json to_json(const Snapshot &snapshot) {
+Json heading_json(const Snapshot &snapshot) {
     Json missing = Json::array();
-    for (const Problem &problem : snapshot.missing) {
-        missing.push_back({{"file", problem.file}, {"kind", word(problem.kind)}, {"reason", problem.reason}});
+    for (const Missing &item : snapshot.missing) {
+        missing.push_back({{"part", word(item.part)},
+                           {"file", item.problem.file},
+                           {"kind", word(item.problem.kind)},
+                           {"reason", item.problem.reason}});
     }
     constexpr double kTenths = 10;
     return {{"schema", kSchema},
@@ -105,9 +108,14 @@ Json to_json(const Snapshot &snapshot) {
             {"time", utc(snapshot.time)},
             {"read_at", utc(snapshot.read_at)},
             {"age", std::round(snapshot.age() * kTenths) / kTenths},
-            {"missing", missing},
-            {"devices", list(snapshot.devices)},
-            {"stations", list(snapshot.stations)}};
+            {"missing", missing}};
+}
+
+Json to_json(const Snapshot &snapshot) {
+    Json json = heading_json(snapshot);
+    json["devices"] = list(snapshot.devices);
+    json["stations"] = list(snapshot.stations);
+    return json;
 }
 
 Json to_json(const Event &event) {

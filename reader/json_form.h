@@ -12,6 +12,10 @@ namespace reader {
 inline constexpr int kSchema = 1;
 
 nlohmann::ordered_json to_json(const Snapshot &snapshot);
+
+// The same without devices and stations: where and when it is from, and what it lacks.
+nlohmann::ordered_json heading_json(const Snapshot &snapshot);
+
 nlohmann::ordered_json to_json(const Device &device);
 nlohmann::ordered_json to_json(const Station &station);
 nlohmann::ordered_json to_json(const Event &event);

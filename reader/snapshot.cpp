@@ -22,15 +22,15 @@ const Item *find_sorted(const std::vector<Item> &items, Mac mac, Mac Item::*key)
 // What a file holds; without it, `missing` gets the reason.
 template <class File>
 std::optional<File> parse(const Input &input, std::optional<File> (*parse_text)(const std::string &, std::string &),
-                          std::vector<Problem> &missing) {
+                          Missing::Part part, std::vector<Missing> &missing) {
     if (input.problem) {
-        missing.push_back(*input.problem);
+        missing.push_back({part, *input.problem});
         return std::nullopt;
     }
     std::string reason;
     std::optional<File> file = parse_text(input.text, reason);
     if (!file) {
-        missing.push_back({Problem::Kind::kUnreadable, input.file, valid_utf8(reason)});
+        missing.push_back({part, {Problem::Kind::kUnreadable, input.file, valid_utf8(reason)}});
     }
     return file;
 }
@@ -39,8 +39,8 @@ class Builder {
 public:
     explicit Builder(const Inputs &inputs)
         : inputs_(inputs),
-          model_(parse(inputs.model, parse_model, snapshot_.missing)),
-          dump_(parse(inputs.dump, parse_dump, snapshot_.missing)) {
+          model_(parse(inputs.model, parse_model, Missing::Part::kModel, snapshot_.missing)),
+          dump_(parse(inputs.dump, parse_dump, Missing::Part::kDump, snapshot_.missing)) {
         snapshot_.source = valid_utf8(inputs.source);
         snapshot_.time = model_ ? inputs.model.time : inputs.dump.time;
         snapshot_.read_at = inputs.read_at;
@@ -310,7 +310,7 @@ private:
 
     void add_leases() {
         if (inputs_.leases.problem) {
-            snapshot_.missing.push_back(*inputs_.leases.problem);
+            snapshot_.missing.push_back({Missing::Part::kLeases, *inputs_.leases.problem});
             return;
         }
         const Leases leases = parse_leases(inputs_.leases.text);
@@ -334,7 +334,7 @@ private:
         InterfaceNames names;
         for (const Input *list : {&inputs_.list_24g, &inputs_.list_5g}) {
             if (list->problem) {
-                snapshot_.missing.push_back(*list->problem);
+                snapshot_.missing.push_back({Missing::Part::kList, *list->problem});
             } else {
                 parse_list(list->text, names);
             }
@@ -363,6 +363,12 @@ Snapshot make_snapshot(const Inputs &inputs) { return Builder(inputs).build(); }
 const Device *Snapshot::find_device(Mac al_mac) const { return find_sorted(devices, al_mac, &Device::al_mac); }
 
 const Station *Snapshot::find_station(Mac mac) const { return find_sorted(stations, mac, &Station::mac); }
+
+const Problem *Snapshot::problem_with(Missing::Part part) const {
+    const auto found =
+        std::find_if(missing.begin(), missing.end(), [=](const Missing &item) { return item.part == part; });
+    return found != missing.end() ? &found->problem : nullptr;
+}
 
 const Device *Snapshot::root() const {
     const auto found =

@@ -53,18 +53,26 @@ struct Station {
     bool is_wired = false;
 };
 
+// A file of the gateway that could not be had, and why; the snapshot lacks what is in it.
+struct Missing {
+    enum class Part { kModel, kDump, kLeases, kList };
+    Part part;
+    Problem problem;
+};
+
 struct Snapshot {
     std::string source;
     Time time;  // when the model was written
     Time read_at;
-    std::vector<Device> devices;        // ordered by AL MAC, each there once
-    std::vector<Station> stations;      // ordered by MAC, each there once
-    std::vector<Problem> missing;       // what could not be had, and why; the snapshot lacks what is in it
+    std::vector<Device> devices;    // ordered by AL MAC, each there once
+    std::vector<Station> stations;  // ordered by MAC, each there once
+    std::vector<Missing> missing;
     bool knows_local_stations = false;  // of the device that wrote the files; only the dump tells of them
 
     const Device *find_device(Mac al_mac) const;
     const Station *find_station(Mac mac) const;
-    const Device *root() const;  // the one with 0 hops; null in a mesh without devices
+    const Problem *problem_with(Missing::Part part) const;  // null when it is there
+    const Device *root() const;                             // the one with 0 hops; null in a mesh without devices
 
     // Seconds since the model was written; not negative.
     double age() const;

@@ -24,6 +24,11 @@ const char *word(EventKind kind) {
     return kWords[static_cast<int>(kind)];
 }
 
+const char *word(Missing::Part part) {
+    constexpr const char *kWords[] = {"model", "dump", "leases", "list"};
+    return kWords[static_cast<int>(part)];
+}
+
 const char *word(Problem::Kind kind) {
     constexpr const char *kWords[] = {"missing", "unreadable", "torn"};
     return kWords[static_cast<int>(kind)];

@@ -13,6 +13,7 @@ const char *word(Band band);           // "2.4 GHz", "5 GHz"
 const char *word(Medium medium);       // the same and "Ethernet"
 const char *word(Interface::Use);      // "bss", "uplink", "other"
 const char *word(EventKind kind);      // "join", "leave", "roam", "up", "down", "parent", ...
+const char *word(Missing::Part part);  // "model", "dump", "leases", "list"
 const char *word(Problem::Kind kind);  // "missing", "unreadable", "torn"
 
 // ISO 8601 in UTC, "2026-11-22T01:08:40Z".

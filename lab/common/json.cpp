@@ -1,7 +1,6 @@
 #include "lab/common/json.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -16,16 +15,6 @@ namespace lab {
 using Json = nlohmann::ordered_json;
 
 namespace {
-
-bool is_mac(const std::string &text) {
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool fits = i % 3 == 2 ? text[i] == ':' : std::isxdigit(static_cast<unsigned char>(text[i])) != 0;
-        if (!fits) {
-            return false;
-        }
-    }
-    return text.size() == 17;
-}
 
 std::string child_place(const std::string &place, const std::string &key) {
     return place + (place.find(": ") == std::string::npos ? ": " : ".") + key;

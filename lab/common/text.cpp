@@ -12,6 +12,16 @@ std::string lower_case(std::string text) {
     return text;
 }
 
+bool is_mac(const std::string &text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool fits = i % 3 == 2 ? text[i] == ':' : std::isxdigit(static_cast<unsigned char>(text[i])) != 0;
+        if (!fits) {
+            return false;
+        }
+    }
+    return text.size() == 17;
+}
+
 std::string one_line(std::string text) {
     std::replace_if(
         text.begin(), text.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }, '?');

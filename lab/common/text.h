@@ -7,6 +7,9 @@ namespace lab {
 
 std::string lower_case(std::string text);
 
+// Six bytes in hexadecimal with colons.
+bool is_mac(const std::string &text);
+
 // For messages: control characters become question marks.
 std::string one_line(std::string text);
 

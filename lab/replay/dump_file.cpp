@@ -1,13 +1,12 @@
 #include "lab/replay/dump_file.h"
 
 #include <algorithm>
-#include <cctype>
-#include <map>
 #include <set>
 #include <string_view>
 
 #include "lab/common/json_parse.h"
 #include "lab/common/text.h"
+#include "reader/json.h"
 
 namespace lab {
 namespace {
@@ -16,7 +15,6 @@ using nlohmann::json;
 using namespace std::string_view_literals;
 
 constexpr const char *kEntries = "topology information";
-const json kNothing = json::array();
 
 // --- bytes that are no JSON ---
 
@@ -109,7 +107,7 @@ private:
     void say(const std::string &what) { found_.push_back(one_line(place_ + ": " + what)); }
 
     void look_at_mac(const std::string &what, const std::string &mac) {
-        if (!is_dump_mac(mac)) {
+        if (!is_mac(mac)) {
             say(what + " \"" + mac + "\" is no MAC: the module reads zeros or a part of it");
         } else if (mac == "00:00:00:00:00:00" || (std::stoi(mac.substr(0, 2), nullptr, 16) & 1) != 0) {
             say(what + " " + mac + " is no single device's");
@@ -130,7 +128,7 @@ private:
         if (role != "01" && role != "02") {
             say("role \"" + role + "\" is neither 01, Controller, nor 02, Agent");
         }
-        const json &radios = dump_list(entry, "Radio Info");
+        const json &radios = reader::items(entry, "Radio Info");
         const json number = entry.value("Number of radios", json(0));
         if (number != radios.size() && number != std::to_string(radios.size())) {
             say("\"Number of radios\" is " + number.dump(-1, ' ', false, json::error_handler_t::replace) +
@@ -142,11 +140,11 @@ private:
     }
 
     void look_at_radio(const json &radio) {
-        for (const json &bss : dump_list(radio, "BSSINFO")) {
+        for (const json &bss : reader::items(radio, "BSSINFO")) {
             if (dump_text(bss, "BSSID").empty()) {
                 say("a BSS without BSSID: the module does not read the rest of this device");
             }
-            for (const json &station : dump_list(bss, "connected sta info")) {
+            for (const json &station : reader::items(bss, "connected sta info")) {
                 const std::string mac = dump_text(station, "STA MAC address");
                 look_at_mac("station", mac);
                 if (!stations_.insert(lower_case(mac)).second) {
@@ -167,29 +165,11 @@ bool is_client(const json &station) { return dump_text(station, "BH STA") != "Ye
 
 }  // namespace
 
-std::string dump_text(const json &object, const char *key) {
-    const bool has = object.is_object() && object.contains(key) && object[key].is_string();
-    return has ? object[key].get<std::string>() : "";
-}
-
-const json &dump_list(const json &object, const char *key) {
-    return object.is_object() && object.contains(key) && object[key].is_array() ? object[key] : kNothing;
-}
-
-bool is_dump_mac(const std::string &text) {
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool fits = i % 3 == 2 ? text[i] == ':' : std::isxdigit(static_cast<unsigned char>(text[i])) != 0;
-        if (!fits) {
-            return false;
-        }
-    }
-    return text.size() == 17;
-}
+std::string dump_text(const json &object, const char *key) { return reader::text_of(object, key).value_or(""); }
 
 bool is_dump_agent(const json &entry) {
-    const bool has = entry.is_object() && entry.contains("Device role") && entry["Device role"].is_string();
-    const std::string role = dump_text(entry, "Device role");
-    return has && std::string_view("02").substr(0, role.size()) == role;
+    const auto role = reader::text_of(entry, "Device role");
+    return role && std::string_view("02").substr(0, role->size()) == *role;
 }
 
 DumpFile look_at_dump(const std::string &bytes) {
@@ -218,9 +198,9 @@ DumpFile look_at_dump(const std::string &bytes) {
 std::string dump_contents(const DumpFile &dump) {
     long stations = 0;
     for (const json &entry : dump.entries) {
-        for (const json &radio : dump_list(entry, "Radio Info")) {
-            for (const json &bss : dump_list(radio, "BSSINFO")) {
-                const json &list = dump_list(bss, "connected sta info");
+        for (const json &radio : reader::items(entry, "Radio Info")) {
+            for (const json &bss : reader::items(radio, "BSSINFO")) {
+                const json &list = reader::items(bss, "connected sta info");
                 stations += std::count_if(list.begin(), list.end(), is_client);
             }
         }

@@ -19,11 +19,6 @@ DumpFile look_at_dump(const std::string &bytes);
 // The text of a member of an entry; empty when it is not there or no text.
 std::string dump_text(const nlohmann::json &object, const char *key);
 
-// The elements of a member that is an array; none otherwise.
-const nlohmann::json &dump_list(const nlohmann::json &object, const char *key);
-
-bool is_dump_mac(const std::string &text);
-
 // Whether the module counts this entry as an Agent: "02", or what that is cut to.
 bool is_dump_agent(const nlohmann::json &entry);
 

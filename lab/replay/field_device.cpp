@@ -4,6 +4,9 @@
 #include <map>
 #include <string>
 
+#include "lab/common/text.h"
+#include "reader/json.h"
+
 namespace lab {
 namespace {
 
@@ -16,7 +19,7 @@ constexpr std::size_t kMaxBssOfBand = 4;  // nobody asks for the stations of mor
 constexpr int kFirstHighChannel = 36;
 constexpr int kMaxRate = 65535;
 
-std::string mac_or_none(const std::string &text) { return is_dump_mac(text) ? text : kNoMac; }
+std::string mac_or_none(const std::string &text) { return is_mac(text) ? text : kNoMac; }
 
 std::string al_mac(const json &entry) { return mac_or_none(dump_text(entry, "AL MAC")); }
 
@@ -35,7 +38,7 @@ std::string controller_mac(const json &entries) {
 std::map<std::string, std::string> uplinks(const json &entries) {
     std::map<std::string, std::string> macs;
     for (const json &entry : entries) {
-        for (const json &uplink : dump_list(entry, "BH Interface(APCLI)")) {
+        for (const json &uplink : reader::items(entry, "BH Interface(APCLI)")) {
             macs[dump_text(uplink, "MAC address")] = al_mac(entry);
         }
     }
@@ -44,9 +47,9 @@ std::map<std::string, std::string> uplinks(const json &entries) {
 
 Json stations_of(const json &bss, const std::map<std::string, std::string> &uplink_macs) {
     Json stations = Json::array();
-    for (const json &station : dump_list(bss, "connected sta info")) {
+    for (const json &station : reader::items(bss, "connected sta info")) {
         const std::string mac = dump_text(station, "STA MAC address");
-        if (!is_dump_mac(mac) || mac == kNoMac || (std::strtol(mac.c_str(), nullptr, 16) & 1) != 0) {
+        if (!is_mac(mac) || mac == kNoMac || (std::strtol(mac.c_str(), nullptr, 16) & 1) != 0) {
             continue;
         }
         const long rate = std::strtol(dump_text(station, "uplink rate").c_str(), nullptr, 10);
@@ -67,7 +70,7 @@ public:
 
     void add(const json &radio) {
         const bool high = std::atoi(dump_text(radio, "channel").c_str()) >= kFirstHighChannel;
-        for (const json &bss : dump_list(radio, "BSSINFO")) {
+        for (const json &bss : reader::items(radio, "BSSINFO")) {
             add_bss(bss, high ? high_ : low_);
         }
     }
@@ -81,7 +84,7 @@ private:
 
     void add_bss(const json &bss, Interfaces &interfaces) {
         const std::string bssid = dump_text(bss, "BSSID");
-        if (!is_dump_mac(bssid) || interfaces.count == kMaxBssOfBand) {
+        if (!is_mac(bssid) || interfaces.count == kMaxBssOfBand) {
             return;
         }
         const std::size_t number = interfaces.count++;
@@ -113,7 +116,7 @@ Json field_device(const DumpFile &dump) {
                         {"stations", Json::object()},
                         {"known_devices", Json::array()}};
     Radios radios(entries, description);
-    for (const json &radio : dump_list(own, "Radio Info")) {
+    for (const json &radio : reader::items(own, "Radio Info")) {
         radios.add(radio);
     }
     if (description["wifi"].empty()) {

@@ -1,12 +1,10 @@
 #include "lab/replay/replay.h"
 
-#include <sys/wait.h>
-
 #include <deque>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <sstream>
+#include <unordered_set>
 
 #include "lab/common/error.h"
 #include "lab/common/input.h"
@@ -17,6 +15,8 @@
 #include "lab/replay/dump_file.h"
 #include "lab/replay/field_device.h"
 #include "lab/replay/replay_folder.h"
+#include "reader/json.h"
+#include "reader/lists.h"
 #include "reader/model_file.h"
 
 namespace lab {
@@ -105,11 +105,19 @@ void tell_unknown(const ReplayOptions &options) {
 
 // What stands beside the dump and says nothing about it.
 void tell_useless(const Input &input, const ReplayOptions &options) {
-    long reports = 0, leases = 0;
+    const reader::Leases leased = reader::parse_leases(input.leases);
+    std::unordered_set<reader::Mac, reader::MacHash> senders;
+    for (const JsonValue &report : JsonValue::parse(input.reports.empty() ? "[]" : input.reports, "reports").items()) {
+        if (const auto sender = reader::Mac::parse(report.at("SrcAlMac").text())) {
+            senders.insert(*sender);
+        }
+    }
+    std::size_t reports = 0, leases = 0;
     for (const nlohmann::json &entry : input.dump.entries) {
-        const std::string al_mac = lower_case(dump_text(entry, "AL MAC"));
-        reports += lower_case(input.reports).find(al_mac) != std::string::npos ? 1 : 0;
-        leases += lower_case(input.leases).find(al_mac) != std::string::npos ? 1 : 0;
+        if (const auto al_mac = reader::mac_of(entry, "AL MAC")) {
+            reports += senders.count(*al_mac);
+            leases += leased.count(*al_mac);
+        }
     }
     if (!options.reports.empty() && reports == 0) {
         complain(options.reports + ": no report of a device of this dump");

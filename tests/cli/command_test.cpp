@@ -123,7 +123,7 @@ TEST_F(CommandTest, NoModelOrAnOldOneIsStatus3) {
     const Result old = ask("-s mesh --max-age 60 devices");
     EXPECT_EQ(old.status, 3);
     EXPECT_THAT(old.output, HasSubstr("02:0b:00:00:00:01")) << "it is shown all the same";
-    EXPECT_THAT(errors_, MatchesRegex("qo1905: mesh/qo1905.json: is 36[0-9][0-9] s old, more than --max-age\n"));
+    EXPECT_THAT(errors_, MatchesRegex("qo1905: the model of mesh is 36[0-9][0-9] s old, more than --max-age\n"));
     EXPECT_EQ(ask("-s mesh --max-age 7200 devices").status, 0);
     // The dump alone tells a part.
     fs::remove("mesh/qo1905.json");
@@ -165,7 +165,7 @@ TEST_F(CommandTest, AModelThatCannotBeReadIsStatus4) {
 TEST_F(CommandTest, ATimeThatIsUpIsStatus5) {
     EXPECT_EQ(ask("-s mesh wait --for station=phone@02:0a:00:00:00:01").status, 0);
     EXPECT_EQ(ask("-s mesh wait --for device=nowhere --timeout 0.1").status, 5);
-    EXPECT_EQ(errors_, "qo1905: not within 0 s: device=nowhere\n");
+    EXPECT_EQ(errors_, "qo1905: not within the time: device=nowhere\n");
 }
 
 TEST_F(CommandTest, StandardInputIsASource) {
@@ -184,6 +184,12 @@ TEST_F(CommandTest, ValuesByTheirPaths) {
         json::parse(ask("-s mesh -o ndjson get Device.X_0A3C5E_IEEE1905.AL.InterfaceNumberOfEntries").output);
     EXPECT_EQ(line["path"], "Device.X_0A3C5E_IEEE1905.AL.InterfaceNumberOfEntries");
     EXPECT_EQ(line["value"], 3);
+    const json whole =
+        json::parse(ask("-s mesh -o json get Device.X_0A3C5E_IEEE1905.AL.NetworkTopology.Enable").output);
+    EXPECT_EQ(whole["values"],
+              json::parse(R"([{"path": "Device.X_0A3C5E_IEEE1905.AL.NetworkTopology.Enable", "value": true}])"));
+    EXPECT_EQ(ask("-s mesh -o tsv get Device.X_0A3C5E_IEEE1905.AL.Status").output,
+              "path\tvalue\nDevice.X_0A3C5E_IEEE1905.AL.Status\tUP\n");
 }
 
 TEST_F(CommandTest, WhatHappenedBetweenTwoSources) {
@@ -197,7 +203,10 @@ TEST_F(CommandTest, WhatHappenedBetweenTwoSources) {
     std::ofstream("later/qo1905.json") << model.replace(model.find(old_version), old_version.size(), "1.0.3");
     EXPECT_THAT(ask("diff mesh later").output,
                 HasSubstr("\nfirmware  Attic \"North\" \\ wing  02:0a:00:00:00:01  1.0.2(A)b7  1.0.3\n"));
-    const json events = json::parse(ask("-o json diff mesh later").output)["events"];
+    const json whole = json::parse(ask("-o json diff mesh later").output);
+    EXPECT_EQ(whole["before"]["source"], "mesh");
+    EXPECT_EQ(whole["after"]["source"], "later");
+    const json events = whole["events"];
     ASSERT_EQ(events.size(), 1U);
     EXPECT_EQ(events[0]["event"], "firmware");
     EXPECT_EQ(ask("-s later diff mesh -o value --columns event").output, "firmware\n");

@@ -108,6 +108,18 @@ TEST_F(EventsTest, StationsOfTheLocalDeviceAreComparedOnlyWhereBothMomentsKnowTh
     EXPECT_THAT(told(before_, after_), ElementsAre("leave 02:57:00:00:00:01"));
 }
 
+// Seen from two gateways, each of which does not know its own.
+TEST_F(EventsTest, AJoinIsOneOnlyWhereItIsKnownThatNobodyWasThere) {
+    before_.stations.erase(before_.stations.begin());  // at the attic
+    before_.devices[0].is_local = false;
+    before_.devices[1].is_local = true;
+    before_.knows_local_stations = false;
+    EXPECT_THAT(told(before_, after_), IsEmpty());
+    EXPECT_THAT(told(after_, before_), IsEmpty());
+    before_.devices[1].is_local = false;
+    EXPECT_THAT(told(before_, after_), ElementsAre("join 02:57:00:00:00:01"));
+}
+
 TEST_F(EventsTest, EveryKindHasItsWord) {
     for (int kind = 0; kind <= static_cast<int>(EventKind::kAddress); ++kind) {
         EXPECT_STRNE(word(static_cast<EventKind>(kind)), "");

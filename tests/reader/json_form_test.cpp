@@ -43,8 +43,10 @@ TEST(JsonForm, OfASnapshotTellsWhereAndWhenItIsFrom) {
     EXPECT_EQ(snapshot["time"], "2023-11-14T22:14:02Z");
     EXPECT_EQ(snapshot["read_at"], "2023-11-14T22:14:12Z");
     EXPECT_EQ(snapshot["age"], 10.0);
-    EXPECT_EQ(snapshot["missing"],
-              json::parse(R"([{"file": "dnsmasq.leases", "kind": "missing", "reason": "No such file or directory"}])"));
+    EXPECT_EQ(
+        snapshot["missing"],
+        json::parse(
+            R"([{"part": "leases", "file": "dnsmasq.leases", "kind": "missing", "reason": "No such file or directory"}])"));
     EXPECT_EQ(snapshot["devices"].size(), 3U);
     EXPECT_EQ(snapshot["stations"].size(), 8U);
 }

@@ -33,8 +33,8 @@ std::vector<std::string> macs_of(const std::vector<Station> &stations) {
 
 std::vector<std::string> missing_files(const Snapshot &snapshot) {
     std::vector<std::string> files;
-    for (const reader::Problem &problem : snapshot.missing) {
-        files.push_back(problem.file);
+    for (const reader::Missing &item : snapshot.missing) {
+        files.push_back(item.problem.file);
     }
     return files;
 }
@@ -202,11 +202,11 @@ TEST(Snapshot, FilesThatAreNoneAreToldWithTheirReason) {
     inputs.model.text = "{\"Device\": {\n";
     inputs.dump.text = "[]";
     const Snapshot snapshot = make_snapshot(inputs);
-    EXPECT_THAT(snapshot.missing[0].text(), HasSubstr("qo1905.json: line 2: no JSON: "));
-    EXPECT_EQ(snapshot.missing[1].text(),
+    EXPECT_THAT(snapshot.missing[0].problem.text(), HasSubstr("qo1905.json: line 2: no JSON: "));
+    EXPECT_EQ(snapshot.missing[1].problem.text(),
               "dump.txt: is JSON, but no topology dump: it has no array \"topology information\"");
     inputs.model.text = "{}\n";
-    EXPECT_EQ(make_snapshot(inputs).missing[0].text(),
+    EXPECT_EQ(make_snapshot(inputs).missing[0].problem.text(),
               "qo1905.json: is JSON, but no model: it has no Device.X_0A3C5E_IEEE1905.AL");
 }
 

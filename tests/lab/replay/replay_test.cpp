@@ -139,10 +139,17 @@ TEST_F(ReplayTest, WhatStandsBesideTheDumpAndIsAboutNothingInItIsTold) {
 
 // Nothing is left of one that says all there is to say.
 TEST_F(ReplayTest, AFailedOneLeavesNoFolder) {
+    const auto folders = [] {
+        return std::count_if(fs::directory_iterator("/tmp"), fs::directory_iterator(), [](const auto &entry) {
+            return entry.path().filename().string().rfind("qo1905-replay.", 0) == 0;
+        });
+    };
+    const auto before = folders();
     std::ofstream("empty.json").flush();
     const Result result = replay({"--dump", "empty.json"});
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.output, Not(HasSubstr("/tmp/qo1905-replay.")));
+    EXPECT_EQ(folders(), before);
 }
 
 TEST_F(ReplayTest, ADeviceThatIsNotInAMeshSaysSo) {
