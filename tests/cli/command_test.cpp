@@ -206,7 +206,7 @@ TEST_F(CommandTest, WhatHappenedBetweenTwoSources) {
     const json whole = json::parse(ask("-o json diff mesh later").output);
     EXPECT_EQ(whole["before"]["source"], "mesh");
     EXPECT_EQ(whole["after"]["source"], "later");
-    const json events = whole["events"];
+    const json &events = whole["events"];
     ASSERT_EQ(events.size(), 1U);
     EXPECT_EQ(events[0]["event"], "firmware");
     EXPECT_EQ(ask("-s later diff mesh -o value --columns event").output, "firmware\n");
