@@ -44,13 +44,33 @@ static void tidy_heap(void) {
     free(block);
 }
 
+struct calls {
+    int32_t (*build)(void);
+    int32_t (*write_model)(void);
+    int32_t (*write_lists)(void);
+};
+
+/* 0, or 1 when the module fails. */
+static int run_cycles(const struct calls *calls, int cycles, int tidy) {
+    for (int i = 0; i < cycles; ++i) {
+        if (calls->build() != 0) {
+            return 1;
+        }
+        if (tidy) {
+            tidy_heap();
+        }
+        if (calls->write_model() != 0 || calls->write_lists() != 0) {
+            return 1;
+        }
+    }
+    return 0;
+}
+
 /* With a number of cycles it first receives the reports in /tmp/reports.txt, if there are any. It then writes the
    association lists, too, and tells what is resident: before the module is loaded, after that, and at the end. With
    "tidy" behind it the heap is tidied up between the steps, so that each step counts what it does itself. */
 int main(int argc, char **argv) {
-    int32_t (*build)(void);
-    int32_t (*write_model)(void);
-    int32_t (*write_lists)(void);
+    struct calls calls;
     const int cycles = argc > 2 ? atoi(argv[2]) : 0;
     const int tidy = argc > 3 && strcmp(argv[3], "tidy") == 0;
     const long before = resident_kb();
@@ -60,27 +80,17 @@ int main(int argc, char **argv) {
         fprintf(stderr, "usage: once MODULE [CYCLES [tidy]]\n%s\n", argc > 1 ? dlerror() : "");
         return 2;
     }
-    *(void **)&build = dlsym(module, "initALTable");
-    *(void **)&write_model = dlsym(module, "writeJsonDataModel");
-    *(void **)&write_lists = dlsym(module, "updateWifiAssocList");
+    *(void **)&calls.build = dlsym(module, "initALTable");
+    *(void **)&calls.write_model = dlsym(module, "writeJsonDataModel");
+    *(void **)&calls.write_lists = dlsym(module, "updateWifiAssocList");
     loaded = resident_kb();
     if (cycles > 0) {
         receive_reports(module, "/tmp/reports.txt");
-    }
-    for (int i = 0; i < cycles; ++i) {
-        if (build() != 0) {
+        if (run_cycles(&calls, cycles, tidy) != 0) {
             return 1;
         }
-        if (tidy) {
-            tidy_heap();
-        }
-        if (write_model() != 0 || write_lists() != 0) {
-            return 1;
-        }
-    }
-    if (cycles > 0) {
         printf("%ld %ld %ld\n", before, loaded, resident_kb());
-    } else if (build() != 0 || write_model() != 0) {
+    } else if (calls.build() != 0 || calls.write_model() != 0) {
         return 1;
     }
     fflush(NULL);
