@@ -3,10 +3,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 
+#include "reader/bundle.h"
 #include "reader/http_source.h"
 
 namespace reader {
@@ -33,32 +35,38 @@ std::string inside(const std::string &folder, const std::string &name) {
 
 class FolderSource : public Source {
 public:
-    FolderSource(std::string name, const std::string &folder) : name_(std::move(name)) {
-        files_ = is_folder(inside(folder, "tmp")) ? inside(folder, "tmp") : folder;
-        leases_ = folder;
-        for (const char *place : {"dnsmasq", "var/dnsmasq"}) {
-            leases_ = is_folder(inside(folder, place)) ? inside(folder, place) : leases_;
-        }
-    }
+    FolderSource(std::string name, std::string folder) : name_(std::move(name)), folder_(std::move(folder)) {}
 
     Inputs read() override {
         Inputs inputs;
+        const std::string files = files_folder();
         inputs.source = name_;
-        inputs.model = read_model_file(inside(files_, kModel));
-        inputs.dump = read_file(inside(files_, kDump));
-        inputs.leases = read_file(inside(leases_, kLeases));
-        inputs.list_24g = read_file(inside(files_, kList24g));
-        inputs.list_5g = read_file(inside(files_, kList5g));
+        inputs.model = read_model_file(inside(files, kModel));
+        inputs.dump = read_file(inside(files, kDump));
+        inputs.leases = read_file(inside(leases_folder(), kLeases));
+        inputs.list_24g = read_file(inside(files, kList24g));
+        inputs.list_5g = read_file(inside(files, kList5g));
         inputs.read_at = std::chrono::system_clock::now();
         return inputs;
     }
 
-    std::vector<std::string> watched() const override { return {files_}; }
+    std::string watched() const override { return inside(files_folder(), kModel); }
 
 private:
+    // Looked for every time: a device that starts anew may have lost them for a while.
+    std::string files_folder() const { return is_folder(inside(folder_, "tmp")) ? inside(folder_, "tmp") : folder_; }
+
+    std::string leases_folder() const {
+        for (const char *place : {"var/dnsmasq", "dnsmasq"}) {
+            if (is_folder(inside(folder_, place))) {
+                return inside(folder_, place);
+            }
+        }
+        return folder_;
+    }
+
     std::string name_;
-    std::string files_;
-    std::string leases_;
+    std::string folder_;
 };
 
 // Standard input is read once, whatever is asked later.
@@ -84,9 +92,7 @@ public:
         return inputs;
     }
 
-    std::vector<std::string> watched() const override {
-        return path_ == "-" ? std::vector<std::string>() : std::vector{fs::path(path_).parent_path().string()};
-    }
+    std::string watched() const override { return path_ == "-" ? "" : fs::absolute(path_).string(); }
 
 private:
     std::string path_;
@@ -112,13 +118,23 @@ std::vector<std::string> labs() {
     return folders;
 }
 
-std::string names_in(const std::string &folder) {
-    std::string names;
+// In a fixed order.
+std::vector<std::string> names_in(const std::string &folder) {
+    std::vector<std::string> names;
     std::error_code error;
     for (const auto &entry : fs::directory_iterator(folder, error)) {
-        names += (names.empty() ? "" : ", ") + entry.path().filename().string();
+        names.push_back(entry.path().filename().string());
     }
+    std::sort(names.begin(), names.end());
     return names;
+}
+
+std::string listed(const std::vector<std::string> &names) {
+    std::string text;
+    for (const std::string &name : names) {
+        text.append(text.empty() ? "" : ", ").append(name);
+    }
+    return text;
 }
 
 SourceOrProblem open_lab(const std::string &name, const std::string &device) {
@@ -135,12 +151,17 @@ SourceOrProblem open_lab(const std::string &name, const std::string &device) {
     }
     const std::string devices = folders[0] + "/devices/";
     if (device.empty() || device.find('/') != std::string::npos || !is_folder(devices + device)) {
-        return no_source(name, "the lab has no such device; it has: " + names_in(devices));
+        return no_source(name, "the lab has no such device; it has: " + listed(names_in(devices)));
     }
     return std::make_unique<FolderSource>(name, devices + device);
 }
 
 }  // namespace
+
+std::vector<std::string> lab_devices() {
+    const std::vector<std::string> folders = labs();
+    return folders.size() == 1 ? names_in(folders[0] + "/devices") : std::vector<std::string>();
+}
 
 SourceOrProblem open_source(const std::string &name) {
     constexpr const char *kLab = "lab:";
@@ -156,7 +177,7 @@ SourceOrProblem open_source(const std::string &name) {
     if (name != "-" && access(name.c_str(), F_OK) != 0) {
         return no_source(name, std::strerror(errno));
     }
-    return std::make_unique<FileSource>(name);
+    return looks_like_bundle(name) ? open_bundle(name) : std::make_unique<FileSource>(name);
 }
 
 }  // namespace reader

@@ -18,8 +18,9 @@ public:
     // The files of this moment. What the source does not have is told in them.
     virtual Inputs read() = 0;
 
-    // Folders whose changes tell that there may be something new; empty where one has to ask now and then.
-    virtual std::vector<std::string> watched() const { return {}; }
+    // The file that is written anew when there is something new, with its folder; empty where one has to ask now and
+    // then.
+    virtual std::string watched() const { return {}; }
 };
 
 using SourceOrProblem = std::variant<std::unique_ptr<Source>, Problem>;
@@ -29,10 +30,13 @@ using SourceOrProblem = std::variant<std::unique_ptr<Source>, Problem>;
 //     FOLDER             a folder that looks like a device's root, with tmp/ and var/dnsmasq/ or dnsmasq/ in it; or
 //     with
 //                        the files themselves
-//     FILE, -            a model alone; - is standard input
+//     FILE, -            a bundle (reader/bundle.h), or a model alone; - is standard input, a model
 //     http://HOST:PORT/  a REST server that hands out the files
 //     lab:DEVICE         a device of the lab that runs here
 SourceOrProblem open_source(const std::string &name);
+
+// Names of the devices of the lab that runs here; none when none or several run.
+std::vector<std::string> lab_devices();
 
 // This machine itself.
 inline constexpr const char *kOwnRoot = "/";

@@ -63,7 +63,7 @@ TEST_F(SourceTest, AFolderLikeADevicesRoot) {
     EXPECT_EQ(inputs.leases.text, "leases");
     EXPECT_EQ(inputs.list_24g.text, "low");
     EXPECT_EQ(inputs.list_5g.text, "high");
-    EXPECT_THAT(source->watched(), testing::ElementsAre(folder_ + "/tmp"));
+    EXPECT_EQ(source->watched(), folder_ + "/tmp/qo1905.json");
 }
 
 TEST_F(SourceTest, AFolderOfTheLabAndOneWithTheFilesThemselves) {

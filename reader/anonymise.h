@@ -1,0 +1,46 @@
+// Replaces what tells whose mesh it is: MACs, names, addresses and secrets. The same always becomes the same, in all
+// files and, with the table kept, in all bundles of a mesh, so that tree and history still hold together. Who has the
+// table can tell back what was what.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <unordered_map>
+
+#include "reader/input.h"
+#include "reader/json.h"
+#include "reader/mac.h"
+
+namespace reader {
+
+class Anonymiser {
+public:
+    // What an earlier one has kept; false when the text is no such table.
+    bool load_table(const std::string &text);
+    std::string table() const;
+
+    // Every file of a moment. What cannot be understood cannot be made anonymous either: it is left out and told.
+    void anonymise(Inputs &inputs);
+
+    std::string mac(Mac mac);
+    std::string name(const std::string &name);
+    std::string address(const std::string &address);
+
+private:
+    void anonymise_json(Input &input);
+    void replace_in(Json &json, const std::string &key);
+    std::string text(const std::string &text, const std::string &key);
+    std::string with_other_macs(const std::string &text);
+    std::string leases(const std::string &text);
+    std::string list(const std::string &text);
+
+    std::unordered_map<Mac, std::string, MacHash> macs_;
+    std::unordered_map<std::string, std::string> names_;
+    std::unordered_map<std::string, std::string> addresses_;
+};
+
+// A model without the password of the mesh, whose place stays.
+std::string without_password(const std::string &model);
+
+}  // namespace reader
