@@ -77,6 +77,7 @@ void add_mesh(Seeds &seeds, const lab::Plan &plan) {
     seeds.add("payload", '1' + report(agent));
     seeds.add("event", event(report(agent)));
     seeds.add("send", own_texts(agent));
+    seeds.add("reader", '\xff' + lab::topology_dump(world, 0) + '\xff' + lab::leases(world));
 }
 
 }  // namespace
