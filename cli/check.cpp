@@ -1,5 +1,7 @@
 #include "cli/check.h"
 
+#include <sstream>
+
 #include "cli/text.h"
 #include "reader/source.h"
 
@@ -11,9 +13,8 @@ constexpr int kWarning = 1;
 constexpr int kCritical = 2;
 constexpr int kUnknown = 3;
 
-int unknown(const reader::Problem &problem, std::ostream &out) {
-    out << "MESH UNKNOWN - " << visible(problem.text()) << '\n';
-    return kUnknown;
+Checked unknown(const reader::Problem &problem) {
+    return {"MESH UNKNOWN - " + visible(problem.text()) + '\n', kUnknown};
 }
 
 // The worst that was found, and all that was found.
@@ -54,26 +55,27 @@ Verdict judge(const reader::Snapshot &snapshot, const Health &health, const Limi
 
 }  // namespace
 
-int check(const std::string &name, const Limits &limits, std::ostream &out) {
+Checked check(const std::string &name, const Limits &limits) {
     const auto source = reader::open_source(name);
     if (const auto *problem = std::get_if<reader::Problem>(&source)) {
-        return unknown(*problem, out);
+        return unknown(*problem);
     }
     const reader::Snapshot snapshot = reader::make_snapshot(std::get<std::unique_ptr<reader::Source>>(source)->read());
     if (const reader::Problem *problem = snapshot.problem_with(reader::Missing::Part::kModel)) {
-        return unknown(*problem, out);
+        return unknown(*problem);
     }
-    const Health health = health_of(snapshot, limits.weak_below);
+    const Health health = health_of({snapshot}, limits.weak_below);
     const Verdict verdict = judge(snapshot, health, limits);
     const std::string all_well = counted(health.devices, "device") + ", " +
                                  counted(health.stations - health.wired, "station") + ", " +
                                  std::to_string(health.wired) + " wired";
-    out << "MESH " << kStates[verdict.state()] << " - " << (verdict.text().empty() ? all_well : verdict.text())
-        << " | age=" << static_cast<long>(snapshot.age()) << "s;;" << static_cast<long>(limits.max_age)
-        << ";0 devices=" << health.devices << ";;" << limits.min_devices
-        << ":;0 stations=" << health.stations - health.wired << ";;;0 weak_stations=" << health.weak_stations.size()
-        << ';' << limits.max_weak << ";;0 weak_links=" << health.weak_links.size() << ";0;;0\n";
-    return verdict.state();
+    std::ostringstream line;
+    line << "MESH " << kStates[verdict.state()] << " - " << (verdict.text().empty() ? all_well : verdict.text())
+         << " | age=" << static_cast<long>(snapshot.age()) << "s;;" << static_cast<long>(limits.max_age)
+         << ";0 devices=" << health.devices << ";;" << limits.min_devices
+         << ":;0 stations=" << health.stations - health.wired << ";;;0 weak_stations=" << health.weak_stations.size()
+         << ';' << limits.max_weak << ";;0 weak_links=" << health.weak_links.size() << ";0;;0\n";
+    return {line.str(), verdict.state()};
 }
 
 }  // namespace cli

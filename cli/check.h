@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <ostream>
 #include <string>
 
 #include "cli/health.h"
@@ -17,7 +16,12 @@ struct Limits {
     int weak_below = kWeakSignal;  // dBm
 };
 
-// `name` is that of a source. 0 OK, 1 warning, 2 critical, 3 unknown.
-int check(const std::string &name, const Limits &limits, std::ostream &out);
+struct Checked {
+    std::string line;
+    int state;  // 0 OK, 1 warning, 2 critical, 3 unknown
+};
+
+// `name` is that of a source.
+Checked check(const std::string &name, const Limits &limits);
 
 }  // namespace cli

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
+#include "cli/happenings.h"
 #include "cli/mesh.h"
 #include "cli/text.h"
 #include "reader/json_form.h"
+#include "reader/words.h"
 
 namespace cli {
 
@@ -29,8 +31,13 @@ void count_station(Health &health, const Station &station, int weak_below) {
 
 }  // namespace
 
-Health health_of(const Snapshot &snapshot, int weak_below) {
+Health health_of(const Moment &moment, int weak_below) {
+    const Snapshot &snapshot = moment.now;
     Health health;
+    if (moment.since != nullptr) {
+        health.since = moment.since->time;
+        health.changes = reader::events(*moment.since, snapshot);
+    }
     health.devices = snapshot.devices.size();
     health.stations = snapshot.stations.size();
     for (const Device *device : ordered_devices(snapshot)) {
@@ -110,10 +117,17 @@ std::string status_text(const Snapshot &snapshot, const Health &health, const Op
              return visible(cut(label(station, options), 32)) + ' ' + std::to_string(*station.signal) + " dBm at " +
                     visible(label(snapshot, station.device, options));
          }));
+    line("changed", health.since ? summary_text(health.changes) + " since " + time_text(*health.since, options)
+                                 : "one moment does not tell (--since SOURCE, or watch)");
     for (const reader::Missing &item : snapshot.missing) {
         line("missing", visible(item.problem.text()));
     }
-    line("in short", summary(snapshot, health, options));
+    const bool old = options.max_age > 0 && snapshot.age() > options.max_age;
+    line("in short", paint(summary(snapshot, health, options),
+                           !health.is_well() || old       ? Tone::kBad
+                           : health.weak_stations.empty() ? Tone::kGood
+                                                          : Tone::kFair,
+                           options));
     return text;
 }
 
@@ -136,6 +150,13 @@ Json to_json(const Snapshot &snapshot, const Health &health) {
     json["unreachable"] = al_macs(health.unreachable);
     json["weak_links"] = al_macs(health.weak_links);
     json["weak_stations"] = weak;
+    if (health.since) {
+        json["since"] = reader::utc(*health.since);
+        json["changes"] = Json::array();
+        for (const reader::Event &event : health.changes) {
+            json["changes"].push_back(reader::to_json(event));
+        }
+    }
     return json;
 }
 

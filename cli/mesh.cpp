@@ -16,14 +16,11 @@ namespace {
 std::size_t hops_of(const Device &device) { return device.hops ? *device.hops : SIZE_MAX; }
 
 // Four steps from -80 dBm on.
-std::string bar(const std::optional<int> &signal, bool bars) {
+std::string bar(int signal) {
     constexpr const char *kBars[] = {"\xe2\x96\x81\xc2\xb7\xc2\xb7\xc2\xb7", "\xe2\x96\x81\xe2\x96\x83\xc2\xb7\xc2\xb7",
                                      "\xe2\x96\x81\xe2\x96\x83\xe2\x96\x85\xc2\xb7",
                                      "\xe2\x96\x81\xe2\x96\x83\xe2\x96\x85\xe2\x96\x87"};
-    if (!bars || !signal) {
-        return "";
-    }
-    return std::string(kBars[std::clamp((*signal + 90) / 10, 0, 3)]) + ' ';
+    return std::string(kBars[std::clamp((signal + 90) / 10, 0, 3)]) + ' ';
 }
 
 }  // namespace
@@ -114,11 +111,11 @@ std::string count_text(const Count &count) {
 std::string band_of(const Station &station) { return station.is_wired ? "wired" : in_words(station.band); }
 
 std::string link_text(const std::string &medium, const std::optional<int> &signal, const std::optional<int> &rate,
-                      bool bars) {
+                      const Options &options) {
     std::string text = medium;
     const auto add = [&text](const std::string &part) { text += (text.empty() ? "" : " ") + part; };
     if (signal) {
-        add(bar(signal, bars) + std::to_string(*signal) + " dBm");
+        add(paint((options.bars ? bar(*signal) : "") + std::to_string(*signal) + " dBm", tone_of(*signal), options));
     }
     if (rate) {
         add(std::to_string(*rate) + " Mbit/s");

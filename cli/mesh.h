@@ -6,12 +6,11 @@
 #include <vector>
 
 #include "cli/output.h"
+#include "cli/tone.h"
 #include "reader/snapshot.h"
 #include "reader/words.h"
 
 namespace cli {
-
-inline constexpr int kWeakSignal = -75;  // dBm, below which people notice
 
 // The devices as people would list them: from the gateway outwards.
 std::vector<const reader::Device *> ordered_devices(const reader::Snapshot &snapshot);
@@ -54,9 +53,9 @@ std::string in_words(const std::optional<Word> &value) {
 // "2.4 GHz", "5 GHz" or "wired".
 std::string band_of(const reader::Station &station);
 
-// "5 GHz -46 dBm 1300 Mbit/s", as far as it is known; with a bar for the signal if `bars`.
+// "5 GHz -46 dBm 1300 Mbit/s", as far as it is known; with a bar and colour for the signal if the options say so.
 std::string link_text(const std::string &medium, const std::optional<int> &signal, const std::optional<int> &rate,
-                      bool bars);
+                      const Options &options);
 
 std::string lower_case(std::string text);
 

@@ -2,8 +2,13 @@
 
 #include <CLI/Error.hpp>
 #include <algorithm>
+#include <ctime>
+#include <iomanip>
+#include <sstream>
 
 #include "cli/text.h"
+#include "cli/tone.h"
+#include "reader/words.h"
 
 namespace cli {
 namespace {
@@ -50,39 +55,102 @@ std::string print_rows(const Table &table, const Places &places, bool header) {
     return text;
 }
 
-std::string print_table(const Table &table, const Places &places, const Options &options) {
-    const std::size_t most = options.format == Format::kWide ? kMostInWide : kMostInTable;
-    const auto cell = [&](const std::vector<std::string> &row, std::size_t place) {
+// A table as text: cells cut and aligned.
+class Grid {
+public:
+    Grid(const Table &table, Places places, const Options &options)
+        : table_(table), places_(std::move(places)), options_(options) {
+        for (const std::size_t place : places_) {
+            std::size_t widest = options.header ? width(table.columns[place].header) : 0;
+            for (const auto &row : table.rows) {
+                widest = std::max(widest, width(cell(row, place)));
+            }
+            widths_.push_back(widest);
+        }
+        fit();
+    }
+
+    std::string text() const {
+        std::string text;
+        if (options_.header) {
+            text += line([&](std::size_t i) {
+                return paint(fill(i, table_.columns[places_[i]].header), Tone::kStrong, options_);
+            });
+        }
+        for (const auto &row : table_.rows) {
+            text += line([&](std::size_t i) {
+                const std::string shown = cell(row, places_[i]);
+                return paint(fill(i, shown), tone(table_.columns[places_[i]], shown), options_);
+            });
+        }
+        return text;
+    }
+
+private:
+    std::string cell(const std::vector<std::string> &row, std::size_t place) const {
+        const std::size_t most = options_.format == Format::kWide ? kMostInWide : kMostInTable;
         return row[place].empty() ? kUnknown : cut(visible(row[place]), most);
-    };
-    std::vector<std::size_t> widths;
-    for (const std::size_t place : places) {
-        std::size_t widest = options.header ? width(table.columns[place].header) : 0;
-        for (const auto &row : table.rows) {
-            widest = std::max(widest, width(cell(row, place)));
+    }
+
+    // On a narrow terminal the widest columns give way, as long as something can be read in them.
+    void fit() {
+        std::size_t taken = kGap * (widths_.size() - 1);
+        for (const std::size_t width : widths_) {
+            taken += width;
         }
-        widths.push_back(widest);
-    }
-    std::string text;
-    const auto line = [&](const std::function<std::string(std::size_t)> &text_of) {
-        std::string one;
-        for (std::size_t i = 0; i < places.size(); ++i) {
-            one += (i == 0 ? "" : "  ") + pad(text_of(places[i]), widths[i], table.columns[places[i]].right_aligned);
+        while (options_.width != 0 && taken > options_.width) {
+            const auto widest = std::max_element(widths_.begin(), widths_.end());
+            if (*widest <= kLeast) {
+                return;
+            }
+            --*widest;
+            --taken;
         }
-        text += one.substr(0, one.find_last_not_of(' ') + 1) + '\n';
-    };
-    if (options.header) {
-        line([&](std::size_t place) { return table.columns[place].header; });
     }
-    for (const auto &row : table.rows) {
-        line([&](std::size_t place) { return cell(row, place); });
+
+    std::string fill(std::size_t i, const std::string &text) const {
+        return pad(cut(text, widths_[i]), widths_[i], table_.columns[places_[i]].right_aligned);
     }
-    return text;
-}
+
+    static Tone tone(const Column &column, const std::string &shown) {
+        return column.is_signal && shown != kUnknown ? tone_of(std::stoi(shown)) : Tone::kPlain;
+    }
+
+    template <class TextOf>
+    std::string line(TextOf text_of) const {
+        std::string line;
+        for (std::size_t i = 0; i < places_.size(); ++i) {
+            line += (i == 0 ? "" : std::string(kGap, ' ')) + text_of(i);
+        }
+        return line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
+    }
+
+    static constexpr std::size_t kGap = 2;
+    static constexpr std::size_t kLeast = 8;
+    const Table &table_;
+    Places places_;
+    const Options &options_;
+    std::vector<std::size_t> widths_;
+};
 
 }  // namespace
 
+std::string time_text(reader::Time time, const Options &options) {
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+    std::tm parts = {};
+    if (options.in_utc) {
+        gmtime_r(&seconds, &parts);
+    } else {
+        localtime_r(&seconds, &parts);
+    }
+    std::ostringstream text;
+    text << std::put_time(&parts, options.in_utc ? "%Y-%m-%d %H:%M:%SZ" : "%Y-%m-%d %H:%M:%S");
+    return text.str();
+}
+
 bool is_json(Format format) { return format == Format::kJson || format == Format::kNdjson; }
+
+bool is_for_people(Format format) { return format == Format::kTable || format == Format::kWide; }
 
 std::string print(const nlohmann::ordered_json &json, Format format) {
     return json.dump(format == Format::kJson ? 2 : -1) + '\n';
@@ -104,7 +172,7 @@ std::string print(const Table &table, const Options &options, nlohmann::ordered_
     if (options.format == Format::kTsv || options.format == Format::kValue) {
         return print_rows(table, places, options.header && options.format == Format::kTsv);
     }
-    return print_table(table, places, options);
+    return Grid(table, places, options).text();
 }
 
 }  // namespace cli

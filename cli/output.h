@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "reader/input.h"
+
 namespace cli {
 
 enum class Format { kTable, kWide, kJson, kNdjson, kTsv, kValue };
@@ -13,18 +15,28 @@ enum class Format { kTable, kWide, kJson, kNdjson, kTsv, kValue };
 struct Options {
     std::string source;  // as reader::open_source takes it
     Format format = Format::kTable;
+    bool format_is_chosen = false;
     std::vector<std::string> columns;  // by id; none: the format's own
     bool header = true;
     bool names = true;  // false: MACs only
     bool in_utc = false;
     double max_age = 0;  // seconds; 0: any
+
+    // What standard output can do.
+    bool bars = false;
+    bool colour = false;
+    std::size_t width = 0;  // columns of the terminal; 0: any number
 };
+
+// For eyes in the words of the place, or in UTC: "2026-11-22 03:12:01", "2026-11-22 03:12:01Z".
+std::string time_text(reader::Time time, const Options &options);
 
 struct Column {
     std::string id;  // in --columns, and the header of tsv
     std::string header;
     bool in_table = true;  // else in the wide one only
     bool right_aligned = false;
+    bool is_signal = false;  // dBm
 };
 
 // Rows of text under columns; a cell that is unknown is empty. The text may hold anything.
@@ -42,5 +54,6 @@ std::string print(const Table &table, const Options &options, nlohmann::ordered_
 std::string print(const nlohmann::ordered_json &json, Format format);
 
 bool is_json(Format format);
+bool is_for_people(Format format);
 
 }  // namespace cli

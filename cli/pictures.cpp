@@ -14,8 +14,8 @@ namespace {
 
 class Tree {
 public:
-    Tree(const Snapshot &snapshot, const Options &options, bool with_stations, bool bars)
-        : options_(options), with_stations_(with_stations), bars_(bars), stations_(by_device(snapshot)) {
+    Tree(const Snapshot &snapshot, const Options &options, bool with_stations)
+        : options_(options), with_stations_(with_stations), stations_(by_device(snapshot)) {
         for (const Device *device : ordered_devices(snapshot)) {
             if (device->parent) {
                 children_[*device->parent].push_back(device);
@@ -60,7 +60,7 @@ private:
             text += "  " + device.al_mac.text();
         }
         if (device.parent) {
-            text += "  " + link_text(in_words(device.medium), device.signal, device.rate, bars_);
+            text += "  " + link_text(in_words(device.medium), device.signal, device.rate, options_);
         } else if (device.role) {
             text += "  " + std::string(reader::word(*device.role));
         }
@@ -79,13 +79,12 @@ private:
             const bool is_last = nothing_follows && station == here->second.back();
             text_ += indent + (is_last ? "\xe2\x94\x94 " : "\xe2\x94\x9c ") + visible(label(*station, options_)) +
                      (options_.names && station->name ? "  " + station->mac.text() : "") + "  " +
-                     link_text(band_of(*station), station->signal, station->rate, bars_) + '\n';
+                     link_text(band_of(*station), station->signal, station->rate, options_) + '\n';
         }
     }
 
     const Options &options_;
     bool with_stations_;
-    bool bars_;
     StationsByDevice stations_;
     std::map<Mac, std::vector<const Device *>> children_;
     std::vector<const Device *> roots_;  // the gateway, and whoever has no parent
@@ -94,20 +93,20 @@ private:
 
 }  // namespace
 
-std::string tree_text(const Snapshot &snapshot, const Options &options, bool with_stations, bool bars) {
-    return Tree(snapshot, options, with_stations, bars).draw();
+std::string tree_text(const Snapshot &snapshot, const Options &options, bool with_stations) {
+    return Tree(snapshot, options, with_stations).draw();
 }
 
 namespace {
 
-std::string way_text(const Snapshot &snapshot, Mac from, std::string link, const Options &options, bool bars) {
+std::string way_text(const Snapshot &snapshot, Mac from, std::string link, const Options &options) {
     std::string text;
     const auto way = way_of(snapshot, from);
     for (const Device *device : way) {
         text += link.empty() ? "" : "  \xe2\x94\x82 " + link + '\n';
         text += visible(label(*device, options)) + (options.names && device->name ? "  " + device->al_mac.text() : "") +
                 '\n';
-        link = link_text(in_words(device->medium), device->signal, device->rate, bars);
+        link = link_text(in_words(device->medium), device->signal, device->rate, options);
     }
     const bool arrives = !way.empty() && way.back()->hops == 0U;
     return text + (arrives ? "" : "  \xe2\x94\x82 no way to the gateway is known\n");
@@ -115,14 +114,14 @@ std::string way_text(const Snapshot &snapshot, Mac from, std::string link, const
 
 }  // namespace
 
-std::string path_text(const Snapshot &snapshot, const Station &station, const Options &options, bool bars) {
+std::string path_text(const Snapshot &snapshot, const Station &station, const Options &options) {
     return visible(label(station, options)) + (options.names && station.name ? "  " + station.mac.text() : "") + '\n' +
-           way_text(snapshot, station.device, link_text(band_of(station), station.signal, station.rate, bars), options,
-                    bars);
+           way_text(snapshot, station.device, link_text(band_of(station), station.signal, station.rate, options),
+                    options);
 }
 
-std::string path_text(const Snapshot &snapshot, const Device &device, const Options &options, bool bars) {
-    return way_text(snapshot, device.al_mac, "", options, bars);
+std::string path_text(const Snapshot &snapshot, const Device &device, const Options &options) {
+    return way_text(snapshot, device.al_mac, "", options);
 }
 
 namespace {
@@ -149,6 +148,7 @@ std::string interface_text(const reader::Interface &interface) {
 
 void show_device(Card &card, const Snapshot &snapshot, const Device &device, const Count &count,
                  const Options &options) {
+    const Options plain;  // a card is read, not looked at
     card.begin("device " + label(device, options));
     card.line("AL MAC", device.al_mac.text());
     card.line("role", in_words(device.role));
@@ -156,7 +156,7 @@ void show_device(Card &card, const Snapshot &snapshot, const Device &device, con
     card.line("firmware", device.firmware.value_or(""));
     if (device.parent) {
         card.line("uplink", label(snapshot, device.parent, options) + ", " +
-                                link_text(in_words(device.medium), device.signal, device.rate, false));
+                                link_text(in_words(device.medium), device.signal, device.rate, plain));
     }
     card.line("hops", device.hops ? std::to_string(*device.hops) : "");
     card.line("stations", count_text(count));
@@ -166,12 +166,13 @@ void show_device(Card &card, const Snapshot &snapshot, const Device &device, con
 }
 
 void show_station(Card &card, const Snapshot &snapshot, const Station &station, const Options &options) {
+    const Options plain;
     card.begin("station " + label(station, options));
     card.line("MAC", station.mac.text() + (station.mac.is_random() ? "  (chosen by itself)" : ""));
     card.line("address", station.address.value_or(""));
     card.line("at", label(snapshot, station.device, options) +
                         (station.interface_name ? ", " + *station.interface_name : ""));
-    card.line("link", link_text(band_of(station), station.signal, station.rate, false));
+    card.line("link", link_text(band_of(station), station.signal, station.rate, plain));
 }
 
 }  // namespace

@@ -7,12 +7,9 @@
 
 namespace cli {
 
-// With a bar for each signal if `bars`.
-std::string tree_text(const reader::Snapshot &snapshot, const Options &options, bool with_stations, bool bars);
-std::string path_text(const reader::Snapshot &snapshot, const reader::Station &station, const Options &options,
-                      bool bars);
-std::string path_text(const reader::Snapshot &snapshot, const reader::Device &device, const Options &options,
-                      bool bars);
+std::string tree_text(const reader::Snapshot &snapshot, const Options &options, bool with_stations);
+std::string path_text(const reader::Snapshot &snapshot, const reader::Station &station, const Options &options);
+std::string path_text(const reader::Snapshot &snapshot, const reader::Device &device, const Options &options);
 std::string show_text(const reader::Snapshot &snapshot, const Found &found, const Options &options);
 
 }  // namespace cli

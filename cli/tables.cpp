@@ -51,7 +51,7 @@ Table devices_table(const Snapshot &snapshot, const Options &options) {
                      {"role", "ROLE"},
                      {"parent", "UPLINK TO"},
                      {"medium", "OVER"},
-                     {"signal", "SIGNAL dBm", true, true},
+                     {"signal", "SIGNAL dBm", true, true, true},
                      {"rate", "RATE Mbit/s", true, true},
                      {"stations", "STATIONS", true, true},
                      {"wired", "WIRED", true, true},
@@ -92,7 +92,7 @@ Table stations_table(const Snapshot &snapshot, const StationFilter &filter, cons
                      {"address", "ADDRESS"},
                      {"device", "AT"},
                      {"band", "ON"},
-                     {"signal", "SIGNAL dBm", true, true},
+                     {"signal", "SIGNAL dBm", true, true, true},
                      {"rate", "RATE Mbit/s", true, true},
                      {"interface_name", "INTERFACE", false},
                      {"interface", "BSSID", false},
@@ -130,7 +130,7 @@ Table links_table(const Snapshot &snapshot, const Options &options) {
     table.columns = {{"device", "DEVICE"},
                      {"parent", "UPLINK TO"},
                      {"medium", "OVER"},
-                     {"signal", "SIGNAL dBm", true, true},
+                     {"signal", "SIGNAL dBm", true, true, true},
                      {"rate", "RATE Mbit/s", true, true},
                      {"hops", "HOPS", true, true}};
     for (const Device *device : ordered_devices(snapshot)) {
@@ -156,7 +156,7 @@ std::string place_text(const Snapshot &snapshot, const std::optional<reader::Whe
     }
     const std::string name =
         options.names && place->device_name ? *place->device_name : label(snapshot, place->device, options);
-    return name + ", " + link_text(place->is_wired ? "wired" : in_words(place->band), place->signal, {}, false);
+    return name + ", " + link_text(place->is_wired ? "wired" : in_words(place->band), place->signal, {}, Options());
 }
 
 }  // namespace
@@ -166,10 +166,11 @@ Table events_table(const Snapshot &after, const std::vector<Event> &events, cons
     table.columns = {{"event", "EVENT"}, {"name", "WHO"}, {"mac", "MAC"},
                      {"from", "BEFORE"}, {"to", "AFTER"}, {"time", "TIME", false}};
     for (const Event &event : events) {
-        table.rows.push_back({reader::word(event.kind), options.names ? event.name.value_or("") : "", event.mac.text(),
-                              event.old_value ? *event.old_value : place_text(after, event.from, options),
-                              event.new_value ? *event.new_value : place_text(after, event.to, options),
-                              reader::utc(event.time)});
+        table.rows.push_back(
+            {reader::word(event.kind), options.names ? event.name.value_or("") : "", event.mac.text(),
+             event.old_value ? *event.old_value : place_text(after, event.from, options),
+             event.new_value ? *event.new_value : place_text(after, event.to, options),
+             is_for_people(options.format) ? time_text(event.time, options) : reader::utc(event.time)});
         add_item(table, event, options);
     }
     return table;

@@ -1,5 +1,6 @@
 #include "cli/text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cwchar>
@@ -81,12 +82,30 @@ std::string visible(const std::string &text) {
     return shown;
 }
 
+namespace {
+
+// What stands at one place of a text: a character, or a colour, which takes no room.
+struct Step {
+    std::size_t size;     // in bytes
+    std::size_t columns;  // of a terminal
+};
+
+Step step_at(const std::string &text, std::size_t at) {
+    if (text.compare(at, 2, "\x1b[") == 0) {
+        return {std::min(text.find('m', at), text.size() - 1) + 1 - at, 0};
+    }
+    const Character character = character_at(text, at);
+    return {character.size, columns_of(character.code)};
+}
+
+}  // namespace
+
 std::size_t width(const std::string &text) {
     std::size_t columns = 0;
     for (std::size_t i = 0; i < text.size();) {
-        const Character character = character_at(text, i);
-        columns += columns_of(character.code);
-        i += character.size;
+        const Step step = step_at(text, i);
+        columns += step.columns;
+        i += step.size;
     }
     return columns;
 }
@@ -95,12 +114,12 @@ std::string cut(const std::string &text, std::size_t columns) {
     std::size_t taken = 0;
     std::size_t last_whole = 0;  // where an ellipsis still fits
     for (std::size_t i = 0; i < text.size();) {
-        const Character character = character_at(text, i);
-        taken += columns_of(character.code);
+        const Step step = step_at(text, i);
+        taken += step.columns;
         if (taken > columns) {
             return text.substr(0, last_whole) + "\xe2\x80\xa6";
         }
-        i += character.size;
+        i += step.size;
         last_whole = taken < columns ? i : last_whole;
     }
     return text;

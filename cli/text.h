@@ -10,7 +10,7 @@ namespace cli {
 // Printable text stays as it is. What comes out is one line, without tabs.
 std::string visible(const std::string &text);
 
-// How many columns of a terminal a visible text takes.
+// How many columns of a terminal a visible text takes; our own colours take none.
 std::size_t width(const std::string &text);
 
 // Cut to that many columns, the last of them an ellipsis.

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 
 #include "lab/common/text.h"
+#include "reader/model_file.h"
 
 namespace lab {
 namespace {
@@ -15,11 +15,9 @@ namespace {
 constexpr const char *kFiles[] = {"/qo1905.json", "/ecnt_agent_assoc_list.24g", "/ecnt_agent_assoc_list.5g"};
 
 int agents_in_model(const std::string &path) {
-    static const nlohmann::json::json_pointer kCount(
-        "/Device/X_0A3C5E_IEEE1905/AL/NetworkTopology/IEEE1905DeviceNumberOfEntries");
-    std::ifstream file(path);
-    const nlohmann::json model = nlohmann::json::parse(file, nullptr, false);
-    return model.is_discarded() || !model.contains(kCount) ? -1 : model.at(kCount).get<int>();
+    std::string reason;
+    const auto model = reader::parse_model(reader::read_file(path).text, reason);
+    return model ? static_cast<int>(model->devices.size()) : -1;
 }
 
 int lines_of(const std::string &path) {

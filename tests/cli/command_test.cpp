@@ -201,7 +201,10 @@ TEST_F(CommandTest, WhatHappenedBetweenTwoSources) {
     std::string model = lab_test::text_of("mesh/qo1905.json");
     const std::string old_version = "1.0.2(A)b7";
     std::ofstream("later/qo1905.json") << model.replace(model.find(old_version), old_version.size(), "1.0.3");
-    EXPECT_THAT(ask("diff mesh later").output,
+    EXPECT_EQ(ask("diff mesh later").output,
+              "Attic \"North\" \\ wing (02:0a:00:00:00:01) has the firmware 1.0.3, was 1.0.2(A)b7\n");
+    EXPECT_EQ(errors_, "qo1905: 1 other change\n");
+    EXPECT_THAT(ask("diff mesh later -o table").output,
                 HasSubstr("\nfirmware  Attic \"North\" \\ wing  02:0a:00:00:00:01  1.0.2(A)b7  1.0.3\n"));
     const json whole = json::parse(ask("-o json diff mesh later").output);
     EXPECT_EQ(whole["before"]["source"], "mesh");
@@ -247,8 +250,8 @@ TEST_F(CommandTest, AnswersThatCannotBeWrittenAreNoSuccess) {
 TEST_F(CommandTest, HelpTellsEveryVerb) {
     const Result help = ask("--help");
     EXPECT_EQ(help.status, 0);
-    for (const char *verb :
-         {"status", "devices", "stations", "links", "tree", "show", "path", "get", "diff", "check", "wait"}) {
+    for (const char *verb : {"status", "devices", "stations", "links", "tree", "show", "path", "get", "diff", "check",
+                             "wait", "watch", "events", "export", "bundle", "schema", "completion"}) {
         EXPECT_THAT(help.output, HasSubstr("\n  " + std::string(verb) + " "));
         EXPECT_EQ(ask(std::string(verb) + " --help").status, 0);
     }

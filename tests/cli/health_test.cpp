@@ -11,13 +11,14 @@ namespace {
 using HealthTest = NamedMesh;
 
 TEST_F(HealthTest, OneScreenTellsWhetherAllIsWell) {
-    const cli::Health health = cli::health_of(snapshot_, cli::kWeakSignal);
+    const cli::Health health = cli::health_of({snapshot_}, cli::kWeakSignal);
     EXPECT_EQ(cli::status_text(snapshot_, health, {}),
               "mesh      of gateway, 10 s old\n"
               "devices   3 devices, all reach the gateway\n"
               "links     no weak one\n"
               "stations  2 on 2.4 GHz, 3 on 5 GHz, 3 wired\n"
               "weak      phone -100 dBm at cellar\n"
+              "changed   one moment does not tell (--since SOURCE, or watch)\n"
               "in short  all is well, but for 1 weak station\n");
     EXPECT_TRUE(cli::to_json(snapshot_, health)["well"]);
 }
@@ -28,13 +29,14 @@ TEST_F(HealthTest, OneScreenTellsWhatIsNot) {
     snapshot_.read_at += std::chrono::hours(3);
     snapshot_.missing.push_back(
         {reader::Missing::Part::kDump, {reader::Problem::Kind::kMissing, "dump.txt", "No such file or directory"}});
-    const cli::Health health = cli::health_of(snapshot_, cli::kWeakSignal);
+    const cli::Health health = cli::health_of({snapshot_}, cli::kWeakSignal);
     EXPECT_EQ(cli::status_text(snapshot_, health, {}),
               "mesh      of gateway, 3 h old\n"
               "devices   3 devices, no way to the gateway is known for: Attic \"North\" \\ wing\n"
               "links     weak: cellar -80 dBm\n"
               "stations  2 on 2.4 GHz, 3 on 5 GHz, 3 wired\n"
               "weak      phone -100 dBm at cellar\n"
+              "changed   one moment does not tell (--since SOURCE, or watch)\n"
               "missing   dump.txt: No such file or directory\n"
               "in short  3 h ago: something is wrong with the devices or their links\n");
     EXPECT_FALSE(cli::to_json(snapshot_, health)["well"]);
@@ -42,7 +44,7 @@ TEST_F(HealthTest, OneScreenTellsWhatIsNot) {
 
 TEST_F(HealthTest, OneScreenSaysHowFarItSees) {
     snapshot_.knows_local_stations = false;
-    cli::Health health = cli::health_of(snapshot_, -120);
+    cli::Health health = cli::health_of({snapshot_}, -120);
     EXPECT_THAT(cli::status_text(snapshot_, health, {}),
                 testing::AllOf(HasSubstr("3 wired; not those of the device that wrote the model\n"),
                                HasSubstr("weak      none\n"),
@@ -52,11 +54,25 @@ TEST_F(HealthTest, OneScreenSaysHowFarItSees) {
     EXPECT_THAT(cli::status_text(snapshot_, health, options), HasSubstr("in short  too old to tell\n"));
 }
 
+TEST_F(HealthTest, OneScreenTellsWhatHasChanged) {
+    reader::Snapshot before = snapshot_;
+    before.stations.erase(before.stations.begin());
+    before.devices[1].firmware = "0.9";
+    const cli::Health health = cli::health_of({snapshot_, &before}, cli::kWeakSignal);
+    Options options;
+    options.in_utc = true;
+    EXPECT_THAT(cli::status_text(snapshot_, health, options),
+                HasSubstr("changed   1 station joined, 1 other change since 2023-11-14 22:14:02Z\n"));
+    const auto json = cli::to_json(snapshot_, health);
+    EXPECT_EQ(json["since"], "2023-11-14T22:14:02Z");
+    EXPECT_EQ(json["changes"].size(), 2U);
+}
+
 TEST_F(HealthTest, AStrangersNameIsHarmless) {
     for (const std::string &name : strangers_names()) {
         snapshot_.stations[0].name = name;
         snapshot_.devices[1].name = name;
-        expect_harmless(cli::status_text(snapshot_, cli::health_of(snapshot_, 0), {}));
+        expect_harmless(cli::status_text(snapshot_, cli::health_of({snapshot_}, 0), {}));
     }
 }
 

@@ -126,6 +126,29 @@ TEST_F(TablesTest, WhatHappenedInWords) {
               "2.4 GHz -50 dBm\n");
 }
 
+TEST_F(TablesTest, ANarrowTerminalGetsWhatFits) {
+    Options options = as(Format::kTable, {"name", "al_mac"});
+    options.width = 30;
+    EXPECT_EQ(devices(options),
+              "DEVICE          AL MAC\n"
+              "gateway         02:00:00:00:0\xe2\x80\xa6\n"
+              "Attic \"North\"\xe2\x80\xa6  02:0a:00:00:0\xe2\x80\xa6\n"
+              "cellar          02:0b:00:00:0\xe2\x80\xa6\n");
+    options.width = 5;
+    EXPECT_EQ(devices(options),
+              "DEVICE    AL MAC\n"
+              "gateway   02:00:0\xe2\x80\xa6\n"
+              "Attic \"\xe2\x80\xa6  02:0a:0\xe2\x80\xa6\n"
+              "cellar    02:0b:0\xe2\x80\xa6\n");
+}
+
+TEST_F(TablesTest, WeakSignalsAreColouredWhereThereIsColour) {
+    Options options = as(Format::kTable, {"mac", "signal"});
+    options.colour = true;
+    EXPECT_THAT(stations(options), testing::HasSubstr("02:57:00:00:00:05  \x1b[31m      -100\x1b[0m\n"));
+    EXPECT_THAT(stations(options), testing::StartsWith("\x1b[1mMAC              \x1b[0m  \x1b[1mSIGNAL dBm\x1b[0m\n"));
+}
+
 TEST_F(TablesTest, AStrangersNameIsOneCellOfOneRow) {
     for (const std::string &name : strangers_names()) {
         snapshot_.stations[0].name = name;

@@ -54,6 +54,9 @@ TEST_F(Columns, ATextIsCutWithinThem) {
     EXPECT_EQ(cli::cut("\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e", 4), "\xe6\x97\xa5\xe2\x80\xa6");
     EXPECT_EQ(cli::width(cli::cut(std::string(100000, 'x'), 32)), 32U);
     EXPECT_EQ(cli::cut("", 0), "");
+    EXPECT_EQ(cli::cut("\x1b[31mabc\x1b[0m", 3), "\x1b[31mabc\x1b[0m") << "our own colours take no room";
+    EXPECT_EQ(cli::cut("\x1b[31mabcd\x1b[0m", 3), "\x1b[31mab\xe2\x80\xa6");
+    EXPECT_EQ(cli::width("\x1b[31mabc\x1b["), 3U);
 }
 
 TEST_F(Columns, ATextIsFilledUpToThem) {

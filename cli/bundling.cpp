@@ -1,0 +1,97 @@
+#include "cli/bundling.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+
+#include "cli/text.h"
+#include "reader/anonymise.h"
+#include "reader/bundle.h"
+
+namespace cli {
+namespace {
+
+struct Wanted {
+    std::string file;
+    bool anonymise = false;
+    std::string table;  // file of the real ones and the others
+};
+
+// For the eyes of its owner alone: it tells back what the bundle hides.
+bool write_private(const std::string &path, const std::string &text) {
+    constexpr mode_t kMode = 0600;
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kMode);
+    const bool written = file >= 0 && write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    return (file < 0 || close(file) == 0) && written;
+}
+
+// False with what is to be said.
+bool anonymise(reader::Inputs &inputs, const std::string &table, Answer &answer) {
+    reader::Anonymiser anonymiser;
+    const reader::Input before = table.empty() ? reader::Input() : reader::read_file(table);
+    if (!table.empty() && !before.problem && !anonymiser.load_table(before.text)) {
+        answer.say(table + ": is there and no table of an earlier bundle");
+        return false;
+    }
+    anonymiser.anonymise(inputs);
+    if (!table.empty() && !write_private(table, anonymiser.table())) {
+        answer.say(table + ": " + std::strerror(errno));
+        return false;
+    }
+    return true;
+}
+
+// What is in it, what is not, and that the latter is no mistake.
+void tell(const reader::Inputs &inputs, const std::string &file, Answer &answer) {
+    std::size_t files = 0;
+    for (const reader::Input *input :
+         {&inputs.model, &inputs.dump, &inputs.leases, &inputs.list_24g, &inputs.list_5g}) {
+        files += input->problem ? 0 : 1;
+        if (input->problem) {
+            answer.say("not in the bundle: " + input->problem->text());
+        }
+    }
+    answer.say(file + ": " + counted(files, "file"));
+}
+
+void bundle(const Wanted &wanted, const Options &options, Answer &answer) {
+    reader::Inputs inputs = open_source(options.source)->read();
+    if (inputs.model.problem && inputs.dump.problem) {
+        answer.say(inputs.model.problem->text());
+        answer.status = status_of(*inputs.model.problem);
+        return;
+    }
+    inputs.model.text = reader::without_password(inputs.model.text);
+    if (wanted.anonymise && !anonymise(inputs, wanted.table, answer)) {
+        answer.status = kUnreadable;
+        return;
+    }
+    const reader::BundleNotes notes = {std::string("qo1905 ") + QO1905_VERSION, wanted.anonymise};
+    if (const auto problem = reader::write_bundle(inputs, notes, wanted.file)) {
+        answer.say(problem->text());
+        answer.status = kUnreadable;
+        return;
+    }
+    tell(inputs, wanted.file, answer);
+}
+
+}  // namespace
+
+void add_bundling(CLI::App &app, Question &question) {
+    const auto wanted = std::make_shared<Wanted>();
+    CLI::App *verb = app.add_subcommand("bundle", "Model, lists, leases and dump in one .tar.gz, for a ticket");
+    verb->add_option("FILE", wanted->file, "Such as ticket.tar.gz; - is standard output")->required();
+    CLI::Option *anonymise =
+        verb->add_flag("--anonymise", wanted->anonymise, "With other MACs, names and addresses, the same for the same");
+    verb->add_option("--table", wanted->table, "Keep which is which in this file, and the next bundle the same")
+        ->needs(anonymise);
+    verb->callback([&question, wanted] {
+        question.deed = [&question, wanted](Answer &answer) { bundle(*wanted, question.options, answer); };
+    });
+}
+
+}  // namespace cli

@@ -1,0 +1,64 @@
+#include "cli/exports.h"
+
+#include <map>
+#include <memory>
+
+#include "cli/scripts.h"
+
+namespace cli {
+namespace {
+
+CLI::App *add_format(CLI::App &parent, Question &question, const char *name, const char *help, const View &view) {
+    CLI::App *format = parent.add_subcommand(name, help);
+    format->callback([&question, view] { question.view = view; });
+    return format;
+}
+
+void add_prometheus(CLI::App &parent, Question &question) {
+    const auto wanted = std::make_shared<PrometheusOptions>();
+    CLI::App *format = add_format(parent, question, "prometheus", "Metrics in Prometheus' text format",
+                                  [wanted](const Moment &moment, const Options &, Answer &answer) {
+                                      answer.text += prometheus_text(moment.now, *wanted);
+                                  });
+    const std::map<std::string, Series> series = {
+        {"off", Series::kNone}, {"known", Series::kKnown}, {"all", Series::kAll}};
+    format
+        ->add_option_function<std::string>(
+            "--stations", [wanted, series](const std::string &word) { wanted->stations = series.at(word); },
+            "Series for each station: off, known (no nameless one with a random MAC) or all")
+        ->check(CLI::IsMember({"off", "known", "all"}))
+        ->default_str("off");
+    format->add_option("--max-stations", wanted->max_stations, "Not for more than so many; the rest is counted")
+        ->capture_default_str();
+    format->add_option("--weak-below", wanted->weak_below, "What is weak, in dBm")->capture_default_str();
+}
+
+void add_graphs(CLI::App &parent, Question &question) {
+    const auto with_stations = std::make_shared<bool>(false);
+    add_format(parent, question, "dot", "A graph for graphviz",
+               [with_stations](const Moment &moment, const Options &options, Answer &answer) {
+                   answer.text += dot_text(moment.now, options, *with_stations);
+               })
+        ->add_flag("--stations", *with_stations, "With their stations");
+    add_format(parent, question, "netjson", "A NetJSON NetworkGraph",
+               [with_stations](const Moment &moment, const Options &, Answer &answer) {
+                   answer.text += print(netjson(moment.now, *with_stations), Format::kJson);
+               })
+        ->add_flag("--stations", *with_stations, "With their stations");
+}
+
+}  // namespace
+
+void add_exports(CLI::App &app, Question &question) {
+    CLI::App *verb = app.add_subcommand("export", "The mesh in the formats of others");
+    verb->require_subcommand(1);
+    verb->add_subcommand("tr181", "Every value of the model: path => value")->callback([&question] {
+        question.deed = [&question](Answer &answer) {
+            get_values(open_source(question.options.source)->read(), "Device.", question.options, answer);
+        };
+    });
+    add_prometheus(*verb, question);
+    add_graphs(*verb, question);
+}
+
+}  // namespace cli

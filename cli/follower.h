@@ -1,0 +1,46 @@
+// Waiting for what comes next: a file written anew, a signal, a terminal that has changed its size.
+#pragma once
+
+#include <chrono>
+#include <csignal>
+#include <string>
+
+#include "reader/source.h"
+
+namespace cli {
+
+// While one exists, SIGINT, SIGTERM, SIGHUP and SIGWINCH end a wait instead of the program.
+class Follower {
+public:
+    // Asks an address every `pause`; a file is watched, and looked at that often while it cannot be.
+    Follower(const reader::Source &source, std::chrono::milliseconds pause);
+    ~Follower();
+    Follower(const Follower &) = delete;
+    Follower &operator=(const Follower &) = delete;
+
+    enum class Wake { kLook, kTimeIsUp, kResized, kEnd };
+
+    // Until there may be something new, which has then come to rest, or until `at_most` is over.
+    Wake wait(std::chrono::steady_clock::time_point until);
+
+    // The signal that said kEnd.
+    int signal() const { return signal_; }
+
+private:
+    bool watch();
+    bool is_about_the_file();
+    void let_it_settle();
+    Wake read_signal();
+
+    const reader::Source &source_;
+    std::chrono::milliseconds pause_;
+    sigset_t before_ = {};
+    int signals_ = -1;
+    int changes_ = -1;
+    int signal_ = 0;
+};
+
+// Ends the program as the signal would have, so that a shell sees what happened.
+[[noreturn]] void die_of(int signal);
+
+}  // namespace cli

@@ -1,0 +1,244 @@
+#include "cli/following.h"
+
+#include <iostream>
+#include <memory>
+
+#include "cli/follower.h"
+#include "cli/happenings.h"
+#include "cli/screen.h"
+#include "cli/tables.h"
+#include "cli/text.h"
+#include "cli/views.h"
+#include "reader/json_form.h"
+
+namespace cli {
+namespace {
+
+using reader::Problem;
+using reader::Snapshot;
+using Clock = std::chrono::steady_clock;
+using Wake = Follower::Wake;
+
+constexpr auto kForever = std::chrono::hours(24 * 365);
+constexpr double kPause = 2;  // seconds between two questions to an address
+
+Clock::time_point after(double seconds) {
+    return Clock::now() + (seconds > 0
+                               ? std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds))
+                               : Clock::duration(kForever));
+}
+
+std::chrono::milliseconds in_milliseconds(double seconds) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
+}
+
+// A source over time: what it gave last, and whether it is gone just now.
+class Sight {
+public:
+    explicit Sight(reader::Source &source) : source_(source) {}
+
+    // Whether there is something new to see. A dump that was caught half written is waited for, a moment.
+    bool look() {
+        constexpr int kTries = 3;
+        Snapshot next = reader::make_snapshot(source_.read());
+        for (int i = 1; i < kTries && is_torn(next); ++i) {
+            next = reader::make_snapshot(source_.read());
+        }
+        const Problem *problem = next.problem_with(reader::Missing::Part::kModel);
+        problem_ = problem != nullptr ? problem->text() : "";
+        if (problem != nullptr || (last_ && last_->time == next.time && last_->missing.size() == next.missing.size())) {
+            return false;
+        }
+        before_ = std::move(last_);
+        last_ = std::move(next);
+        return true;
+    }
+
+    const std::optional<Snapshot> &before() const { return before_; }
+    const std::optional<Snapshot> &last() const { return last_; }
+    const std::string &problem() const { return problem_; }  // empty while all is well
+
+private:
+    static bool is_torn(const Snapshot &snapshot) {
+        const Problem *problem = snapshot.problem_with(reader::Missing::Part::kDump);
+        return problem != nullptr && problem->kind != Problem::Kind::kMissing;
+    }
+
+    reader::Source &source_;
+    std::optional<Snapshot> before_, last_;
+    std::string problem_;
+};
+
+// Says once that a source is gone, and once that it is back.
+class Teller {
+public:
+    void tell(const std::string &problem) {
+        if (problem.empty() != said_.empty()) {
+            say(problem.empty() ? "it is there again" : problem + "; waiting for it");
+        }
+        said_ = problem;
+    }
+
+private:
+    std::string said_;
+};
+
+// --- events ---
+
+struct Following {
+    bool follow = false;
+    std::string since;
+    double timeout = 0;  // seconds; 0: none
+    double every = kPause;
+};
+
+void put_now(const std::string &text) {
+    if (!text.empty() && !(std::cout << text << std::flush)) {
+        throw Stop{kUnreadable};
+    }
+}
+
+// A line each, as they happen.
+std::string event_lines(const Sight &sight, const Snapshot &before, Options &options, std::size_t &count) {
+    const auto events = reader::events(before, *sight.last());
+    count += events.size();
+    std::string text;
+    if (!options.format_is_chosen && options.columns.empty()) {
+        for (const reader::Event &event : events) {
+            text += time_text(event.time, options) + "  " + event_text(*sight.last(), event, options) + '\n';
+        }
+        return text;
+    }
+    if (options.format != Format::kNdjson && events.empty()) {
+        return "";
+    }
+    text = print_events(*sight.last(), events, options, {{"schema", reader::kSchema}});
+    options.header = false;  // once
+    return text;
+}
+
+// A stream has an end only in the far: what stands in one array elsewhere is a line each here.
+Options stream_options(const Options &options) {
+    Options stream = options;
+    stream.format = options.format == Format::kJson ? Format::kNdjson : options.format;
+    return stream;
+}
+
+void stream_events(const Following &wanted, const Options &asked, Answer &answer) {
+    Options options = stream_options(asked);
+    const auto source = open_source(options.source);
+    std::optional<Snapshot> since;
+    if (!wanted.since.empty()) {
+        since = load(wanted.since, 0).snapshot;
+    }
+    Follower follower(*source, in_milliseconds(wanted.every));
+    Sight sight(*source);
+    Teller teller;
+    std::size_t count = 0;
+    const auto end = after(wanted.timeout);
+    for (bool more = true; more;) {
+        if (sight.look()) {
+            const std::optional<Snapshot> &before = sight.before() ? sight.before() : since;
+            if (before) {
+                put_now(event_lines(sight, *before, options, count));
+                more = wanted.follow;
+            }
+        }
+        teller.tell(sight.problem());
+        if (!more) {
+            break;
+        }
+        const Wake wake = follower.wait(end);
+        if (wake == Wake::kEnd) {
+            die_of(follower.signal());
+        }
+        if (wake == Wake::kTimeIsUp) {
+            answer.end_with(kTimeIsUp);
+            return;
+        }
+    }
+    if (count == 0) {
+        answer.say("nothing has changed");
+    }
+}
+
+void add_events(CLI::App &app, Question &question) {
+    const auto wanted = std::make_shared<Following>();
+    CLI::App *verb = app.add_subcommand("events", "What happens, a line each, until the model is written next");
+    verb->add_flag("-f,--follow", wanted->follow, "Until Ctrl-C");
+    verb->add_option("--since", wanted->since, "First what has happened since this source");
+    verb->add_option("--timeout", wanted->timeout, "Status 5 after so many seconds")->check(CLI::Range(0.1, 1e9));
+    verb->add_option("--every", wanted->every, "Seconds between two questions to an address")
+        ->capture_default_str()
+        ->check(CLI::Range(0.1, 1e6));
+    verb->callback([&question, wanted] {
+        question.deed = [&question, wanted](Answer &answer) { stream_events(*wanted, question.options, answer); };
+    });
+}
+
+// --- watch ---
+
+std::string heading(const Sight &sight, const Options &options) {
+    const std::string age = std::to_string(static_cast<long>(sight.last()->age()));
+    return visible(options.source) + ", written " + time_text(sight.last()->time, options) +
+           (sight.problem().empty() ? "" : " (" + age + " s ago; " + visible(sight.problem()) + ")") +
+           "; Ctrl-C ends\n\n";
+}
+
+std::string picture(const Sight &sight, const Snapshot &first, const View &view, const Options &options) {
+    Answer answer;
+    view({*sight.last(), &first}, options, answer);
+    for (const std::string &line : answer.words) {
+        answer.text += visible(line) + '\n';
+    }
+    return answer.text;
+}
+
+void watch(const View &view, double every, const Options &asked) {
+    Options options = stream_options(asked);
+    const auto source = open_source(options.source);
+    Follower follower(*source, in_milliseconds(every));
+    Sight sight(*source);
+    Teller teller;
+    Screen screen;
+    std::optional<Snapshot> first;
+    for (Wake wake = Wake::kLook; wake != Wake::kEnd; wake = follower.wait(after(0))) {
+        const bool is_new = sight.look();
+        first = first ? std::move(first) : sight.last();
+        options.width = screen.is_terminal() ? screen.columns() : 0;
+        if (!sight.last()) {
+            teller.tell(sight.problem());
+        } else if (screen.is_terminal()) {
+            screen.draw(heading(sight, options) + picture(sight, *first, view, options));
+        } else if (is_new) {
+            put_now(picture(sight, *first, view, options) + (is_json(options.format) ? "" : "\n"));
+        }
+    }
+    screen.leave();
+    die_of(follower.signal());
+}
+
+void add_watch(CLI::App &app, Question &question) {
+    const auto every = std::make_shared<double>(kPause);
+    CLI::App *verb =
+        app.add_subcommand("watch", "Draws a view again whenever something has changed; status if none is named");
+    verb->add_option("--every", *every, "Seconds between two questions to an address")
+        ->capture_default_str()
+        ->check(CLI::Range(0.1, 1e6));
+    verb->require_subcommand(0, 1);
+    add_views(*verb, question);
+    verb->callback([&question, every] {
+        question.deed = [&question, every](Answer &) {
+            watch(question.view ? question.view : status_view(), *every, question.options);
+        };
+    });
+}
+
+}  // namespace
+
+void add_following(CLI::App &app, Question &question) {
+    add_events(app, question);
+    add_watch(app, question);
+}
+
+}  // namespace cli

@@ -1,0 +1,15 @@
+// The published formats, docs/schema/*.json, built in.
+#pragma once
+
+#include <array>
+
+namespace cli {
+
+struct Schema {
+    const char *name;
+    const char *text;
+};
+
+extern const std::array<Schema, 4> kSchemas;
+
+}  // namespace cli

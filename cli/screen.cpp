@@ -1,0 +1,63 @@
+#include "cli/screen.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <sstream>
+
+#include "cli/text.h"
+
+namespace cli {
+namespace {
+
+// What a terminal that has no size, such as a serial line, is taken for.
+constexpr unsigned short kRows = 24;
+constexpr unsigned short kColumns = 80;
+
+winsize size_now() {
+    winsize size = {};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_row == 0 || size.ws_col == 0) {
+        size.ws_row = kRows;
+        size.ws_col = kColumns;
+    }
+    return size;
+}
+
+void write_all(const std::string &text) {
+    for (std::size_t at = 0; at < text.size();) {
+        const ssize_t size = write(STDOUT_FILENO, text.data() + at, text.size() - at);
+        if (size <= 0) {
+            return;  // who has gone sees nothing
+        }
+        at += static_cast<std::size_t>(size);
+    }
+}
+
+}  // namespace
+
+Screen::Screen() : is_terminal_(isatty(STDOUT_FILENO) != 0) {}
+
+std::size_t Screen::columns() const { return size_now().ws_col; }
+
+void Screen::draw(const std::string &text) {
+    const winsize size = size_now();
+    std::string frame = is_entered_ ? "" : "\x1b[?1049h\x1b[?25l";
+    is_entered_ = true;
+    frame += "\x1b[H";
+    std::istringstream lines(text);
+    std::string line;
+    for (unsigned row = 0; row < size.ws_row && std::getline(lines, line); ++row) {
+        // The rest of the old line goes after the new one is there: nothing is ever empty in between.
+        frame += (row == 0 ? "" : "\r\n") + cut(line, size.ws_col) + "\x1b[0m\x1b[K";
+    }
+    write_all(frame + "\x1b[J");
+}
+
+void Screen::leave() {
+    if (is_entered_) {
+        write_all("\x1b[?25h\x1b[?1049l");
+        is_entered_ = false;
+    }
+}
+
+}  // namespace cli

@@ -1,0 +1,198 @@
+#include "cli/scripts.h"
+
+#include <iostream>
+#include <memory>
+
+#include "cli/check.h"
+#include "cli/happenings.h"
+#include "cli/schemas.h"
+#include "cli/text.h"
+#include "cli/wait.h"
+#include "reader/json_form.h"
+#include "reader/model_paths.h"
+
+namespace cli {
+
+using reader::Snapshot;
+
+namespace {
+
+// --- get ---
+
+// "path => value", as TR-181 tools print them; bare for scripts.
+std::string values_text(const Table &table, const Options &options) {
+    if (is_for_people(options.format) && options.columns.empty()) {
+        std::string text;
+        for (const auto &row : table.rows) {
+            text += visible(row[0]) + " => " + visible(row[1]) + '\n';
+        }
+        return text;
+    }
+    Options bare = options;
+    if (options.format == Format::kValue && options.columns.empty()) {
+        bare.columns = {"value"};
+    }
+    return print(table, bare, {{"schema", reader::kSchema}}, "values");
+}
+
+void add_get(CLI::App &app, Question &question) {
+    const auto pattern = std::make_shared<std::string>();
+    CLI::App *verb = app.add_subcommand("get", "Values of the model by TR-181 path; * is any one part of it");
+    verb->add_option("PATH", *pattern, "Such as Device.X_0A3C5E_IEEE1905.AL.NetworkTopology.IEEE1905Device.*.Hostname")
+        ->required();
+    verb->callback([&question, pattern] {
+        question.deed = [&question, pattern](Answer &answer) {
+            get_values(open_source(question.options.source)->read(), *pattern, question.options, answer);
+        };
+    });
+}
+
+// --- diff ---
+
+void compare(const std::string &before_name, const std::string &after_name, const Options &options, Answer &answer) {
+    const Loaded before = load(before_name, 0);
+    const Loaded after = load(after_name, 0);
+    answer.end_with(std::max(before.status, after.status));
+    const auto events = reader::events(before.snapshot, after.snapshot);
+    if (!before.snapshot.knows_local_stations || !after.snapshot.knows_local_stations) {
+        answer.say(
+            "stations of the device that wrote the model are not compared: they stand in dump.txt, which is not there "
+            "for both");
+    }
+    if (is_for_people(options.format)) {
+        answer.say(summary_text(events));
+    }
+    if (!events.empty() || is_json(options.format)) {
+        answer.text += print_events(after.snapshot, events, options,
+                                    {{"schema", reader::kSchema},
+                                     {"before", reader::heading_json(before.snapshot)},
+                                     {"after", reader::heading_json(after.snapshot)}});
+    }
+}
+
+void add_diff(CLI::App &app, Question &question) {
+    struct Sources {
+        std::string before, after;
+    };
+    const auto sources = std::make_shared<Sources>();
+    CLI::App *verb = app.add_subcommand("diff", "What happened between two sources");
+    verb->add_option("BEFORE", sources->before, "A source, as --source takes it")->required();
+    verb->add_option("AFTER", sources->after, "Another; without, the one of --source");
+    verb->callback([&question, sources] {
+        question.deed = [&question, sources](Answer &answer) {
+            compare(sources->before, sources->after.empty() ? question.options.source : sources->after,
+                    question.options, answer);
+        };
+    });
+}
+
+// --- check and wait ---
+
+void add_check(CLI::App &app, Question &question) {
+    const auto limits = std::make_shared<Limits>();
+    CLI::App *verb = app.add_subcommand("check", "For monitoring systems: one line, and a status from 0 to 3");
+    verb->add_option("--max-age", limits->max_age, "Critical if the model is older than so many seconds")
+        ->capture_default_str();
+    verb->add_option("--min-devices", limits->min_devices, "Critical below")->capture_default_str();
+    verb->add_option("--max-weak", limits->max_weak, "Warning if more stations are weak")->capture_default_str();
+    verb->add_option("--weak-below", limits->weak_below, "What is weak, in dBm")->capture_default_str();
+    verb->callback([&question, limits] {
+        question.deed = [&question, limits](Answer &answer) {
+            const Checked checked = check(question.options.source, *limits);
+            answer.text = checked.line;
+            answer.status = checked.state;
+        };
+    });
+}
+
+void wait_for(const std::string &words, double timeout, const std::string &source, Answer &answer) {
+    Wanted wanted;
+    const std::string mistake = read_wanted(words, wanted);
+    if (!mistake.empty()) {
+        answer.say("--for " + words + ": " + mistake);
+        answer.status = kUsage;
+    } else if (!wait_until(*open_source(source), wanted, timeout)) {
+        answer.say("not within the time: " + words);
+        answer.status = kTimeIsUp;
+    }
+}
+
+void add_wait(CLI::App &app, Question &question) {
+    struct Wish {
+        std::string words;
+        double timeout = 60;
+    };
+    const auto wish = std::make_shared<Wish>();
+    CLI::App *verb = app.add_subcommand("wait", "Until the mesh is as wanted");
+    verb->add_option("--for", wish->words, "station=NAME, station=NAME@DEVICE, device=NAME or devices=N")->required();
+    verb->add_option("--timeout", wish->timeout, "Status 5 after so many seconds")
+        ->capture_default_str()
+        ->check(CLI::Range(0.1, 1e9));
+    verb->callback([&question, wish] {
+        question.deed = [&question, wish](Answer &answer) {
+            wait_for(wish->words, wish->timeout, question.options.source, answer);
+        };
+    });
+}
+
+// --- schema ---
+
+void add_schema(CLI::App &app, Question &question) {
+    const auto name = std::make_shared<std::string>();
+    std::string names;
+    for (const Schema &schema : kSchemas) {
+        names += (names.empty() ? "" : ", ") + std::string(schema.name);
+    }
+    CLI::App *verb = app.add_subcommand("schema", "The JSON Schema of a format");
+    verb->add_option("NAME", *name, "One of " + names)->required();
+    verb->callback([&question, name, names] {
+        question.deed = [name, names](Answer &answer) {
+            for (const Schema &schema : kSchemas) {
+                answer.text += *name == schema.name ? schema.text : "";
+            }
+            if (answer.text.empty()) {
+                answer.say("there is no schema " + *name + "; there are: " + names);
+                answer.status = kUsage;
+            }
+        };
+    });
+}
+
+}  // namespace
+
+void get_values(const reader::Inputs &inputs, const std::string &pattern, const Options &options, Answer &answer) {
+    if (inputs.model.problem) {
+        answer.say(inputs.model.problem->text());
+        answer.status = status_of(*inputs.model.problem);
+        return;
+    }
+    Table table;
+    table.columns = {{"path", "PATH"}, {"value", "VALUE"}};
+    const auto take = [&](const std::string &path, const nlohmann::json &value) {
+        if (reader::matches_path(pattern, path)) {
+            table.rows.push_back({path, value.is_string() ? value.get<std::string>() : value.dump()});
+            table.items.push_back({{"path", path}, {"value", value}});
+        }
+    };
+    std::string reason;
+    if (!reader::walk_paths(inputs.model.text, take, reason)) {
+        answer.say(inputs.model.file + ": " + reason);
+        answer.status = kUnreadable;
+        return;
+    }
+    answer.text += values_text(table, options);
+    if (table.rows.empty()) {
+        answer.say("the model has no " + pattern);
+        answer.status = kNothingMatched;
+    }
+}
+
+void add_scripts(CLI::App &app, Question &question) {
+    add_get(app, question);
+    add_diff(app, question);
+    add_check(app, question);
+    add_wait(app, question);
+    add_schema(app, question);
+}
+
+}  // namespace cli

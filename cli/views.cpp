@@ -1,0 +1,209 @@
+#include "cli/views.h"
+
+#include <memory>
+
+#include "cli/health.h"
+#include "cli/mesh.h"
+#include "cli/pictures.h"
+#include "cli/tables.h"
+#include "reader/json_form.h"
+
+namespace cli {
+
+using reader::Missing;
+using reader::Snapshot;
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// People are told on the side what the picture lacks; programs find it in the JSON.
+void tell_missing(const Snapshot &snapshot, const Options &options, Answer &answer) {
+    if (!is_for_people(options.format)) {
+        return;
+    }
+    const struct {
+        Missing::Part part;
+        const char *lacks;
+    } known[] = {{Missing::Part::kDump, "the stations of the device that wrote the model"},
+                 {Missing::Part::kLeases, "names and addresses of stations"}};
+    for (const auto &item : known) {
+        if (const reader::Problem *problem = snapshot.problem_with(item.part)) {
+            answer.say("without " + problem->file + " (" + problem->reason + ") what is missing is: " + item.lacks);
+        }
+    }
+}
+
+// A verb that makes a table, which JSON calls `key`.
+template <class Make>
+View table_view(const char *key, Make make) {
+    return [=](const Moment &moment, const Options &options, Answer &answer) {
+        const Table table = make(moment.now, options, answer);
+        answer.text += print(table, options, reader::heading_json(moment.now), key);
+        tell_missing(moment.now, options, answer);
+        if (table.rows.empty()) {
+            answer.end_with(kNothingMatched);
+        }
+    };
+}
+
+// A picture has no rows.
+void refuse_rows(const char *verb, const Options &options) {
+    const bool rows = options.format == Format::kTsv || options.format == Format::kValue;
+    if (rows || !options.columns.empty()) {
+        throw CLI::ValidationError(verb, "has no rows and columns; table and json are its outputs");
+    }
+}
+
+void add(CLI::App &parent, Question &question, const char *name, const char *help, const View &view) {
+    parent.add_subcommand(name, help)->callback([&question, view] { question.view = view; });
+}
+
+// --- lists ---
+
+void add_stations(CLI::App &parent, Question &question) {
+    const auto filter = std::make_shared<StationFilter>();
+    const View view =
+        table_view("stations", [filter](const Snapshot &snapshot, const Options &options, Answer &answer) {
+            if (!filter->device.empty() && find(snapshot, filter->device).devices.empty()) {
+                answer.say("there is no device " + filter->device);
+            }
+            return stations_table(snapshot, *filter, options);
+        });
+    CLI::App *verb = parent.add_subcommand("stations", "Who is connected, where and how well");
+    verb->callback([&question, view] { question.view = view; });
+    verb->add_option("--device", filter->device, "Only at this device: name, MAC or address");
+    verb->add_option("--band", filter->band, "Only on this: 2.4, 5 or wired")
+        ->check(CLI::IsMember({"2.4", "5", "wired"}));
+    verb->add_option("--name", filter->name, "Only those with this in their names");
+    verb->add_flag("--weak", filter->weak, "Only those with a weak signal");
+    verb->add_option("--weak-below", filter->weak_below, "What is weak, in dBm")->capture_default_str();
+}
+
+// --- pictures ---
+
+View status_view(int weak_below) {
+    return [weak_below](const Moment &moment, const Options &options, Answer &answer) {
+        refuse_rows("status", options);
+        const Health health = health_of(moment, weak_below);
+        answer.text += is_json(options.format) ? print(to_json(moment.now, health), options.format)
+                                               : status_text(moment.now, health, options);
+    };
+}
+
+void add_status(CLI::App &parent, Question &question) {
+    struct Wanted {
+        int weak_below = kWeakSignal;
+        std::string since;
+    };
+    const auto wanted = std::make_shared<Wanted>();
+    CLI::App *verb = parent.add_subcommand("status", "One screen: is the mesh all right?");
+    verb->add_option("--weak-below", wanted->weak_below, "What is weak, in dBm")->capture_default_str();
+    verb->add_option("--since", wanted->since, "A source of before: what has changed since then?");
+    verb->callback([&question, wanted] {
+        const View plain = status_view(wanted->weak_below);
+        question.view = plain;
+        if (!wanted->since.empty()) {
+            const auto before = std::make_shared<Loaded>(load(wanted->since, 0));
+            question.view = [plain, before](const Moment &moment, const Options &options, Answer &answer) {
+                plain({moment.now, &before->snapshot}, options, answer);
+                answer.end_with(before->status);
+            };
+        }
+    });
+}
+
+void add_tree(CLI::App &parent, Question &question) {
+    const auto with_stations = std::make_shared<bool>(false);
+    const View view = [with_stations](const Moment &moment, const Options &options, Answer &answer) {
+        refuse_rows("tree", options);
+        answer.text += is_json(options.format) ? print(reader::to_json(moment.now), options.format)
+                                               : tree_text(moment.now, options, *with_stations);
+        tell_missing(moment.now, options, answer);
+    };
+    CLI::App *verb = parent.add_subcommand("tree", "The devices as a tree");
+    verb->callback([&question, view] { question.view = view; });
+    verb->add_flag("--stations", *with_stations, "With their stations");
+}
+
+// A verb about somebody: tells when nobody goes by that name, else asks `tell`.
+template <class Tell>
+void add_about(CLI::App &parent, Question &question, const char *name, const char *help, const char *whom, Tell tell) {
+    const auto who = std::make_shared<std::string>();
+    const View view = [who, name, tell](const Moment &moment, const Options &options, Answer &answer) {
+        refuse_rows(name, options);
+        const Found found = find(moment.now, *who);
+        if (found.devices.empty() && found.stations.empty()) {
+            answer.say("nothing here goes by " + *who);
+            answer.end_with(kNothingMatched);
+            return;
+        }
+        answer.text += tell(moment.now, found, options);
+    };
+    CLI::App *verb = parent.add_subcommand(name, help);
+    verb->callback([&question, view] { question.view = view; });
+    verb->add_option(whom, *who, "A name, MAC or address")->required();
+}
+
+std::string show(const Snapshot &snapshot, const Found &found, const Options &options) {
+    if (!is_json(options.format)) {
+        return show_text(snapshot, found, options);
+    }
+    Json whole = reader::heading_json(snapshot);
+    whole["devices"] = Json::array();
+    whole["stations"] = Json::array();
+    for (const reader::Device *device : found.devices) {
+        whole["devices"].push_back(reader::to_json(*device));
+    }
+    for (const reader::Station *station : found.stations) {
+        whole["stations"].push_back(reader::to_json(*station));
+    }
+    return print(whole, options.format);
+}
+
+Json hops_json(const Snapshot &snapshot, reader::Mac al_mac) {
+    Json hops = Json::array();
+    for (const reader::Device *device : way_of(snapshot, al_mac)) {
+        hops.push_back(reader::to_json(*device));
+    }
+    return hops;
+}
+
+// Of the stations of that name; if there are none, of the devices.
+std::string path(const Snapshot &snapshot, const Found &found, const Options &options) {
+    std::string text;
+    Json whole = reader::heading_json(snapshot);
+    whole["paths"] = Json::array();
+    for (const reader::Station *station : found.stations) {
+        whole["paths"].push_back(
+            {{"station", reader::to_json(*station)}, {"hops", hops_json(snapshot, station->device)}});
+        text += path_text(snapshot, *station, options);
+    }
+    for (std::size_t i = 0; found.stations.empty() && i < found.devices.size(); ++i) {
+        whole["paths"].push_back({{"hops", hops_json(snapshot, found.devices[i]->al_mac)}});
+        text += path_text(snapshot, *found.devices[i], options);
+    }
+    return is_json(options.format) ? print(whole, options.format) : text;
+}
+
+}  // namespace
+
+View status_view() { return status_view(kWeakSignal); }
+
+void add_views(CLI::App &parent, Question &question) {
+    add_status(parent, question);
+    add_tree(parent, question);
+    add(parent, question, "devices", "The devices of the mesh, from the gateway outwards",
+        table_view("devices", [](const Snapshot &snapshot, const Options &options, Answer &) {
+            return devices_table(snapshot, options);
+        }));
+    add(parent, question, "links", "How each device is linked to the one before it",
+        table_view("links", [](const Snapshot &snapshot, const Options &options, Answer &) {
+            return links_table(snapshot, options);
+        }));
+    add_stations(parent, question);
+    add_about(parent, question, "show", "All that is known of a device or a station", "WHO", show);
+    add_about(parent, question, "path", "The way from a station to the gateway, hop by hop", "STATION", path);
+}
+
+}  // namespace cli
