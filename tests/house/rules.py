@@ -44,7 +44,7 @@ AROUND = {
     # Its command.
     "lab": {"lab/common", "lab/world", "lab/mesh", "lab/replay"},
     "fuzz": {"include", "module/platform", "fuzz", "tests/support", "lab/common", "lab/world", "reader", "cli"},
-    "bench": set(ROOMS) | {"bench", "tests/support"},
+    "bench": set(ROOMS) | {"bench", "tests/support", "reader"},
     "tests": set(ROOMS) | {"reader", "cli", "lab/common", "lab/world", "lab/mapd", "lab/mesh", "lab/replay", "tests", "tests/support"},
 }
 ALLOWED = {**ROOMS, **AROUND}
