@@ -84,7 +84,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     expect_order(snapshot);
     expect_answers(snapshot);
     std::string reason;
-    (void)reader::walk_paths(inputs.model.text, [](const std::string &, const nlohmann::json &) {}, reason);
+    (void)reader::walk_paths(
+        inputs.model.text, [](const std::string &, const nlohmann::json &) {}, reason);
     (void)reader::without_password(inputs.model.text);
     reader::Anonymiser().anonymise(inputs);
     const reader::Snapshot other = reader::make_snapshot(inputs);
