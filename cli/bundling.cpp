@@ -38,6 +38,7 @@ bool anonymise(reader::Inputs &inputs, const std::string &table, Answer &answer)
         return false;
     }
     anonymiser.anonymise(inputs);
+    answer.say(anonymiser.summary());
     if (!table.empty() && !write_private(table, anonymiser.table())) {
         answer.say(table + ": " + std::strerror(errno));
         return false;
@@ -70,8 +71,7 @@ void bundle(const Wanted &wanted, const Options &options, Answer &answer) {
         answer.status = kUnreadable;
         return;
     }
-    const reader::BundleNotes notes = {std::string("qo1905 ") + QO1905_VERSION, wanted.anonymise};
-    if (const auto problem = reader::write_bundle(inputs, notes, wanted.file)) {
+    if (const auto problem = reader::write_bundle(inputs, std::string("qo1905 ") + QO1905_VERSION, wanted.file)) {
         answer.say(problem->text());
         answer.status = kUnreadable;
         return;

@@ -83,6 +83,16 @@ private:
     std::string said_;
 };
 
+// What says the same for ever is not waited for.
+std::unique_ptr<reader::Source> open_changing(const std::string &name) {
+    auto source = open_source(name);
+    if (!source->can_change()) {
+        say(name + ": is of one moment, and will not change; diff compares two");
+        throw Stop{kUsage};
+    }
+    return source;
+}
+
 // --- events ---
 
 struct Following {
@@ -124,43 +134,58 @@ Options stream_options(const Options &options) {
     return stream;
 }
 
-void stream_events(const Following &wanted, const Options &asked, Answer &answer) {
-    Options options = stream_options(asked);
-    const auto source = open_source(options.source);
-    std::optional<Snapshot> since;
-    if (!wanted.since.empty()) {
-        since = load(wanted.since, 0).snapshot;
+class Stream {
+public:
+    Stream(const Following &wanted, const Options &options)
+        : wanted_(wanted),
+          options_(stream_options(options)),
+          source_(open_changing(options.source)),
+          follower_(*source_, in_milliseconds(wanted.every)),
+          sight_(*source_) {
+        if (!wanted.since.empty()) {
+            since_ = load(wanted.since, 0).snapshot;
+        }
     }
-    Follower follower(*source, in_milliseconds(wanted.every));
-    Sight sight(*source);
-    Teller teller;
-    std::size_t count = 0;
-    const auto end = after(wanted.timeout);
-    for (bool more = true; more;) {
-        if (sight.look()) {
-            const std::optional<Snapshot> &before = sight.before() ? sight.before() : since;
-            if (before) {
-                put_now(event_lines(sight, *before, options, count));
-                more = wanted.follow;
+
+    void run(Answer &answer) {
+        const auto end = after(wanted_.timeout);
+        while (look()) {
+            const Wake wake = follower_.wait(end);
+            if (wake == Wake::kEnd) {
+                die_of(follower_.signal());
+            }
+            if (wake == Wake::kTimeIsUp) {
+                answer.end_with(kTimeIsUp);
+                return;
             }
         }
-        teller.tell(sight.problem());
-        if (!more) {
-            break;
-        }
-        const Wake wake = follower.wait(end);
-        if (wake == Wake::kEnd) {
-            die_of(follower.signal());
-        }
-        if (wake == Wake::kTimeIsUp) {
-            answer.end_with(kTimeIsUp);
-            return;
+        if (count_ == 0) {
+            answer.say("nothing has changed");
         }
     }
-    if (count == 0) {
-        answer.say("nothing has changed");
+
+private:
+    // False when all has been said that was asked for.
+    bool look() {
+        const bool is_new = sight_.look();
+        teller_.tell(sight_.problem());
+        const std::optional<Snapshot> &before = sight_.before() ? sight_.before() : since_;
+        if (!is_new || !before) {
+            return true;
+        }
+        put_now(event_lines(sight_, *before, options_, count_));
+        return wanted_.follow;
     }
-}
+
+    const Following &wanted_;
+    Options options_;
+    std::unique_ptr<reader::Source> source_;
+    Follower follower_;
+    Sight sight_;
+    Teller teller_;
+    std::optional<Snapshot> since_;
+    std::size_t count_ = 0;
+};
 
 void add_events(CLI::App &app, Question &question) {
     const auto wanted = std::make_shared<Following>();
@@ -172,7 +197,7 @@ void add_events(CLI::App &app, Question &question) {
         ->capture_default_str()
         ->check(CLI::Range(0.1, 1e6));
     verb->callback([&question, wanted] {
-        question.deed = [&question, wanted](Answer &answer) { stream_events(*wanted, question.options, answer); };
+        question.deed = [&question, wanted](Answer &answer) { Stream(*wanted, question.options).run(answer); };
     });
 }
 
@@ -196,7 +221,7 @@ std::string picture(const Sight &sight, const Snapshot &first, const View &view,
 
 void watch(const View &view, double every, const Options &asked) {
     Options options = stream_options(asked);
-    const auto source = open_source(options.source);
+    const auto source = open_changing(options.source);
     Follower follower(*source, in_milliseconds(every));
     Sight sight(*source);
     Teller teller;
@@ -204,7 +229,9 @@ void watch(const View &view, double every, const Options &asked) {
     std::optional<Snapshot> first;
     for (Wake wake = Wake::kLook; wake != Wake::kEnd; wake = follower.wait(after(0))) {
         const bool is_new = sight.look();
-        first = first ? std::move(first) : sight.last();
+        if (!first) {
+            first = sight.last();
+        }
         options.width = screen.is_terminal() ? screen.columns() : 0;
         if (!sight.last()) {
             teller.tell(sight.problem());

@@ -64,48 +64,69 @@ std::string dot_text(const Snapshot &snapshot, const Options &options, bool with
     return text + "}\n";
 }
 
-Json netjson(const Snapshot &snapshot, bool with_stations) {
-    Json nodes = Json::array();
-    Json links = Json::array();
-    const auto node = [&](const std::string &mac, const std::string &label, const std::optional<std::string> &address,
-                          Json properties) {
-        Json one = {{"id", mac}, {"label", label}};
+namespace {
+
+// A NetJSON NetworkGraph as it grows.
+class Graph {
+public:
+    void add_node(reader::Mac mac, const std::string &label, const std::optional<std::string> &address,
+                  const Json &properties) {
+        Json node = {{"id", mac.text()}, {"label", label}};
         if (address) {
-            one["local_addresses"] = {*address};
+            node["local_addresses"] = {*address};
         }
-        one["properties"] = std::move(properties);
-        nodes.push_back(one);
-    };
-    const auto link = [&](const std::string &source, const std::string &target, const std::string &text,
-                          Json properties) {
-        links.push_back(
-            {{"source", source}, {"target", target}, {"cost", 1.0}, {"cost_text", text}, {"properties", properties}});
-    };
+        node["properties"] = properties;
+        nodes_.push_back(std::move(node));
+    }
+
+    void add_link(reader::Mac source, reader::Mac target, const std::string &medium, const std::optional<int> &signal,
+                  const std::optional<int> &rate) {
+        links_.push_back({{"source", source.text()},
+                          {"target", target.text()},
+                          {"cost", 1.0},
+                          {"cost_text", signal_text(medium, signal)},
+                          {"properties", link_properties(medium, signal, rate)}});
+    }
+
+    Json json() const {
+        return {{"type", "NetworkGraph"}, {"protocol", "IEEE 1905.1"}, {"version", nullptr},
+                {"metric", nullptr},      {"nodes", nodes_},           {"links", links_}};
+    }
+
+private:
+    Json nodes_ = Json::array();
+    Json links_ = Json::array();
+};
+
+Json device_properties(const Device &device) {
+    Json properties = {{"kind", "device"}};
+    if (device.role) {
+        properties["role"] = reader::word(*device.role);
+    }
+    if (device.firmware) {
+        properties["firmware"] = *device.firmware;
+    }
+    return properties;
+}
+
+}  // namespace
+
+Json netjson(const Snapshot &snapshot, bool with_stations) {
+    Graph graph;
+    const Options names;
     for (const Device *device : ordered_devices(snapshot)) {
-        Json properties = {{"kind", "device"}};
-        for (const auto &[key, value] :
-             {std::pair("role", in_words(device->role)), std::pair("firmware", device->firmware.value_or(""))}) {
-            if (!value.empty()) {
-                properties[key] = value;
-            }
-        }
-        node(device->al_mac.text(), label(*device, Options()), device->address, properties);
+        graph.add_node(device->al_mac, label(*device, names), device->address, device_properties(*device));
         if (device->parent) {
-            const std::string medium = in_words(device->medium);
-            link(device->parent->text(), device->al_mac.text(), signal_text(medium, device->signal),
-                 link_properties(medium, device->signal, device->rate));
+            graph.add_link(*device->parent, device->al_mac, in_words(device->medium), device->signal, device->rate);
         }
     }
     for (const Station &station : snapshot.stations) {
         if (with_stations) {
-            node(station.mac.text(), label(station, Options()), station.address, {{"kind", "station"}});
-            link(station.device.text(), station.mac.text(), signal_text(band_of(station), station.signal),
-                 link_properties(band_of(station), station.signal, station.rate));
+            graph.add_node(station.mac, label(station, names), station.address, {{"kind", "station"}});
+            graph.add_link(station.device, station.mac, band_of(station), station.signal, station.rate);
         }
     }
-    return {{"type", "NetworkGraph"}, {"protocol", "IEEE 1905.1"},
-            {"version", nullptr},     {"metric", nullptr},
-            {"nodes", nodes},         {"links", links}};
+    return graph.json();
 }
 
 }  // namespace cli

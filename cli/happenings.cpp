@@ -1,6 +1,7 @@
 #include "cli/happenings.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "cli/tables.h"
 #include "cli/text.h"
@@ -13,8 +14,9 @@ using reader::Snapshot;
 
 namespace {
 
-std::string who(const Event &event, const Options &options) {
-    return options.names && event.name ? *event.name + " (" + event.mac.text() + ")" : event.mac.text();
+template <class Item>
+std::string who(const Item &item, const Options &options) {
+    return options.names && item.name ? *item.name + " (" + item.mac.text() + ")" : item.mac.text();
 }
 
 // "attic, 5 GHz -60 dBm".
@@ -67,6 +69,47 @@ std::string deed(const Snapshot &after, const Event &event, const Options &optio
 
 std::string event_text(const Snapshot &after, const Event &event, const Options &options) {
     return visible(who(event, options) + deed(after, event, options));
+}
+
+namespace {
+
+bool is_far(const std::optional<int> &before, const std::optional<int> &after) {
+    return before && after && std::abs(*after - *before) >= kFar;
+}
+
+}  // namespace
+
+std::vector<SignalChange> signal_changes(const Snapshot &before, const Snapshot &after) {
+    std::vector<SignalChange> changes;
+    for (const reader::Device &now : after.devices) {
+        const reader::Device *old = before.find_device(now.al_mac);
+        if (old != nullptr && old->parent == now.parent && is_far(old->signal, now.signal)) {
+            changes.push_back({now.al_mac, false, now.name, *old->signal, *now.signal});
+        }
+    }
+    for (const reader::Station &now : after.stations) {
+        const reader::Station *old = before.find_station(now.mac);
+        const bool stayed = old != nullptr && old->device == now.device && old->band == now.band;
+        if (stayed && is_far(old->signal, now.signal)) {
+            changes.push_back({now.mac, true, now.name, *old->signal, *now.signal});
+        }
+    }
+    return changes;
+}
+
+std::string signal_text(const SignalChange &change, const Options &options) {
+    return visible(who(change, options)) + " is heard with " + std::to_string(change.after) + " dBm, was " +
+           std::to_string(change.before);
+}
+
+nlohmann::ordered_json to_json(const SignalChange &change) {
+    nlohmann::ordered_json json = {{change.is_station ? "station" : "device", change.mac.text()}};
+    if (change.name) {
+        json["name"] = *change.name;
+    }
+    json["before"] = change.before;
+    json["after"] = change.after;
+    return json;
 }
 
 std::string summary_text(const std::vector<Event> &events) {

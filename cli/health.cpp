@@ -29,6 +29,12 @@ void count_station(Health &health, const Station &station, int weak_below) {
     }
 }
 
+bool is_weak_link(const Device &device, int weak_below) {
+    const bool is_weak = device.signal && *device.signal < weak_below;
+    const bool is_slow = device.parent && device.rate && *device.rate < kSlowLink;
+    return is_weak || is_slow;
+}
+
 }  // namespace
 
 Health health_of(const Moment &moment, int weak_below) {
@@ -44,7 +50,7 @@ Health health_of(const Moment &moment, int weak_below) {
         if (!device->hops) {
             health.unreachable.push_back(device);
         }
-        if (device->signal && *device->signal < weak_below) {
+        if (is_weak_link(*device, weak_below)) {
             health.weak_links.push_back(device);
         }
     }
@@ -85,10 +91,11 @@ std::string summary(const Snapshot &snapshot, const Health &health, const Option
     if (options.max_age > 0 && snapshot.age() > options.max_age) {
         return "too old to tell";
     }
-    const std::string weak =
-        health.weak_stations.empty() ? "" : ", but for " + counted(health.weak_stations.size(), "weak station");
-    const std::string verdict =
-        health.is_well() ? "all is well" + weak : "something is wrong with the devices or their links";
+    const std::size_t weak = health.weak_stations.size();
+    const std::string verdict = !health.links_are_well() ? "something is wrong with the devices or their links"
+                                : weak == 0              ? "all is well"
+                                            : "the devices are well linked, but " + counted(weak, "station") +
+                                                  (weak == 1 ? " is" : " are") + " heard badly";
     const std::string part = snapshot.knows_local_stations ? "" : ", as far as these files tell";
     return (snapshot.age() <= kFresh ? "" : age_text(snapshot.age()) + " ago: ") + verdict + part;
 }
@@ -100,7 +107,8 @@ std::string status_text(const Snapshot &snapshot, const Health &health, const Op
     const auto line = [&text](const char *what, const std::string &value) { text += pad(what, 10) + value + '\n'; };
     const auto device_label = [&](const Device &device) { return visible(cut(label(device, options), 32)); };
     const Device *root = snapshot.root();
-    line("mesh", (root != nullptr ? "of " + device_label(*root) + ", " : "") + age_text(snapshot.age()) + " old");
+    line("mesh", (root != nullptr ? "of " + device_label(*root) + ", " : "") + "written " +
+                     time_text(snapshot.time, options) + ", " + age_text(snapshot.age()) + " old");
     line("devices", counted(health.devices, "device") +
                         (health.unreachable.empty()
                              ? ", all reach the gateway"
@@ -108,7 +116,8 @@ std::string status_text(const Snapshot &snapshot, const Health &health, const Op
     line("links", health.weak_links.empty()
                       ? "no weak one"
                       : "weak: " + listed(health.weak_links, [&](const Device &device) {
-                            return device_label(device) + ' ' + std::to_string(*device.signal) + " dBm";
+                            return device_label(device) + ' ' +
+                                   link_text(in_words(device.medium), device.signal, device.rate, Options());
                         }));
     line("stations", std::to_string(health.on_2_4ghz) + " on 2.4 GHz, " + std::to_string(health.on_5ghz) +
                          " on 5 GHz, " + std::to_string(health.wired) + " wired" +
@@ -124,9 +133,9 @@ std::string status_text(const Snapshot &snapshot, const Health &health, const Op
     }
     const bool old = options.max_age > 0 && snapshot.age() > options.max_age;
     line("in short", paint(summary(snapshot, health, options),
-                           !health.is_well() || old       ? Tone::kBad
-                           : health.weak_stations.empty() ? Tone::kGood
-                                                          : Tone::kFair,
+                           !health.links_are_well() || old ? Tone::kBad
+                           : health.weak_stations.empty()  ? Tone::kGood
+                                                           : Tone::kFair,
                            options));
     return text;
 }

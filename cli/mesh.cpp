@@ -50,8 +50,18 @@ StationsByDevice by_device(const Snapshot &snapshot) {
     return stations;
 }
 
+namespace {
+
+// As people type them: with hyphens, too.
+std::optional<Mac> typed_mac(std::string text) {
+    std::replace(text.begin(), text.end(), '-', ':');
+    return Mac::parse(text);
+}
+
+}  // namespace
+
 Found find(const Snapshot &snapshot, const std::string &text) {
-    const auto mac = Mac::parse(text);
+    const auto mac = typed_mac(text);
     const auto is_named = [wanted = lower_case(text)](const auto &item) {
         return (item.name && lower_case(*item.name) == wanted) || item.address == wanted;
     };
@@ -69,6 +79,18 @@ Found find(const Snapshot &snapshot, const std::string &text) {
         }
     }
     return found;
+}
+
+std::vector<std::string> names_like(const Snapshot &snapshot, const std::string &text) {
+    std::vector<std::string> names;
+    const auto take = [&, wanted = lower_case(text)](const auto &item) {
+        if (item.name && lower_case(*item.name).find(wanted) != std::string::npos) {
+            names.push_back(*item.name);
+        }
+    };
+    std::for_each(snapshot.devices.begin(), snapshot.devices.end(), take);
+    std::for_each(snapshot.stations.begin(), snapshot.stations.end(), take);
+    return names;
 }
 
 std::vector<const Device *> way_of(const Snapshot &snapshot, Mac al_mac) {

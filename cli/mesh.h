@@ -26,6 +26,9 @@ struct Found {
 };
 Found find(const reader::Snapshot &snapshot, const std::string &text);
 
+// Names with this in them, whatever its case.
+std::vector<std::string> names_like(const reader::Snapshot &snapshot, const std::string &text);
+
 // The devices that a device speaks through, from itself to the root.
 std::vector<const reader::Device *> way_of(const reader::Snapshot &snapshot, reader::Mac al_mac);
 

@@ -39,7 +39,10 @@ Examples:
   qo1905 stations --weak                   who is heard badly?
   qo1905 -s http://192.168.1.1:8905/ tree  of another gateway
   qo1905 bundle --anonymise ticket.tar.gz  everything, for a ticket
-  qo1905 -s ticket.tar.gz status           and what it says)";
+  qo1905 -s ticket.tar.gz status           and what it says
+
+Ends with 0: done, 1: nothing matched, 2: wrong words, 3: no model or too old a one, 4: it cannot be read, 5: the time is
+up; check with 0: OK, 1: warning, 2: critical, 3: unknown.)";
 
 }  // namespace
 
@@ -90,6 +93,21 @@ void Program::add_options() {
         ->check(CLI::Range(0.1, 1e9));
 }
 
+namespace {
+
+// The words that have no place, as they were typed.
+void tell_extras(const std::vector<std::string> &extras) {
+    std::string words;
+    std::string source;
+    for (const std::string &word : extras) {
+        words += ' ' + word;
+        source = access(word.c_str(), F_OK) == 0 ? word : source;
+    }
+    say("not expected here:" + words + (source.empty() ? "" : "; a source is named by -s " + source));
+}
+
+}  // namespace
+
 int Program::parse(int argc, const char *const *argv) {
     try {
         app_.parse(argc, argv);
@@ -99,6 +117,9 @@ int Program::parse(int argc, const char *const *argv) {
             return app_.exit(error) == 0 ? kDone : kUsage;
         }
         say("there is no verb " + extras[0] + "; qo1905 --help lists them");
+        return kUsage;
+    } catch (const CLI::ExtrasError &) {
+        tell_extras(app_.remaining(true));
         return kUsage;
     }
     return kDone;

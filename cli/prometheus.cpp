@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <utility>
@@ -81,6 +82,7 @@ PerBand count(const std::vector<const Station *> &stations) {
 
 std::vector<const Station *> pointers(const std::vector<Station> &stations) {
     std::vector<const Station *> all;
+    all.reserve(stations.size());
     for (const Station &station : stations) {
         all.push_back(&station);
     }
@@ -182,19 +184,22 @@ void put_backhaul(Page &page, const Snapshot &snapshot) {
 
 // --- stations ---
 
-void put_stations(Page &page, const Snapshot &snapshot, const PrometheusOptions &options) {
+// All that are to have series, however many there may be.
+std::vector<const Station *> wanted_stations(const Snapshot &snapshot, Series series) {
     std::vector<const Station *> stations;
-    std::size_t omitted = 0;
     for (const Station &station : snapshot.stations) {
-        if (options.stations == Series::kKnown && station.mac.is_random() && !station.name) {
-            continue;
-        }
-        if (stations.size() < options.max_stations) {
+        const bool can_be_told_apart = !station.mac.is_random() || station.name;
+        if (series == Series::kAll || can_be_told_apart) {
             stations.push_back(&station);
-        } else {
-            ++omitted;
         }
     }
+    return stations;
+}
+
+void put_stations(Page &page, const Snapshot &snapshot, const PrometheusOptions &options) {
+    std::vector<const Station *> stations = wanted_stations(snapshot, options.stations);
+    const std::size_t omitted = stations.size() - std::min(stations.size(), options.max_stations);
+    stations.resize(stations.size() - omitted);
     page.family("qo1905_stations_omitted", "gauge",
                 "Stations without series of their own, because there are too many.");
     page.sample({}, static_cast<double>(omitted));

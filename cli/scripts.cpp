@@ -49,9 +49,39 @@ void add_get(CLI::App &app, Question &question) {
 
 // --- diff ---
 
+void tell_differences(const Snapshot &before, const Snapshot &after, const std::vector<reader::Event> &events,
+                      const Options &options, Answer &answer) {
+    const std::vector<SignalChange> signals = signal_changes(before, after);
+    if (is_json(options.format) || !events.empty()) {
+        nlohmann::ordered_json whole = {{"schema", reader::kSchema},
+                                        {"before", reader::heading_json(before)},
+                                        {"after", reader::heading_json(after)},
+                                        {"signals", nlohmann::ordered_json::array()}};
+        for (const SignalChange &change : signals) {
+            whole["signals"].push_back(to_json(change));
+        }
+        answer.text += print_events(after, events, options, whole);
+    }
+    for (const SignalChange &change : signals) {
+        answer.text += options.format_is_chosen ? "" : signal_text(change, options) + '\n';
+    }
+    if (is_for_people(options.format)) {
+        const bool only_signals = events.empty() && !signals.empty();
+        answer.say((only_signals ? "" : summary_text(events)) + (events.empty() || signals.empty() ? "" : ", ") +
+                   (signals.empty() ? "" : counted(signals.size(), "signal") + " changed by 10 dB or more"));
+    }
+}
+
 void compare(const std::string &before_name, const std::string &after_name, const Options &options, Answer &answer) {
     const Loaded before = load(before_name, 0);
     const Loaded after = load(after_name, 0);
+    if (before.snapshot.anonymous != after.snapshot.anonymous) {
+        answer.say(
+            "the two have other names for the same: they were made anonymous by different tables, or one of them was "
+            "not (bundle --anonymise --table FILE)");
+        answer.status = kUsage;
+        return;
+    }
     answer.end_with(std::max(before.status, after.status));
     const auto events = reader::events(before.snapshot, after.snapshot);
     if (!before.snapshot.knows_local_stations || !after.snapshot.knows_local_stations) {
@@ -59,15 +89,7 @@ void compare(const std::string &before_name, const std::string &after_name, cons
             "stations of the device that wrote the model are not compared: they stand in dump.txt, which is not there "
             "for both");
     }
-    if (is_for_people(options.format)) {
-        answer.say(summary_text(events));
-    }
-    if (!events.empty() || is_json(options.format)) {
-        answer.text += print_events(after.snapshot, events, options,
-                                    {{"schema", reader::kSchema},
-                                     {"before", reader::heading_json(before.snapshot)},
-                                     {"after", reader::heading_json(after.snapshot)}});
-    }
+    tell_differences(before.snapshot, after.snapshot, events, options, answer);
 }
 
 void add_diff(CLI::App &app, Question &question) {
@@ -88,16 +110,27 @@ void add_diff(CLI::App &app, Question &question) {
 
 // --- check and wait ---
 
+// What has one form is not to be had in another.
+void refuse_format(const char *verb, const Options &options) {
+    if (options.format_is_chosen || !options.columns.empty()) {
+        throw CLI::ValidationError(verb, "has one output, which -o and --columns do not change");
+    }
+}
+
 void add_check(CLI::App &app, Question &question) {
     const auto limits = std::make_shared<Limits>();
-    CLI::App *verb = app.add_subcommand("check", "For monitoring systems: one line, and a status from 0 to 3");
-    verb->add_option("--max-age", limits->max_age, "Critical if the model is older than so many seconds")
-        ->capture_default_str();
+    CLI::App *verb = app.add_subcommand(
+        "check",
+        "For monitoring systems: one line, and a status from 0 to 3; a model is too old after 120 s, or --max-age");
     verb->add_option("--min-devices", limits->min_devices, "Critical below")->capture_default_str();
     verb->add_option("--max-weak", limits->max_weak, "Warning if more stations are weak")->capture_default_str();
     verb->add_option("--weak-below", limits->weak_below, "What is weak, in dBm")->capture_default_str();
     verb->callback([&question, limits] {
         question.deed = [&question, limits](Answer &answer) {
+            refuse_format("check", question.options);
+            if (question.options.max_age > 0) {
+                limits->max_age = question.options.max_age;
+            }
             const Checked checked = check(question.options.source, *limits);
             answer.text = checked.line;
             answer.status = checked.state;
@@ -124,7 +157,9 @@ void add_wait(CLI::App &app, Question &question) {
     };
     const auto wish = std::make_shared<Wish>();
     CLI::App *verb = app.add_subcommand("wait", "Until the mesh is as wanted");
-    verb->add_option("--for", wish->words, "station=NAME, station=NAME@DEVICE, device=NAME or devices=N")->required();
+    verb->add_option("--for", wish->words,
+                     "station=NAME, station=NAME@DEVICE, device=NAME, or devices=N, which is N or more")
+        ->required();
     verb->add_option("--timeout", wish->timeout, "Status 5 after so many seconds")
         ->capture_default_str()
         ->check(CLI::Range(0.1, 1e9));

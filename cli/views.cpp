@@ -59,6 +59,17 @@ void add(CLI::App &parent, Question &question, const char *name, const char *hel
     parent.add_subcommand(name, help)->callback([&question, view] { question.view = view; });
 }
 
+// "; there are: camera-1, camera-2" of what is called like that.
+std::string near(const Snapshot &snapshot, const std::string &name) {
+    constexpr std::size_t kMost = 5;
+    const std::vector<std::string> names = names_like(snapshot, name);
+    std::string text;
+    for (std::size_t i = 0; i < std::min(names.size(), kMost); ++i) {
+        text.append(i == 0 ? "; there are: " : ", ").append(names[i]);
+    }
+    return text + (names.size() > kMost ? " and others" : "");
+}
+
 // --- lists ---
 
 void add_stations(CLI::App &parent, Question &question) {
@@ -66,7 +77,7 @@ void add_stations(CLI::App &parent, Question &question) {
     const View view =
         table_view("stations", [filter](const Snapshot &snapshot, const Options &options, Answer &answer) {
             if (!filter->device.empty() && find(snapshot, filter->device).devices.empty()) {
-                answer.say("there is no device " + filter->device);
+                answer.say("there is no device " + filter->device + near(snapshot, filter->device));
             }
             return stations_table(snapshot, *filter, options);
         });
@@ -77,7 +88,9 @@ void add_stations(CLI::App &parent, Question &question) {
         ->check(CLI::IsMember({"2.4", "5", "wired"}));
     verb->add_option("--name", filter->name, "Only those with this in their names");
     verb->add_flag("--weak", filter->weak, "Only those with a weak signal");
-    verb->add_option("--weak-below", filter->weak_below, "What is weak, in dBm")->capture_default_str();
+    verb->add_option("--weak-below", filter->weak_below, "Only those with a signal below so many dBm")
+        ->capture_default_str()
+        ->each([filter](const std::string &) { filter->weak = true; });
 }
 
 // --- pictures ---
@@ -134,7 +147,7 @@ void add_about(CLI::App &parent, Question &question, const char *name, const cha
         refuse_rows(name, options);
         const Found found = find(moment.now, *who);
         if (found.devices.empty() && found.stations.empty()) {
-            answer.say("nothing here goes by " + *who);
+            answer.say("nothing here goes by " + *who + near(moment.now, *who));
             answer.end_with(kNothingMatched);
             return;
         }

@@ -60,7 +60,7 @@ bool wait_until(reader::Source &source, const Wanted &wanted, double seconds) {
     using Clock = std::chrono::steady_clock;
     const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
     while (!is_fulfilled(reader::make_snapshot(source.read()), wanted)) {
-        if (Clock::now() + kPause > end) {
+        if (Clock::now() + kPause > end || !source.can_change()) {
             return false;
         }
         std::this_thread::sleep_for(kPause);

@@ -7,6 +7,7 @@
 #include <cctype>
 #include <cstdio>
 #include <map>
+#include <random>
 #include <set>
 #include <sstream>
 #include <vector>
@@ -20,12 +21,31 @@ namespace {
 constexpr std::size_t kMacLength = 17;
 
 // Members whose text is a name that somebody has given.
-bool is_name_key(const std::string &key) {
-    static const std::set<std::string> keys = {"Hostname", "Device name", "SSID", "FriendlyName", "HostName"};
+const std::map<std::string, const char *> &name_kinds() {
+    static const std::map<std::string, const char *> kinds = {
+        {"Hostname", "device"}, {"Device name", "device"}, {"SSID", "ssid"}};
+    return kinds;
+}
+
+// Members whose text is of a fixed kind, or of the firmware's maker. In all others anything may stand.
+bool is_harmless_key(const std::string &key) {
+    static const std::set<std::string> keys = {
+        // the model
+        "Status", "LowerLayers", "DeviceMode", "ReleaseVersion", "LEDstatus", "DeviceType", "MediaType", "PowerState",
+        "OUI", "FirmwareVersion", "Newfirmwareversion", "Newfirmwaredate", "PowerControlMediaType",
+        "PowerControlPowerState", "Version", "LocalInterface", "Tx", "Rx", "SetupMethod", "InterfaceList",
+        // the dump
+        "profile", "version", "timestamp", "Device role", "Manufacturer", "Uptime", "Distance from controller",
+        "channel", "operating class", "bandwidth", "transmit power", "DFS", "Security", "Hidden SSID", "Fronthaul",
+        "Backhaul", "Medium", "BH STA", "uplink rssi", "downlink rate", "uplink rate", "associated time", "RSSI",
+        "tx_packets", "rx_packets", "phy_rate", "link_availability", "Backhaul Medium Type", "Interface",
+        "number of devices"};
     return keys.count(key) != 0;
 }
 
-bool is_secret_key(const std::string &key) { return key == "Password" || key == "Passphrase" || key == "Network key"; }
+bool is_number(const std::string &text) {
+    return !text.empty() && text.find_first_not_of("-0123456789.") == std::string::npos && text.size() < kMacLength;
+}
 
 bool is_address(const std::string &text) {
     std::array<unsigned char, sizeof(in6_addr)> bytes = {};
@@ -64,13 +84,13 @@ std::string Anonymiser::mac(Mac mac) {
     return place->second;
 }
 
-std::string Anonymiser::name(const std::string &name) {
+std::string Anonymiser::name(const std::string &name, const char *kind) {
     if (name.empty() || name == "*" || name == "Unknown") {
         return name;
     }
     const auto [place, is_new] = names_.try_emplace(name);
     if (is_new) {
-        place->second = "name-" + std::to_string(names_.size());
+        place->second = std::string(kind) + '-' + std::to_string(names_.size());
     }
     return place->second;
 }
@@ -78,8 +98,11 @@ std::string Anonymiser::name(const std::string &name) {
 std::string Anonymiser::address(const std::string &address) {
     const auto [place, is_new] = addresses_.try_emplace(address);
     if (is_new) {
+        // Networks that are nobody's: for benchmarks and for documents.
+        constexpr std::size_t kBenchmarks = std::size_t{18} << 16U;
         const bool is_old = address.find(':') == std::string::npos;
-        place->second = numbered(is_old ? "10.%u.%u.%u" : "fd00::%x:%x:%x", addresses_.size());
+        place->second =
+            numbered(is_old ? "198.%u.%u.%u" : "2001:db8::%x:%x:%x", addresses_.size() + (is_old ? kBenchmarks : 0));
     }
     return place->second;
 }
@@ -87,6 +110,9 @@ std::string Anonymiser::address(const std::string &address) {
 // --- JSON ---
 
 namespace {
+
+// How a character changes the level of nesting.
+int step_of(char c) { return c == '[' || c == '{' ? 1 : c == ']' || c == '}' ? -1 : 0; }
 
 // What is written again is written by recursion.
 bool is_deep(const std::string &text) {
@@ -97,7 +123,7 @@ bool is_deep(const std::string &text) {
         const char c = text[i];
         i += in_string && c == '\\' ? 1 : 0;
         in_string = in_string != (c == '"');
-        level += in_string ? 0 : c == '[' || c == '{' ? 1 : c == ']' || c == '}' ? -1 : 0;
+        level += in_string ? 0 : step_of(c);
     }
     return level > kMostLevels;
 }
@@ -115,17 +141,23 @@ std::string Anonymiser::with_other_macs(const std::string &text) {
 }
 
 std::string Anonymiser::text(const std::string &text, const std::string &key) {
-    if (is_secret_key(key)) {
-        return "";
+    const auto kind = name_kinds().find(key);
+    if (kind != name_kinds().end()) {
+        return name(text, kind->second);
     }
     if (is_address(text)) {
         return address(text);
     }
-    if (is_name_key(key)) {
-        return name(text);
+    const auto whose = Mac::parse(text);
+    if (whose) {
+        return mac(*whose);
     }
-    const auto known = names_.find(text);
-    return known != names_.end() ? known->second : with_other_macs(text);
+    if (is_harmless_key(key)) {
+        return with_other_macs(text);
+    }
+    const bool stays = text.empty() || is_number(text);
+    left_out_ += stays ? 0 : 1;
+    return stays ? text : "";
 }
 
 // Without recursion: nobody promised how deep a file is.
@@ -176,10 +208,8 @@ std::string Anonymiser::leases(const std::string &text) {
         const std::vector<std::string> words = words_of(line);
         const auto whose = words.size() >= 4 ? Mac::parse(words[1]) : std::nullopt;
         if (whose) {
-            const bool is_number =
-                std::all_of(words[0].begin(), words[0].end(), [](char c) { return c >= '0' && c <= '9'; });
-            out += (is_number ? words[0] : "0") + ' ' + mac(*whose) + ' ' + address(words[2]) + ' ' + name(words[3]) +
-                   " *\n";
+            out += (is_number(words[0]) ? words[0] : "0") + ' ' + mac(*whose) + ' ' + address(words[2]) + ' ' +
+                   name(words[3], "station") + " *\n";
         }
     }
     return out;
@@ -196,12 +226,13 @@ std::string Anonymiser::list(const std::string &text) {
 }
 
 void Anonymiser::anonymise(Inputs &inputs) {
-    // First the leases: what is a name there is one everywhere.
+    inputs.anonymous = id_;
+    // The leases last: whoever has a name elsewhere is no station.
+    anonymise_json(inputs.dump);
+    anonymise_json(inputs.model);
     if (!inputs.leases.problem) {
         inputs.leases.text = leases(inputs.leases.text);
     }
-    anonymise_json(inputs.dump);
-    anonymise_json(inputs.model);
     for (Input *input : {&inputs.list_24g, &inputs.list_5g}) {
         input->text = input->problem ? "" : list(input->text);
     }
@@ -209,12 +240,28 @@ void Anonymiser::anonymise(Inputs &inputs) {
 
 // --- the table ---
 
+std::string Anonymiser::new_id() {
+    constexpr int kDigits = 16;
+    std::random_device random;
+    std::string id;
+    for (int i = 0; i < kDigits; ++i) {
+        id += "0123456789abcdef"[random() % kDigits];
+    }
+    return id;
+}
+
+std::string Anonymiser::summary() const {
+    return std::to_string(macs_.size()) + " MACs, " + std::to_string(names_.size()) + " names and " +
+           std::to_string(addresses_.size()) + " addresses are others; texts left out: " + std::to_string(left_out_);
+}
+
 std::string Anonymiser::table() const {
     std::map<std::string, std::string> macs;
     for (const auto &[real, other] : macs_) {
         macs[real.text()] = other;
     }
     const Json whole = {{"schema", kSchema},
+                        {"id", id_},
                         {"macs", macs},
                         {"names", std::map<std::string, std::string>(names_.begin(), names_.end())},
                         {"addresses", std::map<std::string, std::string>(addresses_.begin(), addresses_.end())}};
@@ -224,9 +271,11 @@ std::string Anonymiser::table() const {
 bool Anonymiser::load_table(const std::string &text) {
     std::string reason;
     const auto json = parse_json(text, reason);
-    if (!json || !json->is_object() || member(*json, "schema") != kSchema) {
+    const auto id = json ? text_of(*json, "id") : std::nullopt;
+    if (!id || member(*json, "schema") != kSchema) {
         return false;
     }
+    id_ = *id;
     const auto each = [&](const char *key, auto take) {
         const Json &table = member(*json, key);
         for (const auto &[real, other] : table.items()) {

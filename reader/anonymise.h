@@ -1,6 +1,6 @@
-// Replaces what tells whose mesh it is: MACs, names, addresses and secrets. The same always becomes the same, in all
-// files and, with the table kept, in all bundles of a mesh, so that tree and history still hold together. Who has the
-// table can tell back what was what.
+// Replaces what tells whose mesh it is: MACs, names and addresses. The same always becomes the same, in all files and,
+// with the table kept, in all bundles of a mesh, so that tree and history still hold together. Who has the table can
+// tell back what was what. Texts that are not known to be harmless (versions, states, media) go altogether.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -24,10 +24,17 @@ public:
     void anonymise(Inputs &inputs);
 
     std::string mac(Mac mac);
-    std::string name(const std::string &name);
+    std::string name(const std::string &name, const char *kind);  // "device", "station", "ssid"
     std::string address(const std::string &address);
 
+    // Random, and the same as long as the table is.
+    const std::string &id() const { return id_; }
+
+    // "21 MACs, 17 names and 16 addresses are others; texts left out: 3".
+    std::string summary() const;
+
 private:
+    static std::string new_id();
     void anonymise_json(Input &input);
     void replace_in(Json &json, const std::string &key);
     std::string text(const std::string &text, const std::string &key);
@@ -35,6 +42,8 @@ private:
     std::string leases(const std::string &text);
     std::string list(const std::string &text);
 
+    std::string id_ = new_id();
+    std::size_t left_out_ = 0;
     std::unordered_map<Mac, std::string, MacHash> macs_;
     std::unordered_map<std::string, std::string> names_;
     std::unordered_map<std::string, std::string> addresses_;

@@ -3,13 +3,11 @@
 #include <archive.h>
 #include <archive_entry.h>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 
 #include "reader/json.h"
@@ -43,92 +41,68 @@ struct CloseRead {
 };
 using ReadArchive = std::unique_ptr<archive, CloseRead>;
 
-class BundleSource : public Source {
-public:
-    explicit BundleSource(std::string path) : path_(std::move(path)) {}
+constexpr std::size_t kBlock = 16384;
+constexpr std::size_t kMostEntries = 10000;
 
-    Inputs read() override {
-        Inputs inputs;
-        inputs.source = path_;
-        inputs.read_at = std::chrono::system_clock::now();
-        for (const Place &place : kPlaces) {
-            Input &input = inputs.*place.part;
-            input.file = path_ + ":" + place.path;
-            input.problem = Problem{Problem::Kind::kMissing, input.file, "not in the bundle"};
+// The whole of the file that is next; an empty one and a problem if it is larger than any.
+bool take_text(archive *whole, Input &input) {
+    std::array<char, kBlock> block = {};
+    for (;;) {
+        const la_ssize_t size = archive_read_data(whole, block.data(), block.size());
+        if (size <= 0) {
+            return size == 0;
         }
-        std::string reason;
-        if (!read_all(inputs, reason)) {
-            inputs.model.problem = Problem{Problem::Kind::kUnreadable, path_, reason};
-        } else if (!inputs.model.problem && !is_whole_model(inputs.model.text)) {
-            inputs.model.problem =
-                Problem{Problem::Kind::kTorn, inputs.model.file, "is cut: it does not end as a model does"};
-        }
-        return inputs;
-    }
-
-private:
-    bool read_all(Inputs &inputs, std::string &reason) const {
-        const ReadArchive whole(archive_read_new());
-        archive_read_support_filter_gzip(whole.get());
-        archive_read_support_format_tar(whole.get());
-        int result = archive_read_open_filename(whole.get(), path_.c_str(), kBlock);
-        std::size_t seen = 0;
-        while (result == ARCHIVE_OK) {
-            archive_entry *entry = nullptr;
-            result = archive_read_next_header(whole.get(), &entry);
-            if (result == ARCHIVE_OK && (++seen > kMostEntries || !take(whole.get(), entry, inputs))) {
-                reason = seen > kMostEntries ? "has more files than a bundle" : why(whole.get());
-                return false;
-            }
-        }
-        if (result != ARCHIVE_EOF) {
-            reason = why(whole.get());
-        }
-        return result == ARCHIVE_EOF;
-    }
-
-    static std::string why(archive *whole) {
-        const char *text = archive_error_string(whole);
-        return std::string("is no whole bundle: ") + (text != nullptr ? text : "it is cut");
-    }
-
-    // Only what a bundle has, known by the end of its path: people pack such folders by hand, too.
-    static bool take(archive *whole, archive_entry *entry, Inputs &inputs) {
-        const char *path = archive_entry_pathname(entry);
-        for (const Place &place : kPlaces) {
-            if (path == nullptr || archive_entry_filetype(entry) != AE_IFREG ||
-                last_part(path) != last_part(place.path)) {
-                continue;
-            }
-            Input &input = inputs.*place.part;
+        if (input.text.size() + static_cast<std::size_t>(size) > kMostBytes) {
             input.text.clear();
-            input.time = Time(std::chrono::seconds(archive_entry_mtime(entry)));
-            input.problem.reset();
-            return take_text(whole, input);
+            input.problem = Problem{Problem::Kind::kUnreadable, input.file, "is larger than any model"};
+            return true;
         }
+        input.text.append(block.data(), static_cast<std::size_t>(size));
+    }
+}
+
+// Only what a bundle has, known by the end of its path: people pack such folders by hand, too.
+bool take(archive *whole, archive_entry *entry, Inputs &inputs, Input &notes) {
+    const char *path = archive_entry_pathname(entry);
+    if (path == nullptr || archive_entry_filetype(entry) != AE_IFREG) {
         return true;
     }
+    Input *input = last_part(path) == kManifest ? &notes : nullptr;
+    for (const Place &place : kPlaces) {
+        input = last_part(path) == last_part(place.path) ? &(inputs.*place.part) : input;
+    }
+    if (input == nullptr) {
+        return true;
+    }
+    input->text.clear();
+    input->time = Time(std::chrono::seconds(archive_entry_mtime(entry)));
+    input->problem.reset();
+    return take_text(whole, *input);
+}
 
-    static bool take_text(archive *whole, Input &input) {
-        std::array<char, kBlock> block = {};
-        for (;;) {
-            const la_ssize_t size = archive_read_data(whole, block.data(), block.size());
-            if (size <= 0) {
-                return size == 0;
-            }
-            if (input.text.size() + static_cast<std::size_t>(size) > kMostBytes) {
-                input.text.clear();
-                input.problem = Problem{Problem::Kind::kUnreadable, input.file, "is larger than any model"};
-                return true;
-            }
-            input.text.append(block.data(), static_cast<std::size_t>(size));
+std::string why(archive *whole) {
+    const char *text = archive_error_string(whole);
+    return std::string("is no whole bundle: ") + (text != nullptr ? text : "it is cut");
+}
+
+// Empty when all went well.
+std::string take_all(const std::string &bytes, Inputs &inputs, Input &notes) {
+    const ReadArchive whole(archive_read_new());
+    archive_read_support_filter_gzip(whole.get());
+    archive_read_support_format_tar(whole.get());
+    int result = archive_read_open_memory(whole.get(), bytes.data(), bytes.size());
+    for (std::size_t seen = 1; result == ARCHIVE_OK; ++seen) {
+        archive_entry *entry = nullptr;
+        result = archive_read_next_header(whole.get(), &entry);
+        if (seen > kMostEntries) {
+            return "has more files than a bundle";
+        }
+        if (result == ARCHIVE_OK && !take(whole.get(), entry, inputs, notes)) {
+            return why(whole.get());
         }
     }
-
-    static constexpr std::size_t kBlock = 16384;
-    static constexpr std::size_t kMostEntries = 10000;
-    std::string path_;
-};
+    return result == ARCHIVE_EOF ? "" : why(whole.get());
+}
 
 // --- writing ---
 
@@ -153,7 +127,7 @@ bool put(archive *whole, const std::string &path, const std::string &text, Time 
            archive_write_data(whole, text.data(), text.size()) == static_cast<la_ssize_t>(text.size());
 }
 
-std::string manifest(const Inputs &inputs, const BundleNotes &notes) {
+std::string manifest(const Inputs &inputs, const std::string &made_by) {
     Json files = Json::array();
     Json missing = Json::array();
     for (const Place &place : kPlaces) {
@@ -166,17 +140,17 @@ std::string manifest(const Inputs &inputs, const BundleNotes &notes) {
             files.push_back({{"file", place.path}, {"bytes", input.text.size()}, {"time", utc(input.time)}});
         }
     }
-    const Json whole = {{"schema", kSchema},
-                        {"made_by", notes.made_by},
-                        {"made_at", utc(inputs.read_at)},
-                        {"anonymous", notes.is_anonymous},
-                        {"files", files},
-                        {"missing", missing}};
+    Json whole = {{"schema", kSchema}, {"made_by", made_by}, {"made_at", utc(inputs.read_at)}};
+    if (!inputs.anonymous.empty()) {
+        whole["anonymous"] = inputs.anonymous;
+    }
+    whole["files"] = files;
+    whole["missing"] = missing;
     return whole.dump(2) + '\n';
 }
 
-bool put_all(archive *whole, const Inputs &inputs, const BundleNotes &notes) {
-    bool well = put(whole, kManifest, manifest(inputs, notes), inputs.read_at);
+bool put_all(archive *whole, const Inputs &inputs, const std::string &made_by) {
+    bool well = put(whole, kManifest, manifest(inputs, made_by), inputs.read_at);
     for (const Place &place : kPlaces) {
         const Input &input = inputs.*place.part;
         well = well && (input.problem || put(whole, place.path, input.text, input.time));
@@ -184,38 +158,62 @@ bool put_all(archive *whole, const Inputs &inputs, const BundleNotes &notes) {
     return well && archive_write_close(whole) == ARCHIVE_OK;
 }
 
-}  // namespace
-
-bool looks_like_bundle(const std::string &path) {
-    struct stat status = {};
-    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        return false;
-    }
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    std::array<unsigned char, 2> magic = {};
-    const bool is_gzip =
-        file >= 0 && read(file, magic.data(), magic.size()) == 2 && magic[0] == 0x1f && magic[1] == 0x8b;
-    if (file >= 0) {
-        close(file);
-    }
-    return is_gzip;
-}
-
-SourceOrProblem open_bundle(const std::string &path) { return std::make_unique<BundleSource>(path); }
-
-std::optional<Problem> write_bundle(const Inputs &inputs, const BundleNotes &notes, const std::string &path) {
+// A file of its own, so that nothing is left behind of a bundle that could not be written.
+std::optional<std::string> write_whole(int file, const Inputs &inputs, const std::string &made_by) {
     const WriteArchive whole(archive_write_new());
     archive_write_add_filter_gzip(whole.get());
     archive_write_set_format_pax_restricted(whole.get());
     archive_write_set_filter_option(whole.get(), "gzip", "timestamp", nullptr);
-    const int opened = path == "-" ? archive_write_open_fd(whole.get(), STDOUT_FILENO)
-                                   : archive_write_open_filename(whole.get(), path.c_str());
-    if (opened != ARCHIVE_OK || !put_all(whole.get(), inputs, notes)) {
-        const char *text = archive_error_string(whole.get());
-        return Problem{Problem::Kind::kUnreadable, path == "-" ? "standard output" : path,
-                       text != nullptr ? text : "cannot be written"};
+    if (archive_write_open_fd(whole.get(), file) == ARCHIVE_OK && put_all(whole.get(), inputs, made_by)) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    const char *text = archive_error_string(whole.get());
+    return text != nullptr ? text : "cannot be written";
+}
+
+}  // namespace
+
+bool looks_like_bundle(const std::string &bytes) { return bytes.compare(0, 2, "\x1f\x8b") == 0; }
+
+Inputs read_bundle(const Input &file) {
+    Inputs inputs;
+    inputs.source = file.file;
+    inputs.read_at = std::chrono::system_clock::now();
+    for (const Place &place : kPlaces) {
+        Input &input = inputs.*place.part;
+        input.file = file.file + ":" + place.path;
+        input.problem = Problem{Problem::Kind::kMissing, input.file, "not in the bundle"};
+    }
+    Input notes;
+    const std::string mistake = take_all(file.text, inputs, notes);
+    if (!mistake.empty()) {
+        inputs.model.problem = Problem{Problem::Kind::kUnreadable, file.file, mistake};
+    } else if (!inputs.model.problem && !is_whole_model(inputs.model.text)) {
+        inputs.model.problem =
+            Problem{Problem::Kind::kTorn, inputs.model.file, "is cut: it does not end as a model does"};
+    }
+    std::string reason;
+    const auto told = parse_json(notes.text, reason);
+    inputs.anonymous = told ? text_of(*told, "anonymous").value_or("") : "";
+    return inputs;
+}
+
+std::optional<Problem> write_bundle(const Inputs &inputs, const std::string &made_by, const std::string &path) {
+    constexpr mode_t kMode = 0644;
+    const bool is_output = path == "-";
+    const int file =
+        is_output ? dup(STDOUT_FILENO) : open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kMode);
+    if (file < 0) {
+        return Problem{Problem::Kind::kUnreadable, path,
+                       errno == EEXIST ? "is there already, and stays" : std::strerror(errno)};
+    }
+    const auto mistake = write_whole(file, inputs, made_by);
+    close(file);
+    if (mistake && !is_output) {
+        unlink(path.c_str());
+    }
+    return mistake ? std::optional(Problem{Problem::Kind::kUnreadable, is_output ? "standard output" : path, *mistake})
+                   : std::nullopt;
 }
 
 }  // namespace reader

@@ -10,18 +10,13 @@
 
 namespace reader {
 
-// Whether a file begins as gzip does.
-bool looks_like_bundle(const std::string &path);
+// Whether bytes begin as gzip's do.
+bool looks_like_bundle(const std::string &bytes);
 
-SourceOrProblem open_bundle(const std::string &path);
+// What a bundle holds; `file` is what it is called, and its bytes.
+Inputs read_bundle(const Input &file);
 
-// What a bundle is told to say of itself.
-struct BundleNotes {
-    std::string made_by;  // program and version
-    bool is_anonymous = false;
-};
-
-// Writes one; what is wrong, if it cannot be.
-std::optional<Problem> write_bundle(const Inputs &inputs, const BundleNotes &notes, const std::string &path);
+// Writes a new one that says that `made_by`, a program and its version, made it; - on standard output; what is wrong, if it cannot be. One that is there already stays.
+std::optional<Problem> write_bundle(const Inputs &inputs, const std::string &made_by, const std::string &path);
 
 }  // namespace reader

@@ -34,7 +34,8 @@ struct Input {
 
 // Everything of one moment of one gateway. What a source does not have is kMissing.
 struct Inputs {
-    std::string source;  // as the user named it
+    std::string source;     // as the user named it
+    std::string anonymous;  // names the table of other names that a bundle was written with; empty: the real ones
     Time read_at;
     Input model;     // /tmp/qo1905.json
     Input dump;      // /tmp/dump.txt, the multi-AP daemon's topology

@@ -42,6 +42,7 @@ public:
           model_(parse(inputs.model, parse_model, Missing::Part::kModel, snapshot_.missing)),
           dump_(parse(inputs.dump, parse_dump, Missing::Part::kDump, snapshot_.missing)) {
         snapshot_.source = valid_utf8(inputs.source);
+        snapshot_.anonymous = inputs.anonymous;
         snapshot_.time = model_ ? inputs.model.time : inputs.dump.time;
         snapshot_.read_at = inputs.read_at;
     }

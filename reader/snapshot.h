@@ -62,7 +62,9 @@ struct Missing {
 
 struct Snapshot {
     std::string source;
-    Time time;  // when the model was written
+    std::string
+        anonymous;  // names the table that tells who is who (reader/anonymise.h); empty: these are the real names
+    Time time;      // when the model was written
     Time read_at;
     std::vector<Device> devices;    // ordered by AL MAC, each there once
     std::vector<Station> stations;  // ordered by MAC, each there once

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 
 #include "reader/bundle.h"
 #include "reader/http_source.h"
@@ -75,12 +76,22 @@ public:
     explicit FileSource(std::string path) : path_(std::move(path)) {}
 
     Inputs read() override {
-        Inputs inputs;
-        inputs.source = path_;
-        if (path_ != "-" || model_.file.empty()) {
-            model_ = read_model_file(path_);
+        if (path_ != "-" || file_.file.empty()) {
+            file_ = read_model_file(path_);
         }
-        inputs.model = model_;
+        Inputs inputs = looks_like_bundle(file_.text) ? read_bundle(file_) : model_alone();
+        inputs.source = path_;
+        return inputs;
+    }
+
+    std::string watched() const override { return path_ == "-" ? "" : fs::absolute(path_).string(); }
+
+    bool can_change() const override { return path_ != "-" && !looks_like_bundle(first_bytes()); }
+
+private:
+    Inputs model_alone() const {
+        Inputs inputs;
+        inputs.model = file_;
         for (Input *other : {&inputs.dump, &inputs.leases, &inputs.list_24g, &inputs.list_5g}) {
             other->problem = Problem{Problem::Kind::kMissing, "", "not given, the model stands alone"};
         }
@@ -92,11 +103,18 @@ public:
         return inputs;
     }
 
-    std::string watched() const override { return path_ == "-" ? "" : fs::absolute(path_).string(); }
+    // Of a file; a pipe would lose them.
+    std::string first_bytes() const {
+        std::string bytes(2, '\0');
+        std::error_code error;
+        if (fs::is_regular_file(path_, error)) {
+            std::ifstream(path_, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        }
+        return bytes;
+    }
 
-private:
     std::string path_;
-    Input model_;
+    Input file_;
 };
 
 Problem no_source(const std::string &name, const std::string &reason) {
@@ -177,7 +195,7 @@ SourceOrProblem open_source(const std::string &name) {
     if (name != "-" && access(name.c_str(), F_OK) != 0) {
         return no_source(name, std::strerror(errno));
     }
-    return looks_like_bundle(name) ? open_bundle(name) : std::make_unique<FileSource>(name);
+    return std::make_unique<FileSource>(name);
 }
 
 }  // namespace reader

@@ -21,6 +21,9 @@ public:
     // The file that is written anew when there is something new, with its folder; empty where one has to ask now and
     // then.
     virtual std::string watched() const { return {}; }
+
+    // False for what says the same whenever it is asked: a bundle, standard input.
+    virtual bool can_change() const { return true; }
 };
 
 using SourceOrProblem = std::variant<std::unique_ptr<Source>, Problem>;
@@ -30,7 +33,7 @@ using SourceOrProblem = std::variant<std::unique_ptr<Source>, Problem>;
 //     FOLDER             a folder that looks like a device's root, with tmp/ and var/dnsmasq/ or dnsmasq/ in it; or
 //     with
 //                        the files themselves
-//     FILE, -            a bundle (reader/bundle.h), or a model alone; - is standard input, a model
+//     FILE, -            a bundle (reader/bundle.h), or a model alone; - is standard input
 //     http://HOST:PORT/  a REST server that hands out the files
 //     lab:DEVICE         a device of the lab that runs here
 SourceOrProblem open_source(const std::string &name);

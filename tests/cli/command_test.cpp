@@ -86,6 +86,9 @@ TEST_F(CommandTest, NothingThatMatchesIsStatus1) {
     }
     ask("-s mesh show nobody");
     EXPECT_EQ(errors_, "qo1905: nothing here goes by nobody\n");
+    ask("-s mesh path pho");
+    EXPECT_EQ(errors_, "qo1905: nothing here goes by pho; there are: phone\n");
+    EXPECT_EQ(ask("-s mesh show 02-57-00-00-00-01").status, 0) << "as some write MACs";
 }
 
 TEST_F(CommandTest, WrongWordsAreStatus2) {
@@ -100,6 +103,12 @@ TEST_F(CommandTest, WrongWordsAreStatus2) {
 TEST_F(CommandTest, WrongWordsAreNamed) {
     ask("-s mesh frobnicate");
     EXPECT_EQ(errors_, "qo1905: there is no verb frobnicate; qo1905 --help lists them\n");
+    ask("mesh status");
+    EXPECT_EQ(errors_, "qo1905: not expected here: mesh; a source is named by -s mesh\n");
+    ask("-s mesh check -o json");
+    EXPECT_THAT(errors_, HasSubstr("check: has one output, which -o and --columns do not change\n"));
+    ask("schema none");
+    EXPECT_EQ(errors_, "qo1905: there is no schema none; there are: model, change-log, snapshot, event\n");
     ask("-s mesh -o xml devices");
     EXPECT_THAT(errors_, HasSubstr("xml not in {"));
     ask("-s mesh -o value path phone");
@@ -213,6 +222,60 @@ TEST_F(CommandTest, WhatHappenedBetweenTwoSources) {
     ASSERT_EQ(events.size(), 1U);
     EXPECT_EQ(events[0]["event"], "firmware");
     EXPECT_EQ(ask("-s later diff mesh -o value --columns event").output, "firmware\n");
+}
+
+TEST_F(CommandTest, SignalsThatChangedByFarAreToldWithTheDifferences) {
+    fs::copy("mesh", "later");
+    std::string model = lab_test::text_of("mesh/qo1905.json");
+    std::ofstream("later/qo1905.json") << model.replace(model.find("-70"), 3, "-85");
+    EXPECT_EQ(ask("diff mesh later").output, "02:57:00:00:00:04 is heard with -85 dBm, was -70\n");
+    EXPECT_EQ(errors_, "qo1905: 1 signal changed by 10 dB or more\n");
+    EXPECT_EQ(json::parse(ask("-o json diff mesh later").output)["signals"],
+              json::parse(R"([{"station": "02:57:00:00:00:04", "before": -70, "after": -85}])"));
+}
+
+// ---- bundles ----
+
+TEST_F(CommandTest, ABundleIsASourceAlsoThroughAPipe) {
+    EXPECT_EQ(ask("-s mesh bundle ticket.tar.gz").status, 0);
+    EXPECT_EQ(errors_, "qo1905: ticket.tar.gz: 5 files\n");
+    const std::string tree = ask("-s mesh tree").output;
+    EXPECT_EQ(ask("-s ticket.tar.gz tree").output, tree);
+    EXPECT_EQ(ask("-s mesh bundle - 2>words | " QO1905_BINARY_DIR "/qo1905 -s - tree").output, tree);
+    EXPECT_EQ(ask("-s mesh bundle ticket.tar.gz").status, 4);
+    EXPECT_EQ(errors_, "qo1905: ticket.tar.gz: is there already, and stays\n");
+    EXPECT_EQ(ask("-s none bundle other.tar.gz").status, 3);
+    EXPECT_FALSE(fs::exists("other.tar.gz"));
+    EXPECT_EQ(ask("-s mesh bundle none/x.tar.gz").status, 4);
+}
+
+TEST_F(CommandTest, WhatIsOfOneMomentIsNotWaitedFor) {
+    ask("-s mesh bundle ticket.tar.gz");
+    for (const char *verb : {"events -f", "watch"}) {
+        EXPECT_EQ(ask(std::string("-s ticket.tar.gz ") + verb).status, 2) << verb;
+        EXPECT_THAT(errors_, HasSubstr("ticket.tar.gz: is of one moment, and will not change"));
+    }
+    EXPECT_EQ(ask("-s ticket.tar.gz wait --for device=nowhere --timeout 1000").status, 5);
+    EXPECT_EQ(ask("-s ticket.tar.gz wait --for devices=2").status, 0) << "or more";
+}
+
+TEST_F(CommandTest, BundlesUnderOtherNamesAreComparedOnlyByTheSameTable) {
+    EXPECT_EQ(ask("-s mesh bundle --anonymise one.tar.gz").status, 0);
+    EXPECT_THAT(errors_, StartsWith("qo1905: "));
+    EXPECT_EQ(ask("-s mesh bundle --anonymise --table table two.tar.gz").status, 0);
+    EXPECT_EQ(ask("-s mesh bundle --anonymise --table table three.tar.gz").status, 0);
+    EXPECT_EQ(ask("diff two.tar.gz three.tar.gz").status, 0);
+    EXPECT_EQ(errors_, "qo1905: nothing has changed\n");
+    for (const char *sources : {"one.tar.gz two.tar.gz", "mesh one.tar.gz"}) {
+        EXPECT_EQ(ask(std::string("diff ") + sources).status, 2) << sources;
+        EXPECT_THAT(errors_, HasSubstr("the two have other names for the same"));
+    }
+    EXPECT_EQ(fs::status("table").permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    std::ofstream("table") << "my own notes";
+    EXPECT_EQ(ask("-s mesh bundle --anonymise --table table four.tar.gz").status, 4);
+    EXPECT_EQ(lab_test::text_of("table"), "my own notes");
+    EXPECT_EQ(ask("-s mesh bundle --table table four.tar.gz").status, 2)
+        << "without --anonymise it would be for nothing";
 }
 
 // ---- for monitoring systems ----

@@ -66,6 +66,20 @@ TEST_F(HappeningsTest, TellOfWhoIsThereAndWhoIsNot) {
               "1 device is up, 6 stations joined, 1 station left, 3 other changes");
 }
 
+TEST_F(HappeningsTest, ASignalThatIsAnotherByFarIsTold) {
+    after_.devices[2].signal = -62;   // was -52
+    after_.stations[0].signal = -69;  // was -60: not far
+    after_.stations[3].signal = -80;  // was -70
+    after_.stations[4].signal = -60;  // was -100, and elsewhere
+    after_.stations[4].device = mac("02:0a:00:00:00:01");
+    const auto changes = cli::signal_changes(snapshot_, after_);
+    ASSERT_EQ(changes.size(), 2U);
+    EXPECT_EQ(cli::signal_text(changes[0], {}), "cellar (02:0b:00:00:00:01) is heard with -62 dBm, was -52");
+    EXPECT_EQ(cli::signal_text(changes[1], {}), "02:57:00:00:00:04 is heard with -80 dBm, was -70");
+    EXPECT_EQ(cli::to_json(changes[0]).dump(),
+              R"({"device":"02:0b:00:00:00:01","name":"cellar","before":-52,"after":-62})");
+}
+
 TEST_F(HappeningsTest, NothingIsToldInWords) { EXPECT_EQ(cli::summary_text({}), "nothing has changed"); }
 
 }  // namespace

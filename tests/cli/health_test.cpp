@@ -10,17 +10,24 @@ namespace {
 
 using HealthTest = NamedMesh;
 
+Options utc() {
+    Options options;
+    options.in_utc = true;
+    return options;
+}
+
 TEST_F(HealthTest, OneScreenTellsWhetherAllIsWell) {
     const cli::Health health = cli::health_of({snapshot_}, cli::kWeakSignal);
-    EXPECT_EQ(cli::status_text(snapshot_, health, {}),
-              "mesh      of gateway, 10 s old\n"
+    EXPECT_EQ(cli::status_text(snapshot_, health, utc()),
+              "mesh      of gateway, written 2023-11-14 22:14:02Z, 10 s old\n"
               "devices   3 devices, all reach the gateway\n"
               "links     no weak one\n"
               "stations  2 on 2.4 GHz, 3 on 5 GHz, 3 wired\n"
               "weak      phone -100 dBm at cellar\n"
               "changed   one moment does not tell (--since SOURCE, or watch)\n"
-              "in short  all is well, but for 1 weak station\n");
-    EXPECT_TRUE(cli::to_json(snapshot_, health)["well"]);
+              "in short  the devices are well linked, but 1 station is heard badly\n");
+    EXPECT_FALSE(cli::to_json(snapshot_, health)["well"]);
+    EXPECT_TRUE(cli::to_json(snapshot_, cli::health_of({snapshot_}, -101))["well"]);
 }
 
 TEST_F(HealthTest, OneScreenTellsWhatIsNot) {
@@ -30,16 +37,26 @@ TEST_F(HealthTest, OneScreenTellsWhatIsNot) {
     snapshot_.missing.push_back(
         {reader::Missing::Part::kDump, {reader::Problem::Kind::kMissing, "dump.txt", "No such file or directory"}});
     const cli::Health health = cli::health_of({snapshot_}, cli::kWeakSignal);
-    EXPECT_EQ(cli::status_text(snapshot_, health, {}),
-              "mesh      of gateway, 3 h old\n"
+    EXPECT_EQ(cli::status_text(snapshot_, health, utc()),
+              "mesh      of gateway, written 2023-11-14 22:14:02Z, 3 h old\n"
               "devices   3 devices, no way to the gateway is known for: Attic \"North\" \\ wing\n"
-              "links     weak: cellar -80 dBm\n"
+              "links     weak: cellar 2.4 GHz -80 dBm\n"
               "stations  2 on 2.4 GHz, 3 on 5 GHz, 3 wired\n"
               "weak      phone -100 dBm at cellar\n"
               "changed   one moment does not tell (--since SOURCE, or watch)\n"
               "missing   dump.txt: No such file or directory\n"
               "in short  3 h ago: something is wrong with the devices or their links\n");
     EXPECT_FALSE(cli::to_json(snapshot_, health)["well"]);
+}
+
+TEST_F(HealthTest, ASlowLinkHoldsBackAllBehindIt) {
+    snapshot_.devices[2].rate = 99;
+    cli::Health health = cli::health_of({snapshot_}, -101);
+    EXPECT_THAT(cli::status_text(snapshot_, health, {}),
+                HasSubstr("links     weak: cellar 2.4 GHz -52 dBm 99 Mbit/s\n"));
+    snapshot_.devices[2].rate = 100;
+    health = cli::health_of({snapshot_}, -101);
+    EXPECT_TRUE(health.is_well());
 }
 
 TEST_F(HealthTest, OneScreenSaysHowFarItSees) {

@@ -49,7 +49,7 @@ TEST(Anonymise, TheTreeHoldsTogether) {
     EXPECT_TRUE(after.missing.empty());
     const auto *phone = after.find_station(mac(anonymiser.mac(mac("02:57:00:00:00:01"))));
     ASSERT_NE(phone, nullptr);
-    EXPECT_EQ(phone->name, anonymiser.name("annas-phone"));
+    EXPECT_EQ(phone->name, anonymiser.name("annas-phone", "station"));
     EXPECT_EQ(phone->signal, -60);
     EXPECT_TRUE(phone->interface_name) << "the lists are about the same MACs";
 }
@@ -57,11 +57,18 @@ TEST(Anonymise, TheTreeHoldsTogether) {
 TEST(Anonymise, NothingThatTellsWhoseItIsStays) {
     Inputs inputs = named();
     inputs.model.text.replace(inputs.model.text.find("(null)"), 6, "my-secret-key");
-    Anonymiser().anonymise(inputs);
+    // Fields of a firmware that nobody has heard of.
+    inputs.dump.text.insert(1,
+                            R"("Location": "Hauptstrasse 5", "Serial": {"Number": ["SN123", "17", "020a00000001"]}, )");
+    Anonymiser anonymiser;
+    anonymiser.anonymise(inputs);
+    EXPECT_THAT(anonymiser.summary(), HasSubstr("; texts left out: 6"))
+        << "the password, the place, two numbers, and what the dump has in place of two lists of stations";
+    EXPECT_EQ(inputs.anonymous, anonymiser.id());
     for (const reader::Input *input :
          {&inputs.model, &inputs.dump, &inputs.leases, &inputs.list_24g, &inputs.list_5g}) {
         for (const char *real : {"02:57:00", "02:0a:00", "02:0b:00", "02:00:00:00:00:01", "Attic", "annas", "192.168.",
-                                 "fe80::1", "my-secret-key"}) {
+                                 "fe80::1", "my-secret-key", "Hauptstrasse", "SN123", "020a0"}) {
             EXPECT_THAT(input->text, Not(HasSubstr(real))) << input->file;
         }
     }
@@ -81,6 +88,8 @@ TEST(Anonymise, TheSameBecomesTheSameInTheNextBundle) {
     second.anonymise(other);
     EXPECT_EQ(other.model.text, one.model.text);
     EXPECT_EQ(other.leases.text, one.leases.text);
+    EXPECT_EQ(other.anonymous, one.anonymous);
+    EXPECT_NE(Anonymiser().id(), first.id());
     EXPECT_NE(second.mac(mac("02:99:00:00:00:01")), second.mac(mac("02:57:00:00:00:01")));
 }
 
@@ -88,8 +97,10 @@ TEST(Anonymise, ATableThatIsNoneIsRefused) {
     Anonymiser anonymiser;
     EXPECT_FALSE(anonymiser.load_table(""));
     EXPECT_FALSE(anonymiser.load_table("[]"));
-    EXPECT_FALSE(anonymiser.load_table("{\"schema\": 2}"));
-    EXPECT_TRUE(anonymiser.load_table("{\"schema\": 1, \"macs\": [3], \"names\": {\"a\": 3}}"));
+    EXPECT_FALSE(anonymiser.load_table("{\"schema\": 2, \"id\": \"a\"}"));
+    EXPECT_FALSE(anonymiser.load_table("{\"schema\": 1}"));
+    EXPECT_TRUE(anonymiser.load_table("{\"schema\": 1, \"id\": \"a\", \"macs\": [3], \"names\": {\"a\": 3}}"));
+    EXPECT_EQ(anonymiser.id(), "a");
 }
 
 TEST(Anonymise, MacsKeepWhetherTheyAreRandomAndAreNeverMixedUp) {
@@ -97,9 +108,9 @@ TEST(Anonymise, MacsKeepWhetherTheyAreRandomAndAreNeverMixedUp) {
     EXPECT_EQ(anonymiser.mac(mac("02:57:00:00:00:01")), "02:00:5e:00:00:01");
     EXPECT_EQ(anonymiser.mac(mac("00:57:00:00:00:01")), "00:00:5e:00:00:02");
     EXPECT_EQ(anonymiser.mac(mac("ff:ff:ff:ff:ff:ff")), "ff:ff:ff:ff:ff:ff");
-    EXPECT_EQ(anonymiser.name("Unknown"), "Unknown");
-    EXPECT_EQ(anonymiser.address("10.1.2.3"), "10.0.0.1");
-    EXPECT_EQ(anonymiser.address("fd00::1"), "fd00::0:0:2");
+    EXPECT_EQ(anonymiser.name("Unknown", "device"), "Unknown");
+    EXPECT_EQ(anonymiser.address("10.1.2.3"), "198.18.0.1");
+    EXPECT_EQ(anonymiser.address("fd00::1"), "2001:db8::0:0:2");
 }
 
 TEST(Anonymise, WhatCannotBeUnderstoodIsLeftOut) {

@@ -48,7 +48,7 @@ protected:
 
 TEST_F(BundleTest, WhatWentInComesOut) {
     const Inputs before = two_agents();
-    ASSERT_EQ(reader::write_bundle(before, {"test 1", false}, path("b.tar.gz")), std::nullopt);
+    ASSERT_EQ(reader::write_bundle(before, "test 1", path("b.tar.gz")), std::nullopt);
     const Inputs after = read(path("b.tar.gz"));
     EXPECT_EQ(after.source, path("b.tar.gz"));
     EXPECT_EQ(after.model.text, before.model.text);
@@ -61,7 +61,7 @@ TEST_F(BundleTest, WhatWentInComesOut) {
 }
 
 TEST_F(BundleTest, OrdinaryToolsOpenIt) {
-    ASSERT_EQ(reader::write_bundle(two_agents(), {"test 1", true}, path("b.tar.gz")), std::nullopt);
+    ASSERT_EQ(reader::write_bundle(two_agents(), "test 1", path("b.tar.gz")), std::nullopt);
     EXPECT_EQ(shell("tar tzf " + path("b.tar.gz")),
               "bundle.json\ntmp/qo1905.json\ntmp/dump.txt\ntmp/ecnt_agent_assoc_list.24g\n"
               "tmp/ecnt_agent_assoc_list.5g\n");
@@ -69,7 +69,7 @@ TEST_F(BundleTest, OrdinaryToolsOpenIt) {
     EXPECT_EQ(notes["schema"], 1);
     EXPECT_EQ(notes["made_by"], "test 1");
     EXPECT_EQ(notes["made_at"], "2023-11-14T22:14:12Z");
-    EXPECT_EQ(notes["anonymous"], true);
+    EXPECT_FALSE(notes.contains("anonymous"));
     EXPECT_EQ(notes["files"].size(), 4U);
     EXPECT_EQ(notes["files"][0]["time"], "2023-11-14T22:14:02Z");
     EXPECT_EQ(notes["missing"][0]["file"], "var/dnsmasq/dnsmasq.leases");
@@ -84,7 +84,7 @@ TEST_F(BundleTest, OneThatSomebodyPackedByHandIsOne) {
 }
 
 TEST_F(BundleTest, OneThatIsCutAnywhereIsToldAndNeverWhole) {
-    ASSERT_EQ(reader::write_bundle(two_agents(), {"test 1", false}, path("b.tar.gz")), std::nullopt);
+    ASSERT_EQ(reader::write_bundle(two_agents(), "test 1", path("b.tar.gz")), std::nullopt);
     std::ifstream file(path("b.tar.gz"), std::ios::binary);
     std::ostringstream bytes;
     bytes << file.rdbuf();
@@ -120,11 +120,27 @@ TEST_F(BundleTest, NothingOfAnArchiveReachesTheDisk) {
     EXPECT_EQ(std::distance(fs::recursive_directory_iterator(folder_), fs::recursive_directory_iterator()), count);
 }
 
+TEST_F(BundleTest, OneThatIsThereStays) {
+    std::ofstream(path("old.tar.gz")) << "a customer's own";
+    const auto problem = reader::write_bundle(two_agents(), "test 1", path("old.tar.gz"));
+    EXPECT_EQ(problem->text(), path("old.tar.gz") + ": is there already, and stays");
+    EXPECT_EQ(reader::read_file(path("old.tar.gz")).text, "a customer's own");
+}
+
+TEST_F(BundleTest, ItTellsByWhichTableItIsAnonymous) {
+    Inputs inputs = two_agents();
+    inputs.anonymous = "1234";
+    ASSERT_EQ(reader::write_bundle(inputs, "test 1", path("b.tar.gz")), std::nullopt);
+    EXPECT_EQ(reader::make_snapshot(read(path("b.tar.gz"))).anonymous, "1234");
+    auto source = reader::open_source(path("b.tar.gz"));
+    EXPECT_FALSE(std::get<std::unique_ptr<reader::Source>>(source)->can_change());
+}
+
 TEST_F(BundleTest, OneThatCannotBeWrittenIsTold) {
-    const auto problem = reader::write_bundle(two_agents(), {"test 1", false}, path("none/b.tar.gz"));
+    const auto problem = reader::write_bundle(two_agents(), "test 1", path("none/b.tar.gz"));
     ASSERT_TRUE(problem);
     EXPECT_THAT(problem->text(), HasSubstr(path("none/b.tar.gz") + ": "));
-    EXPECT_TRUE(reader::write_bundle(two_agents(), {"test 1", false}, "/dev/full"));
+    EXPECT_TRUE(reader::write_bundle(two_agents(), "test 1", "/dev/full"));
 }
 
 }  // namespace
