@@ -73,8 +73,9 @@ Checked check(const std::string &name, const Limits &limits) {
     line << "MESH " << kStates[verdict.state()] << " - " << (verdict.text().empty() ? all_well : verdict.text())
          << " | age=" << static_cast<long>(snapshot.age()) << "s;;" << static_cast<long>(limits.max_age)
          << ";0 devices=" << health.devices << ";;" << limits.min_devices
-         << ":;0 stations=" << health.stations - health.wired << ";;;0 weak_stations=" << health.weak_stations.size()
-         << ';' << limits.max_weak << ";;0 weak_links=" << health.weak_links.size() << ";0;;0\n";
+         << ":;0 stations=" << health.stations - health.wired << ";;;0 wired=" << health.wired
+         << ";;;0 weak_stations=" << health.weak_stations.size() << ';' << limits.max_weak
+         << ";;0 weak_links=" << health.weak_links.size() << ";0;;0\n";
     return {line.str(), verdict.state()};
 }
 

@@ -104,6 +104,11 @@ Words wishes(const Words &words) {
     for (const std::string &name : with_prefix("station=", everybody(words))) {
         names.push_back(name);
     }
+    // Behind a station the device that it may be at.
+    const std::size_t at = words.back().find('@');
+    if (at != std::string::npos) {
+        names = with_prefix(words.back().substr(0, at + 1).c_str(), devices(words));
+    }
     names.emplace_back("devices=");
     return names;
 }
@@ -276,6 +281,14 @@ complete -c qo1905 -f -a '(__qo1905_complete)'
 Words completions(const CLI::App &app, const Words &words) {
     const Words nothing = {""};
     const Words &typed_words = words.empty() ? nothing : words;
+    // An option with its value in one word is as two.
+    const std::size_t equals = typed_words.back().find('=');
+    if (typed_words.back().compare(0, 2, "--") == 0 && equals != std::string::npos) {
+        Words two = typed_words;
+        two.push_back(two.back().substr(equals + 1));
+        two[two.size() - 2].resize(equals);
+        return with_prefix((two[two.size() - 2] + '=').c_str(), completions(app, two));
+    }
     Words fitting;
     for (const std::string &candidate : candidates(app, typed_words)) {
         const bool fits = candidate.compare(0, typed_words.back().size(), typed_words.back()) == 0;

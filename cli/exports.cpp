@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 
+#include "cli/ranges.h"
 #include "cli/scripts.h"
 
 namespace cli {
@@ -30,7 +31,9 @@ void add_prometheus(CLI::App &parent, Question &question) {
         ->default_str("off");
     format->add_option("--max-stations", wanted->max_stations, "Not for more than so many; the rest is counted")
         ->capture_default_str();
-    format->add_option("--weak-below", wanted->weak_below, "What is weak, in dBm")->capture_default_str();
+    format->add_option("--weak-below", wanted->weak_below, "What is weak, in dBm")
+        ->capture_default_str()
+        ->check(signal_range());
 }
 
 void add_graphs(CLI::App &parent, Question &question) {

@@ -33,7 +33,7 @@ int milliseconds_until(Clock::time_point until) {
 Follower::Follower(const reader::Source &source, milliseconds pause) : source_(source), pause_(pause) {
     sigset_t set;
     sigemptyset(&set);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH, SIGTSTP, SIGCONT}) {
         sigaddset(&set, signal);
     }
     pthread_sigmask(SIG_BLOCK, &set, &before_);
@@ -91,11 +91,12 @@ void Follower::let_it_settle() {
 
 Follower::Wake Follower::read_signal() {
     signalfd_siginfo info = {};
-    if (read(signals_, &info, sizeof(info)) == sizeof(info) && info.ssi_signo != SIGWINCH) {
-        signal_ = static_cast<int>(info.ssi_signo);
-        return Wake::kEnd;
+    if (read(signals_, &info, sizeof(info)) != sizeof(info) || info.ssi_signo == SIGWINCH ||
+        info.ssi_signo == SIGCONT) {
+        return Wake::kDraw;
     }
-    return Wake::kResized;
+    signal_ = static_cast<int>(info.ssi_signo);
+    return signal_ == SIGTSTP ? Wake::kPause : Wake::kEnd;
 }
 
 Follower::Wake Follower::wait(Clock::time_point until) {
@@ -116,6 +117,8 @@ Follower::Wake Follower::wait(Clock::time_point until) {
         }
     }
 }
+
+void pause_here() { (void)raise(SIGSTOP); }
 
 void die_of(int signal) {
     (void)std::signal(signal, SIG_DFL);

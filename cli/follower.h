@@ -9,7 +9,7 @@
 
 namespace cli {
 
-// While one exists, SIGINT, SIGTERM, SIGHUP and SIGWINCH end a wait instead of the program.
+// While one exists, signals that end or pause a program, or are about its terminal, end a wait instead.
 class Follower {
 public:
     // Asks an address every `pause`; a file is watched, and looked at that often while it cannot be.
@@ -18,7 +18,7 @@ public:
     Follower(const Follower &) = delete;
     Follower &operator=(const Follower &) = delete;
 
-    enum class Wake { kLook, kTimeIsUp, kResized, kEnd };
+    enum class Wake { kLook, kTimeIsUp, kDraw, kPause, kEnd };
 
     // Until there may be something new, which has then come to rest, or until `at_most` is over.
     Wake wait(std::chrono::steady_clock::time_point until);
@@ -39,6 +39,9 @@ private:
     int changes_ = -1;
     int signal_ = 0;
 };
+
+// Stops until somebody continues the program, as Ctrl-Z does.
+void pause_here();
 
 // Ends the program as the signal would have, so that a shell sees what happened.
 [[noreturn]] void die_of(int signal);

@@ -108,12 +108,12 @@ void put_now(const std::string &text) {
     }
 }
 
-// A line each, as they happen.
+// A line each, as they happen. Columns cannot be made to fit what nobody knows yet: for people these are sentences.
 std::string event_lines(const Sight &sight, const Snapshot &before, Options &options, std::size_t &count) {
     const auto events = reader::events(before, *sight.last());
     count += events.size();
     std::string text;
-    if (!options.format_is_chosen && options.columns.empty()) {
+    if (is_for_people(options.format) && options.columns.empty()) {
         for (const reader::Event &event : events) {
             text += time_text(event.time, options) + "  " + event_text(*sight.last(), event, options) + '\n';
         }
@@ -153,6 +153,9 @@ public:
             const Wake wake = follower_.wait(end);
             if (wake == Wake::kEnd) {
                 die_of(follower_.signal());
+            }
+            if (wake == Wake::kPause) {
+                pause_here();
             }
             if (wake == Wake::kTimeIsUp) {
                 answer.end_with(kTimeIsUp);
@@ -205,9 +208,8 @@ void add_events(CLI::App &app, Question &question) {
 
 std::string heading(const Sight &sight, const Options &options) {
     const std::string age = std::to_string(static_cast<long>(sight.last()->age()));
-    return visible(options.source) + ", written " + time_text(sight.last()->time, options) +
-           (sight.problem().empty() ? "" : " (" + age + " s ago; " + visible(sight.problem()) + ")") +
-           "; Ctrl-C ends\n\n";
+    return "Ctrl-C ends; " + visible(options.source) + ", written " + time_text(sight.last()->time, options) +
+           (sight.problem().empty() ? "" : " (" + age + " s ago; " + visible(sight.problem()) + ")") + "\n\n";
 }
 
 std::string picture(const Sight &sight, const Snapshot &first, const View &view, const Options &options) {
@@ -216,7 +218,7 @@ std::string picture(const Sight &sight, const Snapshot &first, const View &view,
     for (const std::string &line : answer.words) {
         answer.text += visible(line) + '\n';
     }
-    return answer.text;
+    return options.has_utf8 ? answer.text : in_ascii(answer.text);
 }
 
 void watch(const View &view, double every, const Options &asked) {
@@ -228,6 +230,10 @@ void watch(const View &view, double every, const Options &asked) {
     Screen screen;
     std::optional<Snapshot> first;
     for (Wake wake = Wake::kLook; wake != Wake::kEnd; wake = follower.wait(after(0))) {
+        if (wake == Wake::kPause) {
+            screen.leave();
+            pause_here();
+        }
         const bool is_new = sight.look();
         if (!first) {
             first = sight.last();

@@ -127,7 +127,7 @@ std::string status_text(const Snapshot &snapshot, const Health &health, const Op
                     visible(label(snapshot, station.device, options));
          }));
     line("changed", health.since ? summary_text(health.changes) + " since " + time_text(*health.since, options)
-                                 : "one moment does not tell (--since SOURCE, or watch)");
+                                 : "not known, this is one moment (--since SOURCE compares two)");
     for (const reader::Missing &item : snapshot.missing) {
         line("missing", visible(item.problem.text()));
     }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <ctime>
 #include <iomanip>
+#include <numeric>
 #include <sstream>
 
 #include "cli/text.h"
@@ -67,7 +68,10 @@ public:
             }
             widths_.push_back(widest);
         }
-        fit();
+        if (options.width != 0) {
+            drop_columns();
+            shrink_columns();
+        }
     }
 
     std::string text() const {
@@ -92,19 +96,30 @@ private:
         return row[place].empty() ? kUnknown : cut(visible(row[place]), most);
     }
 
-    // On a narrow terminal the widest columns give way, as long as something can be read in them.
-    void fit() {
-        std::size_t taken = kGap * (widths_.size() - 1);
-        for (const std::size_t width : widths_) {
-            taken += width;
+    std::size_t taken() const { return std::accumulate(widths_.begin(), widths_.end(), kGap * (widths_.size() - 1)); }
+
+    // A stump of a MAC is of no use to anybody; whoever has chosen the columns gets them.
+    void drop_columns() {
+        while (options_.columns.empty() && taken() > options_.width) {
+            const auto first = std::max_element(places_.begin(), places_.end(), [this](std::size_t a, std::size_t b) {
+                return table_.columns[a].goes < table_.columns[b].goes;
+            });
+            if (table_.columns[*first].goes == 0) {
+                return;
+            }
+            widths_.erase(widths_.begin() + (first - places_.begin()));
+            places_.erase(first);
         }
-        while (options_.width != 0 && taken > options_.width) {
+    }
+
+    // Then the widest give way, as long as something can be read in them.
+    void shrink_columns() {
+        for (std::size_t too_many = taken() - std::min(taken(), options_.width); too_many > 0; --too_many) {
             const auto widest = std::max_element(widths_.begin(), widths_.end());
             if (*widest <= kLeast) {
                 return;
             }
             --*widest;
-            --taken;
         }
     }
 
@@ -157,6 +172,9 @@ std::string print(const nlohmann::ordered_json &json, Format format) {
 }
 
 std::string print(const Table &table, const Options &options, nlohmann::ordered_json whole, const std::string &key) {
+    if (is_json(options.format) && !options.columns.empty()) {
+        throw CLI::ValidationError("--columns", "json has all of it");
+    }
     if (options.format == Format::kJson) {
         whole[key] = table.items;
         return print(whole, options.format);

@@ -23,6 +23,7 @@ struct Options {
     double max_age = 0;  // seconds; 0: any
 
     // What standard output can do.
+    bool has_utf8 = true;
     bool bars = false;
     bool colour = false;
     std::size_t width = 0;  // columns of the terminal; 0: any number
@@ -37,6 +38,7 @@ struct Column {
     bool in_table = true;  // else in the wide one only
     bool right_aligned = false;
     bool is_signal = false;  // dBm
+    int goes = 0;            // where there is no room: the column with the highest number first; 0 stays
 };
 
 // Rows of text under columns; a cell that is unknown is empty. The text may hold anything.

@@ -13,6 +13,7 @@
 #include "cli/following.h"
 #include "cli/screen.h"
 #include "cli/scripts.h"
+#include "cli/text.h"
 #include "cli/views.h"
 
 namespace cli {
@@ -27,7 +28,8 @@ std::string environment(const char *name) {
 void look_at_terminal(Options &options) {
     const bool is_terminal =
         isatty(STDOUT_FILENO) != 0 && environment("TERM") != "dumb" && !environment("TERM").empty();
-    options.bars = is_terminal && std::string(nl_langinfo(CODESET)) == "UTF-8";
+    options.has_utf8 = std::string(nl_langinfo(CODESET)) == "UTF-8";
+    options.bars = is_terminal && options.has_utf8;
     options.colour = is_terminal && environment("NO_COLOR").empty();
     options.width = is_terminal ? Screen().columns() : 0;
 }
@@ -113,10 +115,8 @@ int Program::parse(int argc, const char *const *argv) {
         app_.parse(argc, argv);
     } catch (const CLI::RequiredError &error) {
         const std::vector<std::string> extras = app_.remaining();
-        if (extras.empty()) {
-            return app_.exit(error) == 0 ? kDone : kUsage;
-        }
-        say("there is no verb " + extras[0] + "; qo1905 --help lists them");
+        say(extras.empty() ? std::string("a verb is missing; --help lists them")
+                           : "there is no verb " + extras[0] + " here; --help lists them");
         return kUsage;
     } catch (const CLI::ExtrasError &) {
         tell_extras(app_.remaining(true));
@@ -165,7 +165,8 @@ int Program::run(int argc, const char *const *argv) {
     } catch (const Stop &stop) {
         return stop.status;
     }
-    std::cout << whole.text;
+    const bool draws = is_for_people(question_.options.format) && !question_.options.has_utf8;
+    std::cout << (draws ? in_ascii(whole.text) : whole.text);
     for (const std::string &line : whole.words) {
         say(line);
     }

@@ -3,6 +3,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <sstream>
 
 #include "cli/text.h"
@@ -33,6 +34,14 @@ void write_all(const std::string &text) {
     }
 }
 
+// The rest of the old line goes after the new one is there: nothing is ever empty in between. Behind a full line there
+// is no rest, and a terminal would take its last character.
+std::string line_at(std::size_t row, const std::string &line, std::size_t columns) {
+    const bool has_colour = line.find('\x1b') != std::string::npos;
+    return "\x1b[" + std::to_string(row) + ";1H" + line + (has_colour ? "\x1b[0m" : "") +
+           (width(line) < columns ? "\x1b[K" : "");
+}
+
 }  // namespace
 
 Screen::Screen() : is_terminal_(isatty(STDOUT_FILENO) != 0) {}
@@ -43,14 +52,16 @@ void Screen::draw(const std::string &text) {
     const winsize size = size_now();
     std::string frame = is_entered_ ? "" : "\x1b[?1049h\x1b[?25l";
     is_entered_ = true;
-    frame += "\x1b[H";
-    std::istringstream lines(text);
+    const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+    std::istringstream stream(text);
     std::string line;
-    for (unsigned row = 0; row < size.ws_row && std::getline(lines, line); ++row) {
-        // The rest of the old line goes after the new one is there: nothing is ever empty in between.
-        frame += (row == 0 ? "" : "\r\n") + cut(line, size.ws_col) + "\x1b[0m\x1b[K";
+    for (std::size_t row = 1; row <= size.ws_row && std::getline(stream, line); ++row) {
+        if (row == size.ws_row && lines > row) {
+            line = "... and " + counted(lines - row + 1, "more line");
+        }
+        frame += line_at(row, cut(line, size.ws_col), size.ws_col);
     }
-    write_all(frame + "\x1b[J");
+    write_all(frame + (lines < size.ws_row ? "\x1b[J" : ""));
 }
 
 void Screen::leave() {

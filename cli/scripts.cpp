@@ -5,6 +5,7 @@
 
 #include "cli/check.h"
 #include "cli/happenings.h"
+#include "cli/ranges.h"
 #include "cli/schemas.h"
 #include "cli/text.h"
 #include "cli/wait.h"
@@ -98,6 +99,9 @@ void add_diff(CLI::App &app, Question &question) {
     };
     const auto sources = std::make_shared<Sources>();
     CLI::App *verb = app.add_subcommand("diff", "What happened between two sources");
+    verb->footer(
+        "Example:\n  qo1905 bundle before.tar.gz    keeps a moment\n  qo1905 diff before.tar.gz      what has happened "
+        "since");
     verb->add_option("BEFORE", sources->before, "A source, as --source takes it")->required();
     verb->add_option("AFTER", sources->after, "Another; without, the one of --source");
     verb->callback([&question, sources] {
@@ -122,9 +126,15 @@ void add_check(CLI::App &app, Question &question) {
     CLI::App *verb = app.add_subcommand(
         "check",
         "For monitoring systems: one line, and a status from 0 to 3; a model is too old after 120 s, or --max-age");
-    verb->add_option("--min-devices", limits->min_devices, "Critical below")->capture_default_str();
-    verb->add_option("--max-weak", limits->max_weak, "Warning if more stations are weak")->capture_default_str();
-    verb->add_option("--weak-below", limits->weak_below, "What is weak, in dBm")->capture_default_str();
+    verb->add_option("--min-devices", limits->min_devices, "Critical below")
+        ->capture_default_str()
+        ->check(count_range());
+    verb->add_option("--max-weak", limits->max_weak, "Warning if more stations are weak")
+        ->capture_default_str()
+        ->check(count_range());
+    verb->add_option("--weak-below", limits->weak_below, "What is weak, in dBm")
+        ->capture_default_str()
+        ->check(signal_range());
     verb->callback([&question, limits] {
         question.deed = [&question, limits](Answer &answer) {
             refuse_format("check", question.options);
@@ -144,8 +154,11 @@ void wait_for(const std::string &words, double timeout, const std::string &sourc
     if (!mistake.empty()) {
         answer.say("--for " + words + ": " + mistake);
         answer.status = kUsage;
-    } else if (!wait_until(*open_source(source), wanted, timeout)) {
-        answer.say("not within the time: " + words);
+        return;
+    }
+    const Waited waited = wait_until(*open_source(source), wanted, timeout);
+    if (!waited.is_fulfilled) {
+        answer.say("not within the time: " + words + (waited.problem.empty() ? "" : "; " + waited.problem));
         answer.status = kTimeIsUp;
     }
 }
@@ -157,6 +170,7 @@ void add_wait(CLI::App &app, Question &question) {
     };
     const auto wish = std::make_shared<Wish>();
     CLI::App *verb = app.add_subcommand("wait", "Until the mesh is as wanted");
+    verb->footer("Example:\n  qo1905 wait --for station=tv@attic --timeout 30 && echo there");
     verb->add_option("--for", wish->words,
                      "station=NAME, station=NAME@DEVICE, device=NAME, or devices=N, which is N or more")
         ->required();

@@ -47,16 +47,16 @@ bool matches(const Station &station, const StationFilter &filter, const Found &a
 Table devices_table(const Snapshot &snapshot, const Options &options) {
     Table table;
     table.columns = {{"name", "DEVICE"},
-                     {"al_mac", "AL MAC"},
-                     {"role", "ROLE"},
+                     {"al_mac", "AL MAC", true, false, false, 6},
+                     {"role", "ROLE", true, false, false, 4},
                      {"parent", "UPLINK TO"},
                      {"medium", "OVER"},
                      {"signal", "SIGNAL dBm", true, true, true},
-                     {"rate", "RATE Mbit/s", true, true},
+                     {"rate", "RATE Mbit/s", true, true, false, 2},
                      {"stations", "STATIONS", true, true},
-                     {"wired", "WIRED", true, true},
-                     {"address", "ADDRESS"},
-                     {"firmware", "FIRMWARE"},
+                     {"wired", "WIRED", true, true, false, 5},
+                     {"address", "ADDRESS", true, false, false, 7},
+                     {"firmware", "FIRMWARE", true, false, false, 8},
                      {"hops", "HOPS", false, true}};
     const auto stations = by_device(snapshot);
     for (const Device *device : ordered_devices(snapshot)) {
@@ -88,12 +88,12 @@ void add_station(Table &table, const Station &station, const std::string &at, co
 Table stations_table(const Snapshot &snapshot, const StationFilter &filter, const Options &options) {
     Table table;
     table.columns = {{"name", "STATION"},
-                     {"mac", "MAC"},
-                     {"address", "ADDRESS"},
+                     {"mac", "MAC", true, false, false, 6},
+                     {"address", "ADDRESS", true, false, false, 7},
                      {"device", "AT"},
                      {"band", "ON"},
                      {"signal", "SIGNAL dBm", true, true, true},
-                     {"rate", "RATE Mbit/s", true, true},
+                     {"rate", "RATE Mbit/s", true, true, false, 2},
                      {"interface_name", "INTERFACE", false},
                      {"interface", "BSSID", false},
                      {"random_mac", "RANDOM MAC", false}};
@@ -131,8 +131,8 @@ Table links_table(const Snapshot &snapshot, const Options &options) {
                      {"parent", "UPLINK TO"},
                      {"medium", "OVER"},
                      {"signal", "SIGNAL dBm", true, true, true},
-                     {"rate", "RATE Mbit/s", true, true},
-                     {"hops", "HOPS", true, true}};
+                     {"rate", "RATE Mbit/s", true, true, false, 2},
+                     {"hops", "HOPS", true, true, false, 3}};
     for (const Device *device : ordered_devices(snapshot)) {
         if (!device->parent) {
             continue;
@@ -163,7 +163,7 @@ std::string place_text(const Snapshot &snapshot, const std::optional<reader::Whe
 
 Table events_table(const Snapshot &after, const std::vector<Event> &events, const Options &options) {
     Table table;
-    table.columns = {{"event", "EVENT"}, {"name", "WHO"}, {"mac", "MAC"},
+    table.columns = {{"event", "EVENT"}, {"name", "WHO"}, {"mac", "MAC", true, false, false, 6},
                      {"from", "BEFORE"}, {"to", "AFTER"}, {"time", "TIME", false}};
     for (const Event &event : events) {
         table.rows.push_back(

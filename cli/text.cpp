@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <cwchar>
+#include <utility>
 
 namespace cli {
 namespace {
@@ -80,6 +82,21 @@ std::string visible(const std::string &text) {
         i += character.size;
     }
     return shown;
+}
+
+std::string in_ascii(std::string text) {
+    const std::pair<const char *, const char *> drawn[] = {{"\xe2\x94\x94\xe2\x94\x80", "`-"},
+                                                           {"\xe2\x94\x9c\xe2\x94\x80", "|-"},
+                                                           {"\xe2\x94\x94", "`"},
+                                                           {"\xe2\x94\x9c", "|"},
+                                                           {"\xe2\x94\x82", "|"},
+                                                           {"\xe2\x80\xa6", "~"}};
+    for (const auto &[from, to] : drawn) {
+        for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos;) {
+            text.replace(at, std::strlen(from), to);
+        }
+    }
+    return text;
 }
 
 namespace {

@@ -10,6 +10,9 @@ namespace cli {
 // Printable text stays as it is. What comes out is one line, without tabs.
 std::string visible(const std::string &text);
 
+// What this program itself draws with, in ASCII, for places that know nothing else.
+std::string in_ascii(std::string text);
+
 // How many columns of a terminal a visible text takes; our own colours take none.
 std::size_t width(const std::string &text);
 

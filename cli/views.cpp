@@ -5,6 +5,7 @@
 #include "cli/health.h"
 #include "cli/mesh.h"
 #include "cli/pictures.h"
+#include "cli/ranges.h"
 #include "cli/tables.h"
 #include "reader/json_form.h"
 
@@ -29,7 +30,7 @@ void tell_missing(const Snapshot &snapshot, const Options &options, Answer &answ
                  {Missing::Part::kLeases, "names and addresses of stations"}};
     for (const auto &item : known) {
         if (const reader::Problem *problem = snapshot.problem_with(item.part)) {
-            answer.say("without " + problem->file + " (" + problem->reason + ") what is missing is: " + item.lacks);
+            answer.say(problem->text() + "; without it these are missing: " + item.lacks);
         }
     }
 }
@@ -90,6 +91,7 @@ void add_stations(CLI::App &parent, Question &question) {
     verb->add_flag("--weak", filter->weak, "Only those with a weak signal");
     verb->add_option("--weak-below", filter->weak_below, "Only those with a signal below so many dBm")
         ->capture_default_str()
+        ->check(signal_range())
         ->each([filter](const std::string &) { filter->weak = true; });
 }
 
@@ -111,7 +113,9 @@ void add_status(CLI::App &parent, Question &question) {
     };
     const auto wanted = std::make_shared<Wanted>();
     CLI::App *verb = parent.add_subcommand("status", "One screen: is the mesh all right?");
-    verb->add_option("--weak-below", wanted->weak_below, "What is weak, in dBm")->capture_default_str();
+    verb->add_option("--weak-below", wanted->weak_below, "What is weak, in dBm")
+        ->capture_default_str()
+        ->check(signal_range());
     verb->add_option("--since", wanted->since, "A source of before: what has changed since then?");
     verb->callback([&question, wanted] {
         const View plain = status_view(wanted->weak_below);

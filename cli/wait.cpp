@@ -56,16 +56,18 @@ bool is_fulfilled(const reader::Snapshot &snapshot, const Wanted &wanted) {
     return wanted.station.empty() || std::any_of(stations.begin(), stations.end(), is_at);
 }
 
-bool wait_until(reader::Source &source, const Wanted &wanted, double seconds) {
+Waited wait_until(reader::Source &source, const Wanted &wanted, double seconds) {
     using Clock = std::chrono::steady_clock;
     const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
-    while (!is_fulfilled(reader::make_snapshot(source.read()), wanted)) {
-        if (Clock::now() + kPause > end || !source.can_change()) {
-            return false;
+    for (;;) {
+        const reader::Snapshot snapshot = reader::make_snapshot(source.read());
+        const reader::Problem *problem = snapshot.problem_with(reader::Missing::Part::kModel);
+        const bool fulfilled = is_fulfilled(snapshot, wanted);
+        if (fulfilled || Clock::now() >= end || !source.can_change()) {
+            return {fulfilled, problem != nullptr ? problem->text() : ""};
         }
-        std::this_thread::sleep_for(kPause);
+        std::this_thread::sleep_until(std::min(end, Clock::now() + kPause));
     }
-    return true;
 }
 
 }  // namespace cli

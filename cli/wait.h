@@ -21,7 +21,13 @@ std::string read_wanted(const std::string &words, Wanted &wanted);
 
 bool is_fulfilled(const reader::Snapshot &snapshot, const Wanted &wanted);
 
-// False when the time is up. A source that is gone for a while is asked again.
-bool wait_until(reader::Source &source, const Wanted &wanted, double seconds);
+// How a wait ended, and why the source could not be read the last time, if it could not.
+struct Waited {
+    bool is_fulfilled;
+    std::string problem;
+};
+
+// Until it is so or the time is up. A source that is gone for a while is asked again.
+Waited wait_until(reader::Source &source, const Wanted &wanted, double seconds);
 
 }  // namespace cli

@@ -72,7 +72,7 @@ Time time_of(const httplib::Response &response) {
 std::string no_answer(httplib::Error error) {
     switch (error) {
         case httplib::Error::Connection:
-            return "no answer: nobody takes connections there";
+            return "no answer: nobody takes connections there, or the name is not known";
         case httplib::Error::Read:
             return "no answer in time, or one that breaks off";
         case httplib::Error::Canceled:

@@ -189,6 +189,9 @@ SourceOrProblem open_source(const std::string &name) {
     if (name.rfind(kLab, 0) == 0) {
         return open_lab(name, name.substr(std::strlen(kLab)));
     }
+    if (name.find("://") != std::string::npos) {
+        return no_source(name, "only http:// is understood");
+    }
     if (is_folder(name)) {
         return std::make_unique<FolderSource>(name, name);
     }

@@ -58,10 +58,10 @@ TEST_F(CommandTest, DataGoesToStandardOutputAndWordsToStandardError) {
     EXPECT_EQ(errors_, "");
     fs::remove("mesh/dump.txt");
     EXPECT_EQ(ask("-s mesh devices").status, 0);
-    EXPECT_EQ(
-        errors_,
-        "qo1905: without mesh/dump.txt (No such file or directory) what is missing is: the stations of the device "
-        "that wrote the model\n");
+    EXPECT_EQ(errors_,
+              "qo1905: mesh/dump.txt: No such file or directory; without it these are missing: the stations of the "
+              "device that "
+              "wrote the model\n");
     EXPECT_EQ(ask("-s mesh devices -o json").status, 0);
     EXPECT_EQ(errors_, "") << "programs find it in the JSON";
 }
@@ -94,7 +94,8 @@ TEST_F(CommandTest, NothingThatMatchesIsStatus1) {
 TEST_F(CommandTest, WrongWordsAreStatus2) {
     for (const char *words :
          {"", "frobnicate", "-o tsv tree", "--columns name status", "-o xml devices", "--columns colour devices",
-          "show", "--max-age 0 status", "wait", "wait --for colour=red", "stations --band 6"}) {
+          "show", "--max-age 0 status", "wait", "wait --for colour=red", "stations --band 6", "check --max-weak -1",
+          "check --weak-below 90", "stations --weak-below 90", "-o json --columns mac stations"}) {
         EXPECT_EQ(ask(std::string("-s mesh ") + words).status, 2) << words;
         EXPECT_NE(errors_, "") << words;
     }
@@ -102,7 +103,7 @@ TEST_F(CommandTest, WrongWordsAreStatus2) {
 
 TEST_F(CommandTest, WrongWordsAreNamed) {
     ask("-s mesh frobnicate");
-    EXPECT_EQ(errors_, "qo1905: there is no verb frobnicate; qo1905 --help lists them\n");
+    EXPECT_EQ(errors_, "qo1905: there is no verb frobnicate here; --help lists them\n");
     ask("mesh status");
     EXPECT_EQ(errors_, "qo1905: not expected here: mesh; a source is named by -s mesh\n");
     ask("-s mesh check -o json");
@@ -175,6 +176,9 @@ TEST_F(CommandTest, ATimeThatIsUpIsStatus5) {
     EXPECT_EQ(ask("-s mesh wait --for station=phone@02:0a:00:00:00:01").status, 0);
     EXPECT_EQ(ask("-s mesh wait --for device=nowhere --timeout 0.1").status, 5);
     EXPECT_EQ(errors_, "qo1905: not within the time: device=nowhere\n");
+    fs::remove("mesh/qo1905.json");
+    ask("-s mesh wait --for device=nowhere --timeout 0.1");
+    EXPECT_EQ(errors_, "qo1905: not within the time: device=nowhere; mesh/qo1905.json: No such file or directory\n");
 }
 
 TEST_F(CommandTest, StandardInputIsASource) {
@@ -288,7 +292,7 @@ TEST_F(CommandTest, ACheckIsOneLineWithPerformanceDataAndAStatus) {
     EXPECT_THAT(
         well.output,
         MatchesRegex("MESH OK - 3 devices, 5 stations, 3 wired \\| age=[0-9]+s;;120;0 devices=3;;1:;0 stations=5;;;0 "
-                     "weak_stations=1;5;;0 weak_links=0;0;;0\n"));
+                     "wired=3;;;0 weak_stations=1;5;;0 weak_links=0;0;;0\n"));
     const Result weak = ask("-s mesh check --max-weak 0");
     EXPECT_EQ(weak.status, 1);
     EXPECT_THAT(weak.output, StartsWith("MESH WARNING - 1 weak station | "));

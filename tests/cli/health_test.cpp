@@ -24,7 +24,7 @@ TEST_F(HealthTest, OneScreenTellsWhetherAllIsWell) {
               "links     no weak one\n"
               "stations  2 on 2.4 GHz, 3 on 5 GHz, 3 wired\n"
               "weak      phone -100 dBm at cellar\n"
-              "changed   one moment does not tell (--since SOURCE, or watch)\n"
+              "changed   not known, this is one moment (--since SOURCE compares two)\n"
               "in short  the devices are well linked, but 1 station is heard badly\n");
     EXPECT_FALSE(cli::to_json(snapshot_, health)["well"]);
     EXPECT_TRUE(cli::to_json(snapshot_, cli::health_of({snapshot_}, -101))["well"]);
@@ -43,7 +43,7 @@ TEST_F(HealthTest, OneScreenTellsWhatIsNot) {
               "links     weak: cellar 2.4 GHz -80 dBm\n"
               "stations  2 on 2.4 GHz, 3 on 5 GHz, 3 wired\n"
               "weak      phone -100 dBm at cellar\n"
-              "changed   one moment does not tell (--since SOURCE, or watch)\n"
+              "changed   not known, this is one moment (--since SOURCE compares two)\n"
               "missing   dump.txt: No such file or directory\n"
               "in short  3 h ago: something is wrong with the devices or their links\n");
     EXPECT_FALSE(cli::to_json(snapshot_, health)["well"]);

@@ -56,9 +56,9 @@ TEST(Wanted, IsWaitedFor) {
     Changing source;
     Wanted wanted;
     ASSERT_EQ(cli::read_wanted("devices=3", wanted), "");
-    EXPECT_TRUE(cli::wait_until(source, wanted, 60));
+    EXPECT_TRUE(cli::wait_until(source, wanted, 60).is_fulfilled);
     ASSERT_EQ(cli::read_wanted("devices=4", wanted), "");
-    EXPECT_FALSE(cli::wait_until(source, wanted, 0.1));
+    EXPECT_FALSE(cli::wait_until(source, wanted, 0.1).is_fulfilled);
 }
 
 }  // namespace

@@ -87,6 +87,7 @@ TEST_F(SourceTest, AModelAlone) {
 }
 
 TEST_F(SourceTest, ADeviceOfTheLab) {
+    EXPECT_EQ(refused("https://127.0.0.1/"), "https://127.0.0.1/: only http:// is understood");
     EXPECT_EQ(refused("lab:gateway"), "lab:gateway: no lab is running here");
     const std::string lab = "/tmp/qo1905-lab.source1/devices/gateway/tmp";
     fs::create_directories(lab);
