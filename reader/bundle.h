@@ -16,7 +16,8 @@ bool looks_like_bundle(const std::string &bytes);
 // What a bundle holds; `file` is what it is called, and its bytes.
 Inputs read_bundle(const Input &file);
 
-// Writes a new one that says that `made_by`, a program and its version, made it; - on standard output; what is wrong, if it cannot be. One that is there already stays.
+// Writes a new one that says that `made_by`, a program and its version, made it; - on standard output; what is wrong,
+// if it cannot be. One that is there already stays.
 std::optional<Problem> write_bundle(const Inputs &inputs, const std::string &made_by, const std::string &path);
 
 }  // namespace reader
