@@ -50,26 +50,37 @@ void add_get(CLI::App &app, Question &question) {
 
 // --- diff ---
 
-void tell_differences(const Snapshot &before, const Snapshot &after, const std::vector<reader::Event> &events,
-                      const Options &options, Answer &answer) {
-    const std::vector<SignalChange> signals = signal_changes(before, after);
-    if (is_json(options.format) || !events.empty()) {
-        nlohmann::ordered_json whole = {{"schema", reader::kSchema},
-                                        {"before", reader::heading_json(before)},
-                                        {"after", reader::heading_json(after)},
-                                        {"signals", nlohmann::ordered_json::array()}};
-        for (const SignalChange &change : signals) {
-            whole["signals"].push_back(to_json(change));
-        }
-        answer.text += print_events(after, events, options, whole);
-    }
+// How many of what; signals alone are not "nothing".
+std::string in_short(const std::vector<reader::Event> &events, const std::vector<SignalChange> &signals) {
+    const std::string loud = signals.empty() ? "" : counted(signals.size(), "signal") + " changed by 10 dB or more";
+    return events.empty() && !loud.empty() ? loud : summary_text(events) + (loud.empty() ? "" : ", " + loud);
+}
+
+nlohmann::ordered_json heading(const Snapshot &before, const Snapshot &after,
+                               const std::vector<SignalChange> &signals) {
+    nlohmann::ordered_json whole = {{"schema", reader::kSchema},
+                                    {"before", reader::heading_json(before)},
+                                    {"after", reader::heading_json(after)},
+                                    {"signals", nlohmann::ordered_json::array()}};
     for (const SignalChange &change : signals) {
-        answer.text += options.format_is_chosen ? "" : signal_text(change, options) + '\n';
+        whole["signals"].push_back(to_json(change));
+    }
+    return whole;
+}
+
+void tell_differences(const Snapshot &before, const Snapshot &after, const Options &options, Answer &answer) {
+    const auto events = reader::events(before, after);
+    const auto signals = signal_changes(before, after);
+    if (is_json(options.format) || !events.empty()) {
+        answer.text += print_events(after, events, options, heading(before, after, signals));
+    }
+    if (!options.format_is_chosen) {
+        for (const SignalChange &change : signals) {
+            answer.text += signal_text(change, options) + '\n';
+        }
     }
     if (is_for_people(options.format)) {
-        const bool only_signals = events.empty() && !signals.empty();
-        answer.say((only_signals ? "" : summary_text(events)) + (events.empty() || signals.empty() ? "" : ", ") +
-                   (signals.empty() ? "" : counted(signals.size(), "signal") + " changed by 10 dB or more"));
+        answer.say(in_short(events, signals));
     }
 }
 
@@ -84,13 +95,12 @@ void compare(const std::string &before_name, const std::string &after_name, cons
         return;
     }
     answer.end_with(std::max(before.status, after.status));
-    const auto events = reader::events(before.snapshot, after.snapshot);
     if (!before.snapshot.knows_local_stations || !after.snapshot.knows_local_stations) {
         answer.say(
             "stations of the device that wrote the model are not compared: they stand in dump.txt, which is not there "
             "for both");
     }
-    tell_differences(before.snapshot, after.snapshot, events, options, answer);
+    tell_differences(before.snapshot, after.snapshot, options, answer);
 }
 
 void add_diff(CLI::App &app, Question &question) {
