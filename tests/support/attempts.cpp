@@ -139,6 +139,7 @@ std::vector<std::string> attempts() {
 }
 
 std::vector<std::string> terminal_attempts() {
+    // Octal where a letter follows that would be taken for another digit.
     return {
         "\x1b[2J",                 // clear the screen
         "\x1b[1;1Hroot:",          // write elsewhere
@@ -154,34 +155,23 @@ std::vector<std::string> terminal_attempts() {
         "\x1bP$q\"p\x1b\\",  // DCS
         "\x1b_apc\x1b\\",    // APC
         "\x1b^pm\x1b\\",     // PM
-        "\x1b"
-        "c",           // reset
-        "\x1b(0lqqk",  // another set of characters
-        "\xc2\x9b"
-        "2J",  // the same by C1, in UTF-8
-        "\xc2\x9d"
-        "0;t\xc2\x9c",
-        "\x9b"
-        "2J",    // and as a byte
-        "a\rb",  // over what was there
+        "\033c",             // reset
+        "\x1b(0lqqk",        // another set of characters
+        "\xc2\2332J",        // the same by C1, in UTF-8
+        "\xc2\2350;t\xc2\x9c",
+        "\2332J",  // and as a byte
+        "a\rb",    // over what was there
         "a\bb",
-        "a\x7f"
-        "b",
-        "a\x0e"
-        "b\x0f",
-        "\xe2\x80\xae"
-        "txt.exe",  // right to left
-        "\xe2\x81\xa6"
-        "a\xe2\x81\xa9",  // isolates
-        "a\xe2\x80\x8b"
-        "b",  // nothing to see
-        "a\xe2\x80\xa8"
-        "b",  // line separator
-        "\xef\xbb\xbf"
-        "a",                 // BOM
-        "\xf3\xa0\x81\xa1",  // tag
-        "\xff\xfe",          // no UTF-8
-        "\xc0\xaf",          // overlong
-        "\xed\xa0\x80",      // half a surrogate
+        "a\177b",
+        "a\016b\x0f",
+        "\xe2\x80\256txt.exe",        // right to left
+        "\xe2\x81\246a\xe2\x81\xa9",  // isolates
+        "a\xe2\x80\213b",             // nothing to see
+        "a\xe2\x80\250b",             // line separator
+        "\xef\xbb\277a",              // BOM
+        "\xf3\xa0\x81\xa1",           // tag
+        "\xff\xfe",                   // no UTF-8
+        "\xc0\xaf",                   // overlong
+        "\xed\xa0\x80",               // half a surrogate
     };
 }
