@@ -23,16 +23,25 @@ struct Wanted {
 
 // For the eyes of its owner alone: it tells back what the bundle hides.
 bool write_private(const std::string &path, const std::string &text) {
-    constexpr mode_t kMode = 0600;
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kMode);
+    std::string next = path + ".XXXXXX";  // mkostemp's own mode is 0600
+    const int file = mkostemp(next.data(), O_CLOEXEC);
     const bool written = file >= 0 && write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-    return (file < 0 || close(file) == 0) && written;
+    const bool closed = file >= 0 && close(file) == 0;
+    if (written && closed && rename(next.c_str(), path.c_str()) == 0) {
+        return true;
+    }
+    (void)unlink(next.c_str());
+    return false;
 }
 
 // False with what is to be said.
 bool anonymise(reader::Inputs &inputs, const std::string &table, Answer &answer) {
     reader::Anonymiser anonymiser;
     const reader::Input before = table.empty() ? reader::Input() : reader::read_file(table);
+    if (before.problem && before.problem->kind != reader::Problem::Kind::kMissing) {
+        answer.say(before.problem->text());
+        return false;
+    }
     if (!table.empty() && !before.problem && !anonymiser.load_table(before.text)) {
         answer.say(table + ": is there and no table of an earlier bundle");
         return false;
@@ -67,6 +76,7 @@ void bundle(const Wanted &wanted, const Options &options, Answer &answer) {
         return;
     }
     inputs.model.text = reader::without_password(inputs.model.text);
+    inputs.dump.text = reader::without_password(inputs.dump.text);
     if (wanted.anonymise && !anonymise(inputs, wanted.table, answer)) {
         answer.status = kUnreadable;
         return;

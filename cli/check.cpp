@@ -11,7 +11,6 @@ namespace {
 constexpr const char *kStates[] = {"OK", "WARNING", "CRITICAL", "UNKNOWN"};
 constexpr int kWarning = 1;
 constexpr int kCritical = 2;
-constexpr int kUnknown = 3;
 
 Checked unknown(const reader::Problem &problem) {
     return {"MESH UNKNOWN - " + visible(problem.text()) + '\n', kUnknown};

@@ -16,6 +16,8 @@ struct Limits {
     int weak_below = kWeakSignal;  // dBm
 };
 
+inline constexpr int kUnknown = 3;
+
 struct Checked {
     std::string line;
     int state;  // 0 OK, 1 warning, 2 critical, 3 unknown

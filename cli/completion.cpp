@@ -234,16 +234,16 @@ constexpr const char *kBash = R"(_qo1905() {
     read -a words <<<"${COMP_LINE:0:COMP_POINT}"
     case ${COMP_LINE:0:COMP_POINT} in *[[:space:]]) words+=('') ;; esac
     current=${words[-1]}
-    # What bash puts in place of only the last part of a word that it takes apart.
-    prefix=${current%"${current##*[:=]}"}
+    # Of a word that bash takes apart it puts only the last part in place.
+    prefix=${current%"$2"}
     COMPREPLY=()
     while IFS= read -r line; do
         if [ "$line" = :files ]; then
             compopt -o filenames 2>/dev/null
             while IFS= read -r line; do COMPREPLY+=("$line"); done < <(compgen -f -- "$current")
         else
-            printf -v line %q "$line"
-            COMPREPLY+=("${line#"$prefix"}")
+            printf -v line %q "${line#"$prefix"}"
+            COMPREPLY+=("$line")
         fi
     done < <("$1" complete -- "${words[@]:1}" 2>/dev/null)
 }
@@ -260,12 +260,16 @@ _qo1905() {
     fi
     compadd -- ${lines:#}
 }
-compdef _qo1905 qo1905
+if [[ ${funcstack[1]} == _qo1905 ]]; then
+    _qo1905 "$@"
+else
+    compdef _qo1905 qo1905
+fi
 )";
 
 constexpr const char *kFish = R"(function __qo1905_complete
     set -l words (commandline -opc)
-    for line in ($words[1] complete -- $words[2..-1] (commandline -ct) 2>/dev/null)
+    for line in ($words[1] complete -- $words[2..-1] (string unescape -- (commandline -ct)) 2>/dev/null)
         if test "$line" = :files
             __fish_complete_path (commandline -ct)
         else

@@ -33,8 +33,12 @@ int milliseconds_until(Clock::time_point until) {
 Follower::Follower(const reader::Source &source, milliseconds pause) : source_(source), pause_(pause) {
     sigset_t set;
     sigemptyset(&set);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH, SIGTSTP, SIGCONT}) {
-        sigaddset(&set, signal);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGWINCH, SIGTSTP, SIGCONT}) {
+        struct sigaction now = {};
+        (void)sigaction(signal, nullptr, &now);
+        if (now.sa_handler != SIG_IGN) {  // as nohup wants it, or a shell of what it runs in the background
+            sigaddset(&set, signal);
+        }
     }
     pthread_sigmask(SIG_BLOCK, &set, &before_);
     signals_ = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
@@ -85,7 +89,8 @@ bool Follower::is_about_the_file() {
 void Follower::let_it_settle() {
     const auto end = Clock::now() + kMostUnrest;
     pollfd more = {changes_, POLLIN, 0};
-    while (Clock::now() < end && poll(&more, 1, static_cast<int>(kRest.count())) > 0 && is_about_the_file()) {
+    while (Clock::now() < end && poll(&more, 1, static_cast<int>(kRest.count())) > 0) {
+        (void)is_about_the_file();
     }
 }
 
@@ -118,7 +123,16 @@ Follower::Wake Follower::wait(Clock::time_point until) {
     }
 }
 
-void pause_here() { (void)raise(SIGSTOP); }
+// By the signal's own way: where nobody could continue the program, the kernel lets it go on.
+void pause_here() {
+    sigset_t set;
+    sigset_t before;
+    sigemptyset(&set);
+    sigaddset(&set, SIGTSTP);
+    (void)raise(SIGTSTP);
+    pthread_sigmask(SIG_UNBLOCK, &set, &before);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
 
 void die_of(int signal) {
     (void)std::signal(signal, SIG_DFL);

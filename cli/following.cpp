@@ -47,6 +47,9 @@ public:
         const Problem *problem = next.problem_with(reader::Missing::Part::kModel);
         problem_ = problem != nullptr ? problem->text() : "";
         if (problem != nullptr || (last_ && last_->time == next.time && last_->missing.size() == next.missing.size())) {
+            if (last_) {
+                last_->read_at = next.read_at;  // it grows old
+            }
             return false;
         }
         before_ = std::move(last_);

@@ -105,7 +105,7 @@ std::string summary(const Snapshot &snapshot, const Health &health, const Option
 std::string status_text(const Snapshot &snapshot, const Health &health, const Options &options) {
     std::string text;
     const auto line = [&text](const char *what, const std::string &value) { text += pad(what, 10) + value + '\n'; };
-    const auto device_label = [&](const Device &device) { return visible(cut(label(device, options), 32)); };
+    const auto device_label = [&](const Device &device) { return cut(visible(label(device, options)), 32); };
     const Device *root = snapshot.root();
     line("mesh", (root != nullptr ? "of " + device_label(*root) + ", " : "") + "written " +
                      time_text(snapshot.time, options) + ", " + age_text(snapshot.age()) + " old");
@@ -123,8 +123,8 @@ std::string status_text(const Snapshot &snapshot, const Health &health, const Op
                          " on 5 GHz, " + std::to_string(health.wired) + " wired" +
                          (snapshot.knows_local_stations ? "" : "; not those of the device that wrote the model"));
     line("weak", health.weak_stations.empty() ? "none" : listed(health.weak_stations, [&](const Station &station) {
-             return visible(cut(label(station, options), 32)) + ' ' + std::to_string(*station.signal) + " dBm at " +
-                    visible(label(snapshot, station.device, options));
+             return cut(visible(label(station, options)), 32) + ' ' + std::to_string(*station.signal) + " dBm at " +
+                    cut(visible(label(snapshot, station.device, options)), 32);
          }));
     line("changed", health.since ? summary_text(health.changes) + " since " + time_text(*health.since, options)
                                  : "not known, this is one moment (--since SOURCE compares two)");

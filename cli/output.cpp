@@ -168,7 +168,7 @@ bool is_json(Format format) { return format == Format::kJson || format == Format
 bool is_for_people(Format format) { return format == Format::kTable || format == Format::kWide; }
 
 std::string print(const nlohmann::ordered_json &json, Format format) {
-    return json.dump(format == Format::kJson ? 2 : -1) + '\n';
+    return visible_json(json.dump(format == Format::kJson ? 2 : -1)) + '\n';
 }
 
 std::string print(const Table &table, const Options &options, nlohmann::ordered_json whole, const std::string &key) {

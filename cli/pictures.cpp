@@ -40,7 +40,10 @@ public:
             const Step step = open.back();
             open.pop_back();
             const bool is_root = !step.device->parent;
-            const std::string indent = is_root ? "" : step.indent + (step.is_last ? "   " : "\xe2\x94\x82  ");
+            const bool is_deep = step.indent.size() > kMostIndent;
+            const std::string indent = is_root   ? ""
+                                       : is_deep ? step.indent
+                                                 : step.indent + (step.is_last ? "   " : "\xe2\x94\x82  ");
             text_ +=
                 is_root ? "" : step.indent + (step.is_last ? "\xe2\x94\x94\xe2\x94\x80 " : "\xe2\x94\x9c\xe2\x94\x80 ");
             text_ += describe(*step.device) + '\n';
@@ -54,6 +57,9 @@ public:
     }
 
 private:
+    // Of bytes; beyond, all stand one below the other: nobody has seen such a mesh, and a file may tell of one.
+    static constexpr std::size_t kMostIndent = 300;
+
     std::string describe(const Device &device) const {
         std::string text = visible(label(device, options_));
         if (options_.names && device.name) {
@@ -159,7 +165,7 @@ void show_device(Card &card, const Snapshot &snapshot, const Device &device, con
                                 link_text(in_words(device.medium), device.signal, device.rate, plain));
     }
     card.line("hops", device.hops ? std::to_string(*device.hops) : "");
-    card.line("stations", count_text(count));
+    card.line("stations", device.is_local && !snapshot.knows_local_stations ? "" : count_text(count));
     for (const reader::Interface &interface : device.interfaces) {
         card.line("interface", interface_text(interface));
     }

@@ -3,11 +3,13 @@
 #include <langinfo.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <map>
 
 #include "cli/bundling.h"
+#include "cli/check.h"
 #include "cli/completion.h"
 #include "cli/exports.h"
 #include "cli/following.h"
@@ -26,8 +28,7 @@ std::string environment(const char *name) {
 
 // Bars and colours are for eyes, and for terminals that can show them.
 void look_at_terminal(Options &options) {
-    const bool is_terminal =
-        isatty(STDOUT_FILENO) != 0 && environment("TERM") != "dumb" && !environment("TERM").empty();
+    const bool is_terminal = Screen().is_terminal();
     options.has_utf8 = std::string(nl_langinfo(CODESET)) == "UTF-8";
     options.bars = is_terminal && options.has_utf8;
     options.colour = is_terminal && environment("NO_COLOR").empty();
@@ -161,7 +162,9 @@ int Program::run(int argc, const char *const *argv) {
             answer(whole);
         }
     } catch (const CLI::ParseError &error) {
-        return app_.exit(error) == 0 ? kDone : kUsage;
+        // A monitoring system would take 2 for a broken mesh.
+        const bool is_check = argc > 1 && std::find(argv, argv + argc, std::string("check")) != argv + argc;
+        return app_.exit(error) == 0 ? int{kDone} : is_check ? kUnknown : int{kUsage};
     } catch (const Stop &stop) {
         return stop.status;
     }

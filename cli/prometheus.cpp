@@ -6,6 +6,7 @@
 #include "cli/exports.h"
 #include "cli/health.h"
 #include "cli/mesh.h"
+#include "cli/text.h"
 
 namespace cli {
 
@@ -20,15 +21,11 @@ using Labels = std::vector<std::pair<const char *, std::string>>;
 constexpr double kBitsPerMegabit = 1e6;
 constexpr std::array<const char *, 3> kBands = {"2.4GHz", "5GHz", "ethernet"};
 
-// Backslash, quote and line end are all that the format asks for; what is no UTF-8 never gets here.
+// Backslash and quote are what the format asks for; nothing is left that a terminal would obey.
 std::string escaped(const std::string &text) {
     std::string out;
-    for (const char c : text) {
-        if (c == '\n') {
-            out += "\\n";
-        } else {
-            out.append(c == '\\' || c == '"' ? "\\" : "").push_back(c);
-        }
+    for (const char c : visible(text)) {
+        out.append(c == '\\' || c == '"' ? "\\" : "").push_back(c);
     }
     return out;
 }

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <sstream>
 
 #include "cli/text.h"
@@ -44,7 +45,10 @@ std::string line_at(std::size_t row, const std::string &line, std::size_t column
 
 }  // namespace
 
-Screen::Screen() : is_terminal_(isatty(STDOUT_FILENO) != 0) {}
+Screen::Screen() {
+    const char *kind = std::getenv("TERM");
+    is_terminal_ = isatty(STDOUT_FILENO) != 0 && kind != nullptr && std::string(kind) != "dumb" && *kind != '\0';
+}
 
 std::size_t Screen::columns() const { return size_now().ws_col; }
 
@@ -61,7 +65,8 @@ void Screen::draw(const std::string &text) {
         }
         frame += line_at(row, cut(line, size.ws_col), size.ws_col);
     }
-    write_all(frame + (lines < size.ws_row ? "\x1b[J" : ""));
+    // Not behind the last line, whose last character it would take if that is full.
+    write_all(frame + (lines < size.ws_row ? "\x1b[" + std::to_string(lines + 1) + ";1H\x1b[J" : ""));
 }
 
 void Screen::leave() {

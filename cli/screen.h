@@ -13,7 +13,7 @@ public:
     Screen(const Screen &) = delete;
     Screen &operator=(const Screen &) = delete;
 
-    // Whether standard output is one; if not, nothing is drawn.
+    // Whether standard output is one that can be drawn on; if not, nothing is.
     bool is_terminal() const { return is_terminal_; }
     std::size_t columns() const;
 

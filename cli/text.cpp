@@ -15,7 +15,7 @@ struct Character {
     std::size_t size;  // in bytes
 };
 
-// Of a text that is UTF-8, as all that comes from a reader is; other bytes stand for themselves.
+// Of a text that is UTF-8, as all that comes from a reader is; other bytes, of what was typed, stand for themselves.
 Character character_at(const std::string &text, std::size_t at) {
     const auto first = static_cast<unsigned char>(text[at]);
     const std::size_t size = first < 0xc0 ? 1 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
@@ -24,7 +24,11 @@ Character character_at(const std::string &text, std::size_t at) {
     }
     std::uint32_t code = first & (0xffU >> (size + 1));
     for (std::size_t i = 1; i < size; ++i) {
-        code = code << 6U | (static_cast<unsigned char>(text[at + i]) & 0x3fU);
+        const auto next = static_cast<unsigned char>(text[at + i]);
+        if ((next & 0xc0U) != 0x80) {
+            return {first, 1};
+        }
+        code = code << 6U | (next & 0x3fU);
     }
     return {code, size};
 }
@@ -36,15 +40,16 @@ struct Range {
 
 // What is not seen and does something: C0 and C1 controls, marks of direction, joiners, line and paragraph separators,
 // tags.
-constexpr std::array<Range, 9> kHidden = {{{0x00, 0x1f},
-                                           {0x7f, 0x9f},
-                                           {0xad, 0xad},
-                                           {0x200b, 0x200f},
-                                           {0x2028, 0x202e},
-                                           {0x2060, 0x206f},
-                                           {0xfeff, 0xfeff},
-                                           {0xfff9, 0xfffb},
-                                           {0xe0000, 0xe007f}}};
+constexpr std::array<Range, 10> kHidden = {{{0x00, 0x1f},
+                                            {0x7f, 0x9f},
+                                            {0xad, 0xad},
+                                            {0x061c, 0x061c},
+                                            {0x200b, 0x200f},
+                                            {0x2028, 0x202e},
+                                            {0x2060, 0x206f},
+                                            {0xfeff, 0xfeff},
+                                            {0xfff9, 0xfffb},
+                                            {0xe0000, 0xe007f}}};
 
 bool is_hidden(std::uint32_t code) {
     for (const Range &range : kHidden) {
@@ -84,6 +89,24 @@ std::string visible(const std::string &text) {
     return shown;
 }
 
+std::string visible_json(const std::string &text) {
+    std::string shown;
+    for (std::size_t i = 0; i < text.size();) {
+        const Character character = character_at(text, i);
+        const bool is_layout = text[i] == '\n';
+        if (!is_hidden(character.code) || is_layout) {
+            shown.append(text, i, character.size);
+        } else if (character.code > 0xffff) {
+            const std::uint32_t rest = character.code - 0x10000;
+            shown += spelt_out(0xd800 + (rest >> 10U)) + spelt_out(0xdc00 + (rest & 0x3ffU));
+        } else {
+            shown += "\\u" + spelt_out(character.code | 0x10000U).substr(3);
+        }
+        i += character.size;
+    }
+    return shown;
+}
+
 std::string in_ascii(std::string text) {
     const std::pair<const char *, const char *> drawn[] = {{"\xe2\x94\x94\xe2\x94\x80", "`-"},
                                                            {"\xe2\x94\x9c\xe2\x94\x80", "|-"},
@@ -96,7 +119,13 @@ std::string in_ascii(std::string text) {
             text.replace(at, std::strlen(from), to);
         }
     }
-    return text;
+    std::string shown;
+    for (std::size_t i = 0; i < text.size();) {
+        const Character character = character_at(text, i);
+        shown += character.code < 0x80 ? std::string(1, text[i]) : spelt_out(character.code);
+        i += character.size;
+    }
+    return shown;
 }
 
 namespace {

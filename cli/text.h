@@ -10,7 +10,10 @@ namespace cli {
 // Printable text stays as it is. What comes out is one line, without tabs.
 std::string visible(const std::string &text);
 
-// What this program itself draws with, in ASCII, for places that know nothing else.
+// A JSON text in which every such character is escaped: the same to programs, and harmless to a terminal.
+std::string visible_json(const std::string &text);
+
+// What this program itself draws with, in other signs, and all else spelt out, for places that know nothing but ASCII.
 std::string in_ascii(std::string text);
 
 // How many columns of a terminal a visible text takes; our own colours take none.

@@ -156,6 +156,7 @@ void add_about(CLI::App &parent, Question &question, const char *name, const cha
             return;
         }
         answer.text += tell(moment.now, found, options);
+        tell_missing(moment.now, options, answer);
     };
     CLI::App *verb = parent.add_subcommand(name, help);
     verb->callback([&question, view] { question.view = view; });
@@ -186,21 +187,41 @@ Json hops_json(const Snapshot &snapshot, reader::Mac al_mac) {
     return hops;
 }
 
-// Of the stations of that name; if there are none, of the devices.
+// One way: of a station, or of a device itself.
+template <class Item>
+void add_path(const Snapshot &snapshot, const Item &item, reader::Mac device, const Options &options, Json &paths,
+              std::string &text) {
+    if (!is_json(options.format)) {
+        text += path_text(snapshot, item, options);
+        return;
+    }
+    Json path = Json::object();
+    if constexpr (std::is_same_v<Item, reader::Station>) {
+        path["station"] = reader::to_json(item);
+    }
+    path["hops"] = hops_json(snapshot, device);
+    paths.push_back(std::move(path));
+}
+
+// Of the stations of that name; if there are none, of the devices. Names are not unique, and ways may be long.
 std::string path(const Snapshot &snapshot, const Found &found, const Options &options) {
+    constexpr std::size_t kMost = 100;
     std::string text;
+    Json paths = Json::array();
+    for (std::size_t i = 0; i < std::min(found.stations.size(), kMost); ++i) {
+        add_path(snapshot, *found.stations[i], found.stations[i]->device, options, paths, text);
+    }
+    for (std::size_t i = 0; found.stations.empty() && i < std::min(found.devices.size(), kMost); ++i) {
+        add_path(snapshot, *found.devices[i], found.devices[i]->al_mac, options, paths, text);
+    }
+    if (!is_json(options.format)) {
+        return text + (found.stations.size() > kMost
+                           ? "... and " + std::to_string(found.stations.size() - kMost) + " more of that name\n"
+                           : "");
+    }
     Json whole = reader::heading_json(snapshot);
-    whole["paths"] = Json::array();
-    for (const reader::Station *station : found.stations) {
-        whole["paths"].push_back(
-            {{"station", reader::to_json(*station)}, {"hops", hops_json(snapshot, station->device)}});
-        text += path_text(snapshot, *station, options);
-    }
-    for (std::size_t i = 0; found.stations.empty() && i < found.devices.size(); ++i) {
-        whole["paths"].push_back({{"hops", hops_json(snapshot, found.devices[i]->al_mac)}});
-        text += path_text(snapshot, *found.devices[i], options);
-    }
-    return is_json(options.format) ? print(whole, options.format) : text;
+    whole["paths"] = std::move(paths);
+    return print(whole, options.format);
 }
 
 }  // namespace

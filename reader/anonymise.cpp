@@ -27,20 +27,72 @@ const std::map<std::string, const char *> &name_kinds() {
     return kinds;
 }
 
-// Members whose text is of a fixed kind, or of the firmware's maker. In all others anything may stand.
+// Members whose values are of a fixed kind, or of the firmware's maker.
 bool is_harmless_key(const std::string &key) {
     static const std::set<std::string> keys = {
         // the model
-        "Status", "LowerLayers", "DeviceMode", "ReleaseVersion", "LEDstatus", "DeviceType", "MediaType", "PowerState",
-        "OUI", "FirmwareVersion", "Newfirmwareversion", "Newfirmwaredate", "PowerControlMediaType",
-        "PowerControlPowerState", "Version", "LocalInterface", "Tx", "Rx", "SetupMethod", "InterfaceList",
+        "Status", "LastChange", "LowerLayers", "InterfaceNumberOfEntries", "EnableReboot",
+        "EnableInterfacePowerControl", "DeviceMode", "ReleaseVersion", "ResetAfterDistribution", "LEDstatus",
+        "DeviceType", "SendSearchMsg", "SendResponseMsg", "MediaType", "PowerState", "LinkNumberOfEntries", "OUI",
+        "Enable", "IEEE1905DeviceNumberOfEntries", "NonIEEE1905NeighborNumberOfEntries",
+        "IEEE1905NeighborNumberOfEntries", "BridgingTupleNumberOfEntries", "FirmwareVersion", "Newfirmware",
+        "NewfirmwareUpgradeState", "Newfirmwareversion", "Newfirmwaredate", "PowerControlMediaType",
+        "PowerControlPowerState", "Ap-autoconfig", "Ap-autoconfig_2.4G", "Ap-autoconfig_5G", "Version", "L2DeviveCtrl",
+        "WiFiAutoCfg", "WiFiOnOff", "FwUpgrade", "LEDOnOff", "LocalInterface", "RATE", "RSSI", "SignalLevel", "Tx",
+        "Rx", "IEEE802dot1Bridge", "InterfaceList", "SetupMethod",
         // the dump
         "profile", "version", "timestamp", "Device role", "Manufacturer", "Uptime", "Distance from controller",
-        "channel", "operating class", "bandwidth", "transmit power", "DFS", "Security", "Hidden SSID", "Fronthaul",
-        "Backhaul", "Medium", "BH STA", "uplink rssi", "downlink rate", "uplink rate", "associated time", "RSSI",
-        "tx_packets", "rx_packets", "phy_rate", "link_availability", "Backhaul Medium Type", "Interface",
-        "number of devices"};
+        "Number of radios", "channel", "operating class", "bandwidth", "transmit power", "DFS", "BSS count", "Security",
+        "Hidden SSID", "Fronthaul", "Backhaul", "Medium", "BH STA", "uplink rssi", "downlink rate", "uplink rate",
+        "associated time", "tx_packets", "rx_packets", "phy_rate", "link_availability", "Backhaul Medium Type",
+        "Interface", "number of devices"};
     return keys.count(key) != 0;
+}
+
+// Members that hold others, or a MAC or an address, which are replaced wherever they stand, or what is blanked.
+bool is_known_key(const std::string &key) {
+    static const std::set<std::string> keys = {"Device",
+                                               "X_0A3C5E_IEEE1905",
+                                               "Information",
+                                               "Password",
+                                               "AL",
+                                               "NetworkTopology",
+                                               "VendorProperties",
+                                               "AppVersion",
+                                               "Security",
+                                               "IEEE1905Id",
+                                               "InterfaceId",
+                                               "NeighborInterfaceId",
+                                               "NeighborDeviceId",
+                                               "DeviceIP",
+                                               "topology information",
+                                               "Radio Info",
+                                               "BSSINFO",
+                                               "connected sta info",
+                                               "BH Interface(APCLI)",
+                                               "Other Clients Info",
+                                               "BH Info",
+                                               "backhaul link metrics",
+                                               "metrics",
+                                               "AL MAC",
+                                               "Upstream device",
+                                               "radio identifier",
+                                               "BSSID",
+                                               "STA MAC address",
+                                               "MAC address",
+                                               "Client Address",
+                                               "1905 Intf address",
+                                               "neighbor almac addr",
+                                               "connected iface addr",
+                                               "Backhaul BSSID",
+                                               "neighbor_al",
+                                               "intf_mac",
+                                               "neighbor_if_mac"};
+    const std::string kind = key.substr(0, key.rfind('.'));
+    return keys.count(key) != 0 || is_harmless_key(key) || name_kinds().count(key) != 0 ||
+           (is_numbered(key, kind.c_str()) &&
+            (kind == "Interface" || kind == "NonIEEE1905Neighbor" || kind == "IEEE1905Neighbor" ||
+             kind == "IEEE1905Device" || kind == "BridgingTuple"));
 }
 
 bool is_number(const std::string &text) {
@@ -116,7 +168,7 @@ int step_of(char c) { return c == '[' || c == '{' ? 1 : c == ']' || c == '}' ? -
 
 // What is written again is written by recursion.
 bool is_deep(const std::string &text) {
-    constexpr int kMostLevels = 1000;
+    constexpr int kMostLevels = 64;
     int level = 0;
     bool in_string = false;
     for (std::size_t i = 0; i < text.size() && level <= kMostLevels; ++i) {
@@ -160,24 +212,36 @@ std::string Anonymiser::text(const std::string &text, const std::string &key) {
     return stays ? text : "";
 }
 
-// Without recursion: nobody promised how deep a file is.
-void Anonymiser::replace_in(Json &json, const std::string &key) {
-    std::vector<std::pair<Json *, std::string>> open = {{&json, key}};
+// Without recursion: nobody promised how deep a file is. Keys are those of objects that are known, and stay where they
+// are.
+void Anonymiser::replace_in(Json &json) {
+    static const std::string kNoKey;
+    std::vector<std::pair<Json *, const std::string *>> open = {{&json, &kNoKey}};
     while (!open.empty()) {
-        const auto [value, its_key] = open.back();
+        const auto [value, key] = open.back();
         open.pop_back();
         if (value->is_string()) {
-            *value = text(value->get<std::string>(), its_key);
-        }
-        if (value->is_object()) {
+            *value = text(value->get<std::string>(), *key);
+        } else if (value->is_object()) {
+            drop_unknown(*value);
             for (auto &[name, inner] : value->get_ref<Json::object_t &>()) {
-                open.emplace_back(&inner, name);
+                open.emplace_back(&inner, &name);
             }
         } else if (value->is_array()) {
             for (Json &inner : *value) {
-                open.emplace_back(&inner, its_key);
+                open.emplace_back(&inner, key);
             }
         }
+    }
+}
+
+// A member that no gateway of ours has may be anything, its name included.
+void Anonymiser::drop_unknown(Json &object) {
+    auto &members = object.get_ref<Json::object_t &>();
+    for (auto member = members.begin(); member != members.end();) {
+        const bool known = is_known_key(member->first);
+        left_out_ += known ? 0 : 1;
+        member = known ? std::next(member) : members.erase(member);
     }
 }
 
@@ -188,13 +252,12 @@ void Anonymiser::anonymise_json(Input &input) {
     std::string reason;
     auto json = is_deep(input.text) ? std::nullopt : parse_json(input.text, reason);
     if (!json) {
-        input.problem = Problem{
-            Problem::Kind::kUnreadable, input.file,
-            "left out, because it cannot be made anonymous: " + (reason.empty() ? "nested too deeply" : reason)};
+        input.problem = Problem{Problem::Kind::kUnreadable, input.file,
+                                "left out, because it cannot be made anonymous: it is no JSON, or nested too deeply"};
         input.text.clear();
         return;
     }
-    replace_in(*json, "");
+    replace_in(*json);
     input.text = json->dump(1) + '\n';
 }
 
@@ -215,12 +278,19 @@ std::string Anonymiser::leases(const std::string &text) {
     return out;
 }
 
+// MAC, numbers and the name of an interface; of anything else only that it was there.
 std::string Anonymiser::list(const std::string &text) {
+    constexpr std::size_t kLongest = 16;
     std::istringstream lines(text);
     std::string out;
     for (std::string line; std::getline(lines, line);) {
-        const auto whose = Mac::parse(line.substr(0, kMacLength));
-        out += whose ? mac(*whose) + with_other_macs(line.substr(kMacLength)) + '\n' : "";
+        const std::vector<std::string> words = words_of(line);
+        const auto whose = words.empty() ? std::nullopt : Mac::parse(words[0]);
+        for (std::size_t i = 0; whose && i < words.size(); ++i) {
+            const bool is_plain = words[i].size() < kLongest && Mac::parse(words[i]) == std::nullopt;
+            out += i == 0 ? mac(*whose) : is_plain ? ' ' + words[i] : " -";
+        }
+        out += whose ? "\n" : "";
     }
     return out;
 }
@@ -252,7 +322,7 @@ std::string Anonymiser::new_id() {
 
 std::string Anonymiser::summary() const {
     return std::to_string(macs_.size()) + " MACs, " + std::to_string(names_.size()) + " names and " +
-           std::to_string(addresses_.size()) + " addresses are others; texts left out: " + std::to_string(left_out_);
+           std::to_string(addresses_.size()) + " addresses are others; left out: " + std::to_string(left_out_);
 }
 
 std::string Anonymiser::table() const {
@@ -294,22 +364,35 @@ bool Anonymiser::load_table(const std::string &text) {
     return true;
 }
 
-std::string without_password(const std::string &model) {
-    constexpr std::string_view kKey = "\"Password\"";
-    std::string out = model;
-    for (std::size_t at = 0; (at = out.find(kKey, at)) != std::string::npos;) {
-        const std::size_t begin = out.find_first_not_of(" \t:", at + kKey.size());
-        at += kKey.size();
-        if (begin == std::string::npos || out[begin] != '"') {
-            continue;
-        }
-        std::size_t end = begin + 1;
-        while (end < out.size() && out[end] != '"') {
-            end += out[end] == '\\' ? 2 : 1;
-        }
-        out.erase(begin + 1, std::min(end, out.size()) - begin - 1);
+namespace {
+
+// Of a text, a number or a word.
+std::size_t end_of_value(const std::string &text, std::size_t begin) {
+    if (text[begin] != '"') {
+        return std::min(text.find_first_of(",}] \t\r\n", begin), text.size());
     }
-    return out;
+    std::size_t end = begin + 1;
+    while (end < text.size() && text[end] != '"') {
+        end += text[end] == '\\' ? 2 : 1;
+    }
+    return std::min(end + 1, text.size());
+}
+
+}  // namespace
+
+std::string without_password(const std::string &text) {
+    constexpr std::string_view kKey = "\"Password\"";
+    std::string out;
+    std::size_t from = 0;
+    for (std::size_t at = 0; (at = text.find(kKey, from)) != std::string::npos;) {
+        const std::size_t colon = text.find_first_not_of(" \t\r\n", at + kKey.size());
+        const bool is_key = colon != std::string::npos && text[colon] == ':';
+        const std::size_t begin = is_key ? text.find_first_not_of(" \t\r\n", colon + 1) : std::string::npos;
+        out.append(text, from, (begin == std::string::npos ? at + kKey.size() : begin) - from);
+        from = begin == std::string::npos ? at + kKey.size() : end_of_value(text, begin);
+        out += begin == std::string::npos ? "" : "\"\"";
+    }
+    return out.append(text, from);
 }
 
 }  // namespace reader

@@ -1,6 +1,6 @@
 // Replaces what tells whose mesh it is: MACs, names and addresses. The same always becomes the same, in all files and,
 // with the table kept, in all bundles of a mesh, so that tree and history still hold together. Who has the table can
-// tell back what was what. Texts that are not known to be harmless (versions, states, media) go altogether.
+// tell back what was what. Whatever is not known to be harmless (versions, states, media, numbers) goes altogether.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -30,13 +30,14 @@ public:
     // Random, and the same as long as the table is.
     const std::string &id() const { return id_; }
 
-    // "21 MACs, 17 names and 16 addresses are others; texts left out: 3".
+    // "21 MACs, 17 names and 16 addresses are others; left out: 3".
     std::string summary() const;
 
 private:
     static std::string new_id();
     void anonymise_json(Input &input);
-    void replace_in(Json &json, const std::string &key);
+    void replace_in(Json &json);
+    void drop_unknown(Json &object);
     std::string text(const std::string &text, const std::string &key);
     std::string with_other_macs(const std::string &text);
     std::string leases(const std::string &text);
@@ -49,7 +50,7 @@ private:
     std::unordered_map<std::string, std::string> addresses_;
 };
 
-// A model without the password of the mesh, whose place stays.
-std::string without_password(const std::string &model);
+// A model or a dump without the password of the mesh, whose place stays.
+std::string without_password(const std::string &text);
 
 }  // namespace reader

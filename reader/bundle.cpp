@@ -43,6 +43,8 @@ using ReadArchive = std::unique_ptr<archive, CloseRead>;
 
 constexpr std::size_t kBlock = 16384;
 constexpr std::size_t kMostEntries = 10000;
+constexpr int kMostFilters = 2;  // gzip, and none
+constexpr la_int64_t kMostTogether = la_int64_t{5} * static_cast<la_int64_t>(kMostBytes);
 
 // The whole of the file that is next; an empty one and a problem if it is larger than any.
 bool take_text(archive *whole, Input &input) {
@@ -75,7 +77,7 @@ bool take(archive *whole, archive_entry *entry, Inputs &inputs, Input &notes) {
         return true;
     }
     input->text.clear();
-    input->time = Time(std::chrono::seconds(archive_entry_mtime(entry)));
+    input->time = time_of(archive_entry_mtime(entry));
     input->problem.reset();
     return take_text(whole, *input);
 }
@@ -91,11 +93,17 @@ std::string take_all(const std::string &bytes, Inputs &inputs, Input &notes) {
     archive_read_support_filter_gzip(whole.get());
     archive_read_support_format_tar(whole.get());
     int result = archive_read_open_memory(whole.get(), bytes.data(), bytes.size());
+    la_int64_t size = 0;
     for (std::size_t seen = 1; result == ARCHIVE_OK; ++seen) {
         archive_entry *entry = nullptr;
         result = archive_read_next_header(whole.get(), &entry);
-        if (seen > kMostEntries) {
-            return "has more files than a bundle";
+        // Before anything of it is unpacked.
+        if (archive_filter_count(whole.get()) > kMostFilters) {
+            return "is packed more than once";
+        }
+        size += result == ARCHIVE_OK ? archive_entry_size(entry) : 0;
+        if (seen > kMostEntries || size > kMostTogether) {
+            return "has more in it than a bundle";
         }
         if (result == ARCHIVE_OK && !take(whole.get(), entry, inputs, notes)) {
             return why(whole.get());

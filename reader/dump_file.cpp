@@ -1,6 +1,8 @@
 #include "reader/dump_file.h"
 
 #include <map>
+#include <string_view>
+#include <unordered_set>
 
 #include "reader/json.h"
 
@@ -50,12 +52,20 @@ std::optional<Role> role_of(const Json &entry) {
 
 std::optional<int> signal_of(const Json &object, const char *key) { return number_of(object, key, kLeastSignal, -1); }
 
+std::optional<std::string> known(std::optional<std::string> text) {
+    return text && !text->empty() ? std::move(text) : std::nullopt;
+}
+
 class Entry {
 public:
     Entry(const Json &entry, Mac al_mac)
-        : entry_(entry),
-          device_{al_mac, role_of(entry), text_of(entry, "Device name"), mac_of(entry, "Upstream device"), {}, {}, {}} {
-    }
+        : entry_(entry), device_{al_mac,
+                                 role_of(entry),
+                                 known(text_of(entry, "Device name")),
+                                 mac_of(entry, "Upstream device"),
+                                 {},
+                                 {},
+                                 {}} {}
 
     DumpDevice read() {
         for (const Json &uplink : items(entry_, "BH Interface(APCLI)")) {
@@ -127,25 +137,169 @@ private:
     DumpDevice device_;
 };
 
+// The members that an entry is read from.
+bool is_wanted(std::string_view key) {
+    static const std::unordered_set<std::string_view> keys = {"AL MAC",
+                                                              "BH Info",
+                                                              "BH Interface(APCLI)",
+                                                              "BH STA",
+                                                              "BSSID",
+                                                              "BSSINFO",
+                                                              "Backhaul Medium Type",
+                                                              "Client Address",
+                                                              "Device name",
+                                                              "Device role",
+                                                              "1905 Intf address",
+                                                              "MAC address",
+                                                              "Medium",
+                                                              "Other Clients Info",
+                                                              "RSSI",
+                                                              "Radio Info",
+                                                              "STA MAC address",
+                                                              "Upstream device",
+                                                              "backhaul link metrics",
+                                                              "channel",
+                                                              "connected sta info",
+                                                              "metrics",
+                                                              "neighbor almac addr",
+                                                              "neighbor_al",
+                                                              "phy_rate",
+                                                              "uplink rate",
+                                                              "uplink rssi"};
+    return keys.count(key) != 0;
+}
+
+// One entry after the other as a tree of what is wanted of it, so that a dump never stands in memory as a whole.
+class Handler : public JsonHandler {
+public:
+    bool has_list() const { return has_list_; }
+    DumpFile take() { return std::move(dump_); }
+
+    void start_again() override { *this = Handler(); }
+
+    bool key(std::string &key) override {
+        if (skipped_ == 0) {
+            if (depth_ == kRoot) {
+                is_list_ = key == "topology information";
+                has_list_ = has_list_ && !is_list_;
+            }
+            is_skipping_ = !open_.empty() && !is_wanted(key);
+            key_ = std::move(key);
+        }
+        return true;
+    }
+
+    bool start_object(std::size_t) override { return open(Json::object()); }
+    bool end_object() override { return close(); }
+    bool start_array(std::size_t) override {
+        if (depth_ == kRoot && is_list_) {
+            has_list_ = true;
+            dump_.devices.clear();  // of two lists the last counts, as of two members of any name
+        }
+        return open(Json::array());
+    }
+    bool end_array() override { return close(); }
+
+    bool string(std::string &value) override { return put(std::move(value)); }
+    bool number_integer(std::int64_t value) override { return put(value); }
+    bool number_unsigned(std::uint64_t value) override { return put(value); }
+    bool number_float(double value, const std::string &) override { return put(value); }
+    bool null() override { return put(nullptr); }
+    bool boolean(bool value) override { return put(value); }
+    bool binary(Json::binary_t &) override { return put(nullptr); }
+
+private:
+    static constexpr std::size_t kRoot = 1;  // how many are open where the dump's own members stand
+    static constexpr std::size_t kList = 2;  // and where the entries do
+
+    bool is_in_list() const { return depth_ == kList && is_list_ && has_list_; }
+
+    Json &place() {
+        Json &parent = *open_.back();
+        if (parent.is_array()) {
+            parent.push_back(nullptr);
+            return parent.back();
+        }
+        return parent[key_];
+    }
+
+    // Whether the value that comes is left out, with all that is in it.
+    bool skips() {
+        const bool skips = skipped_ != 0 || (is_skipping_ && open_.back()->is_object());
+        is_skipping_ = is_skipping_ && skipped_ != 0;
+        return skips;
+    }
+
+    bool open(Json value) {
+        if (!open_.empty() && skips()) {
+            ++skipped_;
+            return true;
+        }
+        if (!open_.empty()) {
+            Json &slot = place();
+            slot = std::move(value);
+            open_.push_back(&slot);
+        } else if (is_in_list()) {
+            entry_ = std::move(value);
+            open_.push_back(&entry_);
+        }
+        ++depth_;
+        return true;
+    }
+
+    bool close() {
+        if (skipped_ != 0) {
+            --skipped_;
+            return true;
+        }
+        --depth_;
+        if (!open_.empty()) {
+            open_.pop_back();
+            if (open_.empty()) {
+                end_entry();
+            }
+        }
+        return true;
+    }
+
+    template <class Value>
+    bool put(Value &&value) {
+        if (!open_.empty() && !skips()) {
+            place() = std::forward<Value>(value);
+        }
+        return true;
+    }
+
+    void end_entry() {
+        if (const auto al_mac = mac_of(entry_, "AL MAC")) {
+            dump_.devices.push_back(Entry(entry_, *al_mac).read());
+        }
+        entry_ = nullptr;
+    }
+
+    DumpFile dump_;
+    bool has_list_ = false;
+    bool is_list_ = false;      // the last of the dump's own members
+    bool is_skipping_ = false;  // what the last key names
+    std::size_t depth_ = 0;
+    std::size_t skipped_ = 0;   // objects and arrays that are open in what is left out
+    std::vector<Json *> open_;  // in the entry; each lies in the one before it
+    Json entry_;
+    std::string key_;
+};
+
 }  // namespace
 
 std::optional<DumpFile> parse_dump(const std::string &text, std::string &reason) {
-    const auto json = parse_json(text, reason);
-    if (!json) {
+    Handler handler;
+    if (!read_json(text, handler, reason)) {
         return std::nullopt;
     }
-    const Json &entries = member(*json, "topology information");
-    if (!entries.is_array()) {
+    if (!handler.has_list()) {
         reason = "is JSON, but no topology dump: it has no array \"topology information\"";
         return std::nullopt;
     }
-    DumpFile dump;
-    for (const Json &entry : entries) {
-        if (const auto al_mac = mac_of(entry, "AL MAC")) {
-            dump.devices.push_back(Entry(entry, *al_mac).read());
-        }
-    }
-    return dump;
+    return handler.take();
 }
 
 }  // namespace reader

@@ -3,8 +3,11 @@
 #include <httplib.h>
 
 #include <algorithm>
+#include <condition_variable>
 #include <ctime>
+#include <mutex>
 #include <string_view>
+#include <thread>
 
 namespace reader {
 namespace {
@@ -66,7 +69,7 @@ Time time_of(const httplib::Response &response) {
     if (strptime(told.c_str(), "%a, %d %b %Y %H:%M:%S GMT", &parts) == nullptr) {
         return std::chrono::system_clock::now();
     }
-    return std::chrono::system_clock::from_time_t(timegm(&parts));
+    return reader::time_of(std::int64_t{timegm(&parts)});
 }
 
 std::string no_answer(httplib::Error error) {
@@ -81,6 +84,34 @@ std::string no_answer(httplib::Error error) {
             return "no answer: " + httplib::to_string(error);
     }
 }
+
+// Gives a request up when its time is over, however little by little the server answers.
+class Watchdog {
+public:
+    explicit Watchdog(httplib::Client &client)
+        : thread_([this, &client] {
+              std::unique_lock<std::mutex> lock(mutex_);
+              if (!done_.wait_for(lock, kMostTime, [this] { return is_done_; })) {
+                  client.stop();
+              }
+          }) {}
+    ~Watchdog() {
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            is_done_ = true;
+        }
+        done_.notify_one();
+        thread_.join();
+    }
+    Watchdog(const Watchdog &) = delete;
+    Watchdog &operator=(const Watchdog &) = delete;
+
+private:
+    std::mutex mutex_;
+    std::condition_variable done_;
+    bool is_done_ = false;
+    std::thread thread_;  // last: it uses the others
+};
 
 class HttpSource : public Source {
 public:
@@ -120,6 +151,7 @@ private:
         client.set_connection_timeout(kSilence);
         client.set_read_timeout(kSilence);
         client.set_follow_location(false);
+        const Watchdog watchdog(client);
         const auto result = client.Get(address_.path + file, [&](const char *data, std::size_t size) {
             input.text.append(data, size);
             return input.text.size() <= kMostBytes && std::chrono::steady_clock::now() < end;

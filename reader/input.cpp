@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <thread>
@@ -13,6 +14,7 @@ namespace reader {
 namespace {
 
 constexpr int kSilenceMs = 2000;
+constexpr auto kMostTime = std::chrono::seconds(10);
 constexpr int kTries = 3;
 constexpr auto kPause = std::chrono::milliseconds(20);
 
@@ -40,16 +42,17 @@ Input with_error(Input input, int error) {
 }
 
 Time time_of(const struct stat &status) {
-    return Time(std::chrono::duration_cast<Time::duration>(std::chrono::seconds(status.st_mtim.tv_sec) +
-                                                           std::chrono::nanoseconds(status.st_mtim.tv_nsec)));
+    return reader::time_of(status.st_mtim.tv_sec) +
+           std::chrono::duration_cast<Time::duration>(std::chrono::nanoseconds(status.st_mtim.tv_nsec));
 }
 
-// To the end, the limit or the first mistake; its errno, or 0.
+// To the end, the limit or the first mistake; its errno, or 0. One that drips is given up, too.
 int read_all(int fd, std::string &text) {
+    const auto end = std::chrono::steady_clock::now() + kMostTime;
     char chunk[65536];
     for (;;) {
         pollfd readable = {fd, POLLIN, 0};
-        if (poll(&readable, 1, kSilenceMs) == 0) {
+        if (poll(&readable, 1, kSilenceMs) == 0 || std::chrono::steady_clock::now() > end) {
             return ETIMEDOUT;
         }
         const ssize_t size = read(fd, chunk, sizeof(chunk));
@@ -67,6 +70,11 @@ int read_all(int fd, std::string &text) {
 }
 
 }  // namespace
+
+Time time_of(std::int64_t seconds) {
+    constexpr std::int64_t kYear2100 = 4102444800;
+    return Time(std::chrono::seconds(std::clamp<std::int64_t>(seconds, 0, kYear2100)));
+}
 
 Input read_file(const std::string &path) {
     Input input;
@@ -93,20 +101,38 @@ bool is_whole_model(const std::string &text) {
 namespace {
 
 // What does not begin as a model is none, whole or not.
-bool is_torn(const Input &input) {
-    const bool begins = input.text.empty() || input.text[0] == '{';
-    return !input.problem && begins && !is_whole_model(input.text);
+bool is_torn_model(const std::string &text) {
+    const bool begins = text.empty() || text[0] == '{';
+    return begins && !is_whole_model(text);
+}
+
+// Read again, three times in all, while it is not `whole`.
+template <class IsWhole>
+Input read_until(const std::string &path, IsWhole is_whole) {
+    Input input = read_file(path);
+    for (int tries = 1; tries < kTries && path != "-" && !input.problem && !is_whole(input.text); ++tries) {
+        std::this_thread::sleep_for(kPause);
+        input = read_file(path);
+    }
+    return input;
 }
 
 }  // namespace
 
+Input read_dump_file(const std::string &path) {
+    return read_until(path, [](const std::string &text) {
+        const std::size_t last = text.find_last_not_of(" \t\r\n");
+        return last != std::string::npos && text[last] == '}';
+    });
+}
+
+Input read_line_file(const std::string &path) {
+    return read_until(path, [](const std::string &text) { return text.empty() || text.back() == '\n'; });
+}
+
 Input read_model_file(const std::string &path) {
-    Input input = read_file(path);
-    for (int tries = 1; tries < kTries && path != "-" && is_torn(input); ++tries) {
-        std::this_thread::sleep_for(kPause);
-        input = read_file(path);
-    }
-    if (is_torn(input)) {
+    Input input = read_until(path, [](const std::string &text) { return !is_torn_model(text); });
+    if (!input.problem && is_torn_model(input.text)) {
         const bool empty = input.text.empty();
         return with_problem(std::move(input), Problem::Kind::kTorn,
                             empty ? "is empty" : "is cut: it does not end as a model does");

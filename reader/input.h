@@ -2,12 +2,16 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 
 namespace reader {
 
 using Time = std::chrono::system_clock::time_point;
+
+// Seconds since the epoch; what no clock of ours has shown is the nearest that one could.
+Time time_of(std::int64_t seconds);
 
 // Why something cannot be had. A value, for whoever asked to tell.
 struct Problem {
@@ -52,6 +56,10 @@ Input read_file(const std::string &path);
 
 // The same of the model: one that is caught half written is read again, three times in all, 20 ms apart.
 Input read_model_file(const std::string &path);
+
+// The same of a topology dump, and of leases and lists, whose last line has an end.
+Input read_dump_file(const std::string &path);
+Input read_line_file(const std::string &path);
 
 // Whether a text has the end that the module gives a model.
 bool is_whole_model(const std::string &text);

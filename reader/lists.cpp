@@ -26,12 +26,12 @@ std::vector<std::string_view> words_of(std::string_view line, std::size_t most) 
     return words;
 }
 
+// The whole ones: a last line without an end was being written, and is perhaps cut within a name.
 template <class Take>
 void each_line(std::string_view text, Take take) {
-    while (!text.empty()) {
-        const std::size_t end = text.find('\n');
+    for (std::size_t end = 0; (end = text.find('\n')) != std::string_view::npos;) {
         take(text.substr(0, end));
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+        text.remove_prefix(end + 1);
     }
 }
 

@@ -1,5 +1,7 @@
 #include "reader/mac.h"
 
+#include <random>
+
 namespace reader {
 namespace {
 
@@ -42,6 +44,18 @@ std::string Mac::text() const {
         text += kDigits[byte & 0xfU];
     }
     return text;
+}
+
+std::size_t Mac::hash() const {
+    static const std::uint64_t seed = [] {
+        std::random_device random;
+        return std::uint64_t{random()} << 32U | random();
+    }();
+    // The mixing steps of SplitMix64.
+    std::uint64_t mixed = bytes_ ^ seed;
+    mixed = (mixed ^ mixed >> 30U) * 0xbf58476d1ce4e5b9U;
+    mixed = (mixed ^ mixed >> 27U) * 0x94d049bb133111ebU;
+    return static_cast<std::size_t>(mixed ^ mixed >> 31U);
 }
 
 }  // namespace reader

@@ -24,7 +24,8 @@ public:
     bool operator!=(const Mac &other) const { return bytes_ != other.bytes_; }
     bool operator<(const Mac &other) const { return bytes_ < other.bytes_; }
 
-    std::size_t hash() const { return std::hash<std::uint64_t>()(bytes_); }
+    // Of this run of the program: who chooses MACs cannot know which fall together.
+    std::size_t hash() const;
 
 private:
     explicit Mac(std::uint64_t bytes) : bytes_(bytes) {}

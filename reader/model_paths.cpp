@@ -8,6 +8,8 @@
 namespace reader {
 namespace {
 
+constexpr std::size_t kLongestPath = 1024;  // of a model the longest has about 120
+
 // A value goes out when it is whole, so a text whose first reading fails is told anew from its beginning: what was told
 // before is told once.
 class PathHandler : public JsonHandler {
@@ -35,7 +37,7 @@ public:
     bool key(std::string &key) override {
         path_.resize(open_.back());
         path_ += (path_.empty() ? "" : ".") + key;
-        return true;
+        return path_.size() <= kLongestPath;
     }
 
     // A list in a list is no more than its values, one after the other.

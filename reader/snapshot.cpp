@@ -19,18 +19,21 @@ const Item *find_sorted(const std::vector<Item> &items, Mac mac, Mac Item::*key)
     return found != items.end() && (*found).*key == mac ? &*found : nullptr;
 }
 
+// Names of files may be any bytes.
+Problem in_utf8(const Problem &problem) { return {problem.kind, valid_utf8(problem.file), valid_utf8(problem.reason)}; }
+
 // What a file holds; without it, `missing` gets the reason.
 template <class File>
 std::optional<File> parse(const Input &input, std::optional<File> (*parse_text)(const std::string &, std::string &),
                           Missing::Part part, std::vector<Missing> &missing) {
     if (input.problem) {
-        missing.push_back({part, *input.problem});
+        missing.push_back({part, in_utf8(*input.problem)});
         return std::nullopt;
     }
     std::string reason;
     std::optional<File> file = parse_text(input.text, reason);
     if (!file) {
-        missing.push_back({part, {Problem::Kind::kUnreadable, input.file, valid_utf8(reason)}});
+        missing.push_back({part, in_utf8({Problem::Kind::kUnreadable, input.file, reason})});
     }
     return file;
 }
@@ -311,7 +314,7 @@ private:
 
     void add_leases() {
         if (inputs_.leases.problem) {
-            snapshot_.missing.push_back({Missing::Part::kLeases, *inputs_.leases.problem});
+            snapshot_.missing.push_back({Missing::Part::kLeases, in_utf8(*inputs_.leases.problem)});
             return;
         }
         const Leases leases = parse_leases(inputs_.leases.text);
@@ -335,7 +338,7 @@ private:
         InterfaceNames names;
         for (const Input *list : {&inputs_.list_24g, &inputs_.list_5g}) {
             if (list->problem) {
-                snapshot_.missing.push_back({Missing::Part::kList, *list->problem});
+                snapshot_.missing.push_back({Missing::Part::kList, in_utf8(*list->problem)});
             } else {
                 parse_list(list->text, names);
             }

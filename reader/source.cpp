@@ -43,10 +43,10 @@ public:
         const std::string files = files_folder();
         inputs.source = name_;
         inputs.model = read_model_file(inside(files, kModel));
-        inputs.dump = read_file(inside(files, kDump));
-        inputs.leases = read_file(inside(leases_folder(), kLeases));
-        inputs.list_24g = read_file(inside(files, kList24g));
-        inputs.list_5g = read_file(inside(files, kList5g));
+        inputs.dump = read_dump_file(inside(files, kDump));
+        inputs.leases = read_line_file(inside(leases_folder(), kLeases));
+        inputs.list_24g = read_line_file(inside(files, kList24g));
+        inputs.list_5g = read_line_file(inside(files, kList5g));
         inputs.read_at = std::chrono::system_clock::now();
         return inputs;
     }

@@ -324,7 +324,8 @@ class Completed(InFolder):
         script = f"""
             PATH={QO1905.parent}:$PATH; source <(qo1905 completion bash)
             COMP_LINE=$1 COMP_POINT=${{#1}}; read -a COMP_WORDS <<<"$1"; COMP_CWORD=$((${{#COMP_WORDS[@]}} - 1))
-            _qo1905 qo1905; printf '%s\\n' "${{COMPREPLY[@]}}" """
+            # What bash hands over is the part behind its own word breaks.
+            part=${{1##* }}; _qo1905 qo1905 "${{part##*[:=@]}}"; printf '%s\\n' "${{COMPREPLY[@]}}" """
         said = subprocess.run([shutil.which("bash"), "-c", script, "bash", line], capture_output=True, text=True, cwd=self.folder, timeout=20)
         self.assertEqual(said.stderr, "")
         return [word for word in said.stdout.split("\n") if word]
@@ -351,7 +352,7 @@ class Completed(InFolder):
         self.assertEqual(self.complete("qo1905 -s mesh show 02:e7:00:00:00:01"), ["01"])
         self.assertEqual(self.complete("qo1905 -s me"), ["mesh"])
         self.assertEqual(self.complete("qo1905 -s mesh stations --device=a"), ["attic"])
-        self.assertEqual(self.complete("qo1905 -s mesh wait --for station=tv@l"), ["tv@living-room"])
+        self.assertEqual(self.complete("qo1905 -s mesh wait --for station=tv@l"), ["living-room"])
 
     def test_a_strangers_name_is_typed_as_it_is_and_never_run(self):
         leases = self.mesh / "dnsmasq/dnsmasq.leases"
@@ -375,6 +376,8 @@ class Completed(InFolder):
         self.assertTrue(terminal.shows("bash)\r\n"))
         os.write(terminal.fd, b"qo1905 -s mesh path phone-a\t")
         self.assertTrue(terminal.shows("phone-anna"), terminal.text)
+        os.write(terminal.fd, b"\nqo1905 -s mesh wait --for station=tv@liv\t")
+        self.assertTrue(terminal.shows("station=tv@living-room"), terminal.text)
         os.write(terminal.fd, b"\nexit\n")
         self.assertTrue(terminal.shows("gateway"), terminal.text)
         terminal.end()

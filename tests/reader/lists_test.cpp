@@ -31,7 +31,7 @@ TEST(Leases, LinesOfAnotherFormArePassedOver) {
     const Leases leases = reader::parse_leases(
         "duid 00:01:00:01:2c:aa\n1795262460 16807 fd00::5 phone 00:01\n\n \t\n1 02:57:00:00:00:01\nno line at all");
     EXPECT_TRUE(leases.empty());
-    EXPECT_EQ(reader::parse_leases("1 02:57:00:00:00:01 10.0.0.1 cut").at(kPhone).name, "cut");
+    EXPECT_TRUE(reader::parse_leases("1 02:57:00:00:00:01 10.0.0.1 cut").empty()) << "it was being written";
 }
 
 TEST(Leases, ANameThatIsNoUtf8BecomesSome) {
