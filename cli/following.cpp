@@ -57,6 +57,13 @@ public:
         return true;
     }
 
+    // As it looks now, without another reading.
+    void grow_old() {
+        if (last_) {
+            last_->read_at = std::chrono::system_clock::now();
+        }
+    }
+
     const std::optional<Snapshot> &before() const { return before_; }
     const std::optional<Snapshot> &last() const { return last_; }
     const std::string &problem() const { return problem_; }  // empty while all is well
@@ -232,12 +239,15 @@ void watch(const View &view, double every, const Options &asked) {
     Teller teller;
     Screen screen;
     std::optional<Snapshot> first;
-    for (Wake wake = Wake::kLook; wake != Wake::kEnd; wake = follower.wait(after(0))) {
+    // People see an age grow; for programs there is something new or nothing.
+    const double patience = screen.is_terminal() ? 1 : 0;
+    for (Wake wake = Wake::kLook; wake != Wake::kEnd; wake = follower.wait(after(patience))) {
         if (wake == Wake::kPause) {
             screen.leave();
             pause_here();
         }
-        const bool is_new = sight.look();
+        const bool is_new = wake != Wake::kTimeIsUp && sight.look();
+        sight.grow_old();
         if (!first) {
             first = sight.last();
         }

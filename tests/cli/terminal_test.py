@@ -165,6 +165,22 @@ class Watched(InFolder):
             self.assertTrue(os.WIFSIGNALED(terminal.end()))
             self.assertTrue(terminal.text.endswith("\x1b[?25h\x1b[?1049l"), how)
 
+    def test_a_picture_grows_old_by_itself(self):
+        os.utime(self.model, (time.time() - 200,) * 2)
+        terminal = self.watch(columns=200)
+        self.assertTrue(terminal.shows("3 min old"), terminal.text)
+        self.model.unlink()
+        self.assertTrue(terminal.shows("(200 s ago; ") or terminal.shows("s ago; "), terminal.text)
+        first = int(re.findall(r"\((\d+) s ago; ", terminal.text)[0])
+        self.assertTrue(terminal.shows(f"({first + 2} s ago; "), terminal.text)
+
+    def test_ctrl_backslash_leaves_the_terminal_as_it_was(self):
+        terminal = self.watch()
+        self.assertTrue(terminal.shows("in short"))
+        os.kill(terminal.pid, signal.SIGQUIT)
+        self.assertTrue(os.WIFSIGNALED(terminal.end()))
+        self.assertTrue(terminal.text.endswith("\x1b[?25h\x1b[?1049l"))
+
     def test_ctrl_z_gives_the_terminal_back_until_it_goes_on(self):
         shell = Terminal(["/bin/bash", "--norc", "-i"], PS1="> ", HOME=str(self.folder))
         self.assertTrue(shell.shows("> "))
@@ -249,6 +265,17 @@ class Streamed(InFolder):
         self.assertIn("tv (02:57:00:00:00:14) roamed from attic", stream.stdout.readline())
         stream.send_signal(signal.SIGINT)
         self.assertEqual(stream.wait(20), -signal.SIGINT)
+
+    def test_nohup_is_respected(self):
+        before = signal.signal(signal.SIGHUP, signal.SIG_IGN)
+        try:
+            stream = self.stream("-f")
+        finally:
+            signal.signal(signal.SIGHUP, before)
+        stream.send_signal(signal.SIGHUP)
+        self.become(LATER)
+        self.assertIn("tv (02:57:00:00:00:14) roamed", stream.stdout.readline())
+        self.assertIsNone(stream.poll())
 
     def test_for_programs_a_line_is_an_object(self):
         stream = self.stream("-f", "-o", "json")

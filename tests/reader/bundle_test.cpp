@@ -108,6 +108,26 @@ TEST_F(BundleTest, OneThatUnpacksWithoutEndIsBounded) {
     EXPECT_LT(inputs.model.text.size(), 1U);
 }
 
+TEST_F(BundleTest, OneThatIsPackedMoreThanOnceOrPromisesTooMuchIsRefused) {
+    ASSERT_EQ(reader::write_bundle(two_agents(), "test 1", path("b.tar.gz")), std::nullopt);
+    (void)shell("gzip -c " + path("b.tar.gz") + " >" + path("twice.tar.gz"));
+    EXPECT_THAT(read(path("twice.tar.gz")).model.problem->text(), HasSubstr("is packed more than once"));
+    (void)shell("cd " + folder_ + " && truncate -s 700M x && tar cf - x | gzip -1 >large.tar.gz && rm x");
+    EXPECT_THAT(read(path("large.tar.gz")).model.problem->text(), HasSubstr("has more in it than a bundle"));
+}
+
+TEST_F(BundleTest, ATimeThatNoClockHasShownIsSomeTime) {
+    fs::create_directories(path("tmp"));
+    std::ofstream(path("tmp/qo1905.json")) << two_agents().model.text;
+    for (const char *time : {"@99999999999", "@-99999999999"}) {
+        (void)shell("tar czf " + path("time.tar.gz") + " --format=pax --mtime=" + time + " -C " + folder_ +
+                    " tmp 2>&1");
+        const reader::Snapshot snapshot = reader::make_snapshot(read(path("time.tar.gz")));
+        EXPECT_GE(snapshot.age(), 0) << time;
+        EXPECT_EQ(snapshot.devices.size(), 3U);
+    }
+}
+
 TEST_F(BundleTest, NothingOfAnArchiveReachesTheDisk) {
     (void)shell(
         "cd " + folder_ +
