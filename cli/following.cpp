@@ -231,6 +231,9 @@ std::string picture(const Sight &sight, const Snapshot &first, const View &view,
     return options.has_utf8 ? answer.text : in_ascii(answer.text);
 }
 
+// Between two pictures in a pipe.
+std::string gap(const Options &options) { return is_json(options.format) ? "" : "\n"; }
+
 void watch(const View &view, double every, const Options &asked) {
     Options options = stream_options(asked);
     const auto source = open_changing(options.source);
@@ -257,7 +260,7 @@ void watch(const View &view, double every, const Options &asked) {
         } else if (screen.is_terminal()) {
             screen.draw(heading(sight, options) + picture(sight, *first, view, options));
         } else if (is_new) {
-            put_now(picture(sight, *first, view, options) + (is_json(options.format) ? "" : "\n"));
+            put_now(picture(sight, *first, view, options) + gap(options));
         }
     }
     screen.leave();

@@ -40,10 +40,7 @@ public:
             const Step step = open.back();
             open.pop_back();
             const bool is_root = !step.device->parent;
-            const bool is_deep = step.indent.size() > kMostIndent;
-            const std::string indent = is_root   ? ""
-                                       : is_deep ? step.indent
-                                                 : step.indent + (step.is_last ? "   " : "\xe2\x94\x82  ");
+            const std::string indent = is_root ? "" : indent_below(step.indent, step.is_last);
             text_ +=
                 is_root ? "" : step.indent + (step.is_last ? "\xe2\x94\x94\xe2\x94\x80 " : "\xe2\x94\x9c\xe2\x94\x80 ");
             text_ += describe(*step.device) + '\n';
@@ -59,6 +56,11 @@ public:
 private:
     // Of bytes; beyond, all stand one below the other: nobody has seen such a mesh, and a file may tell of one.
     static constexpr std::size_t kMostIndent = 300;
+
+    static std::string indent_below(const std::string &indent, bool is_last) {
+        const char *more = is_last ? "   " : "\xe2\x94\x82  ";
+        return indent.size() > kMostIndent ? indent : indent + more;
+    }
 
     std::string describe(const Device &device) const {
         std::string text = visible(label(device, options_));

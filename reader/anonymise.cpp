@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <map>
 #include <random>
-#include <set>
 #include <sstream>
 #include <vector>
 
@@ -28,68 +27,70 @@ const std::map<std::string, const char *> &name_kinds() {
 }
 
 // Members whose values are of a fixed kind, or of the firmware's maker.
+constexpr std::string_view kHarmlessKeys[] = {
+    // the model
+    "Status", "LastChange", "LowerLayers", "InterfaceNumberOfEntries", "EnableReboot", "EnableInterfacePowerControl",
+    "DeviceMode", "ReleaseVersion", "ResetAfterDistribution", "LEDstatus", "DeviceType", "SendSearchMsg",
+    "SendResponseMsg", "MediaType", "PowerState", "LinkNumberOfEntries", "OUI", "Enable",
+    "IEEE1905DeviceNumberOfEntries", "NonIEEE1905NeighborNumberOfEntries", "IEEE1905NeighborNumberOfEntries",
+    "BridgingTupleNumberOfEntries", "FirmwareVersion", "Newfirmware", "NewfirmwareUpgradeState", "Newfirmwareversion",
+    "Newfirmwaredate", "PowerControlMediaType", "PowerControlPowerState", "Ap-autoconfig", "Ap-autoconfig_2.4G",
+    "Ap-autoconfig_5G", "Version", "L2DeviveCtrl", "WiFiAutoCfg", "WiFiOnOff", "FwUpgrade", "LEDOnOff",
+    "LocalInterface", "RATE", "RSSI", "SignalLevel", "Tx", "Rx", "IEEE802dot1Bridge", "InterfaceList", "SetupMethod",
+    // the dump
+    "profile", "version", "timestamp", "Device role", "Manufacturer", "Uptime", "Distance from controller",
+    "Number of radios", "channel", "operating class", "bandwidth", "transmit power", "DFS", "BSS count", "Security",
+    "Hidden SSID", "Fronthaul", "Backhaul", "Medium", "BH STA", "uplink rssi", "downlink rate", "uplink rate",
+    "associated time", "tx_packets", "rx_packets", "phy_rate", "link_availability", "Backhaul Medium Type", "Interface",
+    "number of devices"};
+
 bool is_harmless_key(const std::string &key) {
-    static const std::set<std::string> keys = {
-        // the model
-        "Status", "LastChange", "LowerLayers", "InterfaceNumberOfEntries", "EnableReboot",
-        "EnableInterfacePowerControl", "DeviceMode", "ReleaseVersion", "ResetAfterDistribution", "LEDstatus",
-        "DeviceType", "SendSearchMsg", "SendResponseMsg", "MediaType", "PowerState", "LinkNumberOfEntries", "OUI",
-        "Enable", "IEEE1905DeviceNumberOfEntries", "NonIEEE1905NeighborNumberOfEntries",
-        "IEEE1905NeighborNumberOfEntries", "BridgingTupleNumberOfEntries", "FirmwareVersion", "Newfirmware",
-        "NewfirmwareUpgradeState", "Newfirmwareversion", "Newfirmwaredate", "PowerControlMediaType",
-        "PowerControlPowerState", "Ap-autoconfig", "Ap-autoconfig_2.4G", "Ap-autoconfig_5G", "Version", "L2DeviveCtrl",
-        "WiFiAutoCfg", "WiFiOnOff", "FwUpgrade", "LEDOnOff", "LocalInterface", "RATE", "RSSI", "SignalLevel", "Tx",
-        "Rx", "IEEE802dot1Bridge", "InterfaceList", "SetupMethod",
-        // the dump
-        "profile", "version", "timestamp", "Device role", "Manufacturer", "Uptime", "Distance from controller",
-        "Number of radios", "channel", "operating class", "bandwidth", "transmit power", "DFS", "BSS count", "Security",
-        "Hidden SSID", "Fronthaul", "Backhaul", "Medium", "BH STA", "uplink rssi", "downlink rate", "uplink rate",
-        "associated time", "tx_packets", "rx_packets", "phy_rate", "link_availability", "Backhaul Medium Type",
-        "Interface", "number of devices"};
-    return keys.count(key) != 0;
+    return std::find(std::begin(kHarmlessKeys), std::end(kHarmlessKeys), key) != std::end(kHarmlessKeys);
 }
 
 // Members that hold others, or a MAC or an address, which are replaced wherever they stand, or what is blanked.
+constexpr std::string_view kOtherKeys[] = {"Device",
+                                           "X_0A3C5E_IEEE1905",
+                                           "Information",
+                                           "Password",
+                                           "AL",
+                                           "NetworkTopology",
+                                           "VendorProperties",
+                                           "AppVersion",
+                                           "Security",
+                                           "IEEE1905Id",
+                                           "InterfaceId",
+                                           "NeighborInterfaceId",
+                                           "NeighborDeviceId",
+                                           "DeviceIP",
+                                           "topology information",
+                                           "Radio Info",
+                                           "BSSINFO",
+                                           "connected sta info",
+                                           "BH Interface(APCLI)",
+                                           "Other Clients Info",
+                                           "BH Info",
+                                           "backhaul link metrics",
+                                           "metrics",
+                                           "AL MAC",
+                                           "Upstream device",
+                                           "radio identifier",
+                                           "BSSID",
+                                           "STA MAC address",
+                                           "MAC address",
+                                           "Client Address",
+                                           "1905 Intf address",
+                                           "neighbor almac addr",
+                                           "connected iface addr",
+                                           "Backhaul BSSID",
+                                           "neighbor_al",
+                                           "intf_mac",
+                                           "neighbor_if_mac"};
+
 bool is_known_key(const std::string &key) {
-    static const std::set<std::string> keys = {"Device",
-                                               "X_0A3C5E_IEEE1905",
-                                               "Information",
-                                               "Password",
-                                               "AL",
-                                               "NetworkTopology",
-                                               "VendorProperties",
-                                               "AppVersion",
-                                               "Security",
-                                               "IEEE1905Id",
-                                               "InterfaceId",
-                                               "NeighborInterfaceId",
-                                               "NeighborDeviceId",
-                                               "DeviceIP",
-                                               "topology information",
-                                               "Radio Info",
-                                               "BSSINFO",
-                                               "connected sta info",
-                                               "BH Interface(APCLI)",
-                                               "Other Clients Info",
-                                               "BH Info",
-                                               "backhaul link metrics",
-                                               "metrics",
-                                               "AL MAC",
-                                               "Upstream device",
-                                               "radio identifier",
-                                               "BSSID",
-                                               "STA MAC address",
-                                               "MAC address",
-                                               "Client Address",
-                                               "1905 Intf address",
-                                               "neighbor almac addr",
-                                               "connected iface addr",
-                                               "Backhaul BSSID",
-                                               "neighbor_al",
-                                               "intf_mac",
-                                               "neighbor_if_mac"};
     const std::string kind = key.substr(0, key.rfind('.'));
-    return keys.count(key) != 0 || is_harmless_key(key) || name_kinds().count(key) != 0 ||
+    return std::find(std::begin(kOtherKeys), std::end(kOtherKeys), key) != std::end(kOtherKeys) ||
+           is_harmless_key(key) || name_kinds().count(key) != 0 ||
            (is_numbered(key, kind.c_str()) &&
             (kind == "Interface" || kind == "NonIEEE1905Neighbor" || kind == "IEEE1905Neighbor" ||
              kind == "IEEE1905Device" || kind == "BridgingTuple"));
@@ -286,11 +287,13 @@ std::string Anonymiser::list(const std::string &text) {
     for (std::string line; std::getline(lines, line);) {
         const std::vector<std::string> words = words_of(line);
         const auto whose = words.empty() ? std::nullopt : Mac::parse(words[0]);
-        for (std::size_t i = 0; whose && i < words.size(); ++i) {
-            const bool is_plain = words[i].size() < kLongest && Mac::parse(words[i]) == std::nullopt;
-            out += i == 0 ? mac(*whose) : is_plain ? ' ' + words[i] : " -";
+        if (whose) {
+            out += mac(*whose);
+            std::for_each(words.begin() + 1, words.end(), [&out](const std::string &word) {
+                out.append(" ").append(word.size() < kLongest ? word : "-");
+            });
+            out += '\n';
         }
-        out += whose ? "\n" : "";
     }
     return out;
 }

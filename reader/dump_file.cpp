@@ -172,10 +172,16 @@ bool is_wanted(std::string_view key) {
 // One entry after the other as a tree of what is wanted of it, so that a dump never stands in memory as a whole.
 class Handler : public JsonHandler {
 public:
-    bool has_list() const { return has_list_; }
-    DumpFile take() { return std::move(dump_); }
+    explicit Handler(DumpFile &dump) : dump_(dump) {}
 
-    void start_again() override { *this = Handler(); }
+    bool has_list() const { return has_list_; }
+
+    void start_again() override {
+        dump_.devices.clear();
+        has_list_ = is_list_ = is_skipping_ = false;
+        depth_ = skipped_ = 0;
+        open_.clear();
+    }
 
     bool key(std::string &key) override {
         if (skipped_ == 0) {
@@ -277,7 +283,7 @@ private:
         entry_ = nullptr;
     }
 
-    DumpFile dump_;
+    DumpFile &dump_;
     bool has_list_ = false;
     bool is_list_ = false;      // the last of the dump's own members
     bool is_skipping_ = false;  // what the last key names
@@ -291,7 +297,8 @@ private:
 }  // namespace
 
 std::optional<DumpFile> parse_dump(const std::string &text, std::string &reason) {
-    Handler handler;
+    DumpFile dump;
+    Handler handler(dump);
     if (!read_json(text, handler, reason)) {
         return std::nullopt;
     }
@@ -299,7 +306,7 @@ std::optional<DumpFile> parse_dump(const std::string &text, std::string &reason)
         reason = "is JSON, but no topology dump: it has no array \"topology information\"";
         return std::nullopt;
     }
-    return handler.take();
+    return dump;
 }
 
 }  // namespace reader
