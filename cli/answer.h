@@ -54,6 +54,9 @@ int status_of(const reader::Problem &problem);
 // A source; says what is wrong and throws Stop.
 std::unique_ptr<reader::Source> open_source(const std::string &name);
 
+// What cannot be compared: two moments whose names are not from the same table. Says so and throws Stop.
+void refuse_other_names(const reader::Snapshot &before, const reader::Snapshot &after);
+
 // What one reading of a source gives, with the status for what is wrong with it. Without a model the dump alone may
 // tell a part; throws Stop when there is nothing to show. `max_age`: seconds, 0 for any.
 struct Loaded {
@@ -61,5 +64,11 @@ struct Loaded {
     int status = kDone;
 };
 Loaded load(const std::string &name, double max_age);
+
+// Says when a model is older than `max_age`; the status that follows.
+int status_of_age(const std::string &name, double age, double max_age);
+
+// People are told on the side what a picture lacks; programs find it in the JSON.
+void tell_missing(const reader::Snapshot &snapshot, const Options &options, Answer &answer);
 
 }  // namespace cli

@@ -100,7 +100,10 @@ void add_bundling(CLI::App &app, Question &question) {
     verb->add_option("--table", wanted->table, "Keep which is which in this file, and the next bundle the same")
         ->needs(anonymise);
     verb->callback([&question, wanted] {
-        question.deed = [&question, wanted](Answer &answer) { bundle(*wanted, question.options, answer); };
+        question.deed = [&question, wanted](Answer &answer) {
+            refuse_format("bundle", question.options);
+            bundle(*wanted, question.options, answer);
+        };
     });
 }
 

@@ -13,7 +13,7 @@ constexpr int kWarning = 1;
 constexpr int kCritical = 2;
 
 Checked unknown(const reader::Problem &problem) {
-    return {"MESH UNKNOWN - " + visible(problem.text()) + '\n', kUnknown};
+    return {"MESH UNKNOWN - " + visible(problem.text()) + '\n', kStateUnknown};
 }
 
 // The worst that was found, and all that was found.

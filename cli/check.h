@@ -16,7 +16,8 @@ struct Limits {
     int weak_below = kWeakSignal;  // dBm
 };
 
-inline constexpr int kUnknown = 3;
+// What a monitoring system is told when there is nothing to judge.
+inline constexpr int kStateUnknown = 3;
 
 struct Checked {
     std::string line;

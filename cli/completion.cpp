@@ -310,7 +310,8 @@ void add_completion(CLI::App &app, Question &question) {
         ->required()
         ->check(CLI::IsMember({"bash", "zsh", "fish"}));
     verb->callback([&question, shell] {
-        question.deed = [shell](Answer &answer) {
+        question.deed = [&question, shell](Answer &answer) {
+            refuse_format("completion", question.options);
             answer.text = *shell == "bash" ? kBash : *shell == "zsh" ? kZsh : kFish;
         };
     });

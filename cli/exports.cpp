@@ -11,7 +11,13 @@ namespace {
 
 CLI::App *add_format(CLI::App &parent, Question &question, const char *name, const char *help, const View &view) {
     CLI::App *format = parent.add_subcommand(name, help);
-    format->callback([&question, view] { question.view = view; });
+    format->callback([&question, name, view] {
+        question.view = [name, view](const Moment &moment, const Options &options, Answer &answer) {
+            refuse_format(name, options);
+            view(moment, options, answer);
+            tell_missing(moment.now, options, answer);
+        };
+    });
     return format;
 }
 
@@ -56,9 +62,7 @@ void add_exports(CLI::App &app, Question &question) {
     CLI::App *verb = app.add_subcommand("export", "The mesh in the formats of others");
     verb->require_subcommand(1);
     verb->add_subcommand("tr181", "Every value of the model: path => value")->callback([&question] {
-        question.deed = [&question](Answer &answer) {
-            get_values(open_source(question.options.source)->read(), "Device.", question.options, answer);
-        };
+        question.deed = [&question](Answer &answer) { get_values("Device.", question.options, answer); };
     });
     add_prometheus(*verb, question);
     add_graphs(*verb, question);

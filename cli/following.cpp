@@ -6,7 +6,6 @@
 #include "cli/follower.h"
 #include "cli/happenings.h"
 #include "cli/screen.h"
-#include "cli/tables.h"
 #include "cli/text.h"
 #include "cli/views.h"
 #include "reader/json_form.h"
@@ -37,19 +36,12 @@ class Sight {
 public:
     explicit Sight(reader::Source &source) : source_(source) {}
 
-    // Whether there is something new to see. A dump that was caught half written is waited for, a moment.
+    // Whether there is something new to see.
     bool look() {
-        constexpr int kTries = 3;
         Snapshot next = reader::make_snapshot(source_.read());
-        for (int i = 1; i < kTries && is_torn(next); ++i) {
-            next = reader::make_snapshot(source_.read());
-        }
         const Problem *problem = next.problem_with(reader::Missing::Part::kModel);
         problem_ = problem != nullptr ? problem->text() : "";
         if (problem != nullptr || (last_ && last_->time == next.time && last_->missing.size() == next.missing.size())) {
-            if (last_) {
-                last_->read_at = next.read_at;  // it grows old
-            }
             return false;
         }
         before_ = std::move(last_);
@@ -69,11 +61,6 @@ public:
     const std::string &problem() const { return problem_; }  // empty while all is well
 
 private:
-    static bool is_torn(const Snapshot &snapshot) {
-        const Problem *problem = snapshot.problem_with(reader::Missing::Part::kDump);
-        return problem != nullptr && problem->kind != Problem::Kind::kMissing;
-    }
-
     reader::Source &source_;
     std::optional<Snapshot> before_, last_;
     std::string problem_;
@@ -122,15 +109,15 @@ void put_now(const std::string &text) {
 std::string event_lines(const Sight &sight, const Snapshot &before, Options &options, std::size_t &count) {
     const auto events = reader::events(before, *sight.last());
     count += events.size();
+    if (events.empty()) {
+        return "";
+    }
     std::string text;
     if (is_for_people(options.format) && options.columns.empty()) {
         for (const reader::Event &event : events) {
             text += time_text(event.time, options) + "  " + event_text(*sight.last(), event, options) + '\n';
         }
         return text;
-    }
-    if (options.format != Format::kNdjson && events.empty()) {
-        return "";
     }
     text = print_events(*sight.last(), events, options, {{"schema", reader::kSchema}});
     options.header = false;  // once
@@ -186,6 +173,7 @@ private:
         if (!is_new || !before) {
             return true;
         }
+        refuse_other_names(*before, *sight_.last());
         put_now(event_lines(sight_, *before, options_, count_));
         return wanted_.follow;
     }

@@ -163,6 +163,12 @@ std::string time_text(reader::Time time, const Options &options) {
     return text.str();
 }
 
+void refuse_format(const char *verb, const Options &options) {
+    if (options.format_is_chosen || !options.columns.empty()) {
+        throw CLI::ValidationError(verb, "has one output, which -o and --columns do not change");
+    }
+}
+
 bool is_json(Format format) { return format == Format::kJson || format == Format::kNdjson; }
 
 bool is_for_people(Format format) { return format == Format::kTable || format == Format::kWide; }

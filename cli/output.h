@@ -55,6 +55,9 @@ std::string print(const Table &table, const Options &options, nlohmann::ordered_
 // One JSON value on its own.
 std::string print(const nlohmann::ordered_json &json, Format format);
 
+// For what has one form: throws CLI::ValidationError if another is asked for.
+void refuse_format(const char *verb, const Options &options);
+
 bool is_json(Format format);
 bool is_for_people(Format format);
 

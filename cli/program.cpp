@@ -3,7 +3,6 @@
 #include <langinfo.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <map>
@@ -111,6 +110,9 @@ void tell_extras(const std::vector<std::string> &extras) {
 
 }  // namespace
 
+// A monitoring system would take 2 for a broken mesh.
+int Program::status_of_wrong_words() const { return app_.got_subcommand("check") ? kStateUnknown : int{kUsage}; }
+
 int Program::parse(int argc, const char *const *argv) {
     try {
         app_.parse(argc, argv);
@@ -118,10 +120,10 @@ int Program::parse(int argc, const char *const *argv) {
         const std::vector<std::string> extras = app_.remaining();
         say(extras.empty() ? std::string("a verb is missing; --help lists them")
                            : "there is no verb " + extras[0] + " here; --help lists them");
-        return kUsage;
+        return status_of_wrong_words();
     } catch (const CLI::ExtrasError &) {
         tell_extras(app_.remaining(true));
-        return kUsage;
+        return status_of_wrong_words();
     }
     return kDone;
 }
@@ -162,9 +164,7 @@ int Program::run(int argc, const char *const *argv) {
             answer(whole);
         }
     } catch (const CLI::ParseError &error) {
-        // A monitoring system would take 2 for a broken mesh.
-        const bool is_check = argc > 1 && std::find(argv, argv + argc, std::string("check")) != argv + argc;
-        return app_.exit(error) == 0 ? int{kDone} : is_check ? kUnknown : int{kUsage};
+        return app_.exit(error) == 0 ? int{kDone} : status_of_wrong_words();
     } catch (const Stop &stop) {
         return stop.status;
     }

@@ -17,6 +17,7 @@ public:
 private:
     void add_options();
     bool complete(int argc, const char *const *argv) const;
+    int status_of_wrong_words() const;
     int parse(int argc, const char *const *argv);
     void answer(Answer &answer);
 

@@ -1,6 +1,6 @@
 #include "cli/scripts.h"
 
-#include <iostream>
+#include <chrono>
 #include <memory>
 
 #include "cli/check.h"
@@ -42,9 +42,7 @@ void add_get(CLI::App &app, Question &question) {
     verb->add_option("PATH", *pattern, "Such as Device.X_0A3C5E_IEEE1905.AL.NetworkTopology.IEEE1905Device.*.Hostname")
         ->required();
     verb->callback([&question, pattern] {
-        question.deed = [&question, pattern](Answer &answer) {
-            get_values(open_source(question.options.source)->read(), *pattern, question.options, answer);
-        };
+        question.deed = [&question, pattern](Answer &answer) { get_values(*pattern, question.options, answer); };
     });
 }
 
@@ -86,14 +84,8 @@ void tell_differences(const Snapshot &before, const Snapshot &after, const Optio
 
 void compare(const std::string &before_name, const std::string &after_name, const Options &options, Answer &answer) {
     const Loaded before = load(before_name, 0);
-    const Loaded after = load(after_name, 0);
-    if (before.snapshot.anonymous != after.snapshot.anonymous) {
-        answer.say(
-            "the two have other names for the same: they were made anonymous by different tables, or one of them was "
-            "not (bundle --anonymise --table FILE)");
-        answer.status = kUsage;
-        return;
-    }
+    const Loaded after = load(after_name, options.max_age);
+    refuse_other_names(before.snapshot, after.snapshot);
     answer.end_with(std::max(before.status, after.status));
     if (!before.snapshot.knows_local_stations || !after.snapshot.knows_local_stations) {
         answer.say(
@@ -123,13 +115,6 @@ void add_diff(CLI::App &app, Question &question) {
 }
 
 // --- check and wait ---
-
-// What has one form is not to be had in another.
-void refuse_format(const char *verb, const Options &options) {
-    if (options.format_is_chosen || !options.columns.empty()) {
-        throw CLI::ValidationError(verb, "has one output, which -o and --columns do not change");
-    }
-}
 
 void add_check(CLI::App &app, Question &question) {
     const auto limits = std::make_shared<Limits>();
@@ -189,6 +174,7 @@ void add_wait(CLI::App &app, Question &question) {
         ->check(CLI::Range(0.1, 1e9));
     verb->callback([&question, wish] {
         question.deed = [&question, wish](Answer &answer) {
+            refuse_format("wait", question.options);
             wait_for(wish->words, wish->timeout, question.options.source, answer);
         };
     });
@@ -205,7 +191,8 @@ void add_schema(CLI::App &app, Question &question) {
     CLI::App *verb = app.add_subcommand("schema", "The JSON Schema of a format");
     verb->add_option("NAME", *name, "One of " + names)->required();
     verb->callback([&question, name, names] {
-        question.deed = [name, names](Answer &answer) {
+        question.deed = [&question, name, names](Answer &answer) {
+            refuse_format("schema", question.options);
             for (const Schema &schema : kSchemas) {
                 answer.text += *name == schema.name ? schema.text : "";
             }
@@ -219,7 +206,8 @@ void add_schema(CLI::App &app, Question &question) {
 
 }  // namespace
 
-void get_values(const reader::Inputs &inputs, const std::string &pattern, const Options &options, Answer &answer) {
+void get_values(const std::string &pattern, const Options &options, Answer &answer) {
+    const reader::Inputs inputs = open_source(options.source)->read();
     if (inputs.model.problem) {
         answer.say(inputs.model.problem->text());
         answer.status = status_of(*inputs.model.problem);
@@ -240,9 +228,11 @@ void get_values(const reader::Inputs &inputs, const std::string &pattern, const 
         return;
     }
     answer.text += values_text(table, options);
+    const std::chrono::duration<double> age = inputs.read_at - inputs.model.time;
+    answer.end_with(status_of_age(options.source, age.count(), options.max_age));
     if (table.rows.empty()) {
         answer.say("the model has no " + pattern);
-        answer.status = kNothingMatched;
+        answer.end_with(kNothingMatched);
     }
 }
 

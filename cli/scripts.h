@@ -10,7 +10,7 @@ namespace cli {
 // As subcommands of `app`; the one that is used sets question.deed.
 void add_scripts(CLI::App &app, Question &question);
 
-// The lines "path => value" of what a pattern means, for a model as it was read.
-void get_values(const reader::Inputs &inputs, const std::string &pattern, const Options &options, Answer &answer);
+// The lines "path => value" of what a pattern means in the source of `options`.
+void get_values(const std::string &pattern, const Options &options, Answer &answer);
 
 }  // namespace cli

@@ -11,29 +11,11 @@
 
 namespace cli {
 
-using reader::Missing;
 using reader::Snapshot;
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-// People are told on the side what the picture lacks; programs find it in the JSON.
-void tell_missing(const Snapshot &snapshot, const Options &options, Answer &answer) {
-    if (!is_for_people(options.format)) {
-        return;
-    }
-    const struct {
-        Missing::Part part;
-        const char *lacks;
-    } known[] = {{Missing::Part::kDump, "the stations of the device that wrote the model"},
-                 {Missing::Part::kLeases, "names and addresses of stations"}};
-    for (const auto &item : known) {
-        if (const reader::Problem *problem = snapshot.problem_with(item.part)) {
-            answer.say(problem->text() + "; without it these are missing: " + item.lacks);
-        }
-    }
-}
 
 // A verb that makes a table, which JSON calls `key`.
 template <class Make>
@@ -118,15 +100,17 @@ void add_status(CLI::App &parent, Question &question) {
         ->check(signal_range());
     verb->add_option("--since", wanted->since, "A source of before: what has changed since then?");
     verb->callback([&question, wanted] {
-        const View plain = status_view(wanted->weak_below);
-        question.view = plain;
-        if (!wanted->since.empty()) {
-            const auto before = std::make_shared<Loaded>(load(wanted->since, 0));
-            question.view = [plain, before](const Moment &moment, const Options &options, Answer &answer) {
-                plain({moment.now, &before->snapshot}, options, answer);
-                answer.end_with(before->status);
-            };
-        }
+        question.view = [wanted](const Moment &moment, const Options &options, Answer &answer) {
+            const View plain = status_view(wanted->weak_below);
+            if (wanted->since.empty()) {
+                plain(moment, options, answer);
+                return;
+            }
+            const Loaded before = load(wanted->since, 0);
+            refuse_other_names(before.snapshot, moment.now);
+            plain({moment.now, &before.snapshot}, options, answer);
+            answer.end_with(before.status);
+        };
     });
 }
 
@@ -187,40 +171,54 @@ Json hops_json(const Snapshot &snapshot, reader::Mac al_mac) {
     return hops;
 }
 
-// One way: of a station, or of a device itself.
-template <class Item>
-void add_path(const Snapshot &snapshot, const Item &item, reader::Mac device, const Options &options, Json &paths,
-              std::string &text) {
-    if (!is_json(options.format)) {
-        text += path_text(snapshot, item, options);
-        return;
+// Of the stations of that name; if there are none, of the devices.
+Json paths_json(const Snapshot &snapshot, const Found &found) {
+    Json paths = Json::array();
+    for (const reader::Station *station : found.stations) {
+        paths.push_back({{"station", reader::to_json(*station)}, {"hops", hops_json(snapshot, station->device)}});
     }
-    Json path = Json::object();
-    if constexpr (std::is_same_v<Item, reader::Station>) {
-        path["station"] = reader::to_json(item);
+    if (found.stations.empty()) {
+        for (const reader::Device *device : found.devices) {
+            paths.push_back({{"hops", hops_json(snapshot, device->al_mac)}});
+        }
     }
-    path["hops"] = hops_json(snapshot, device);
-    paths.push_back(std::move(path));
+    return paths;
 }
 
-// Of the stations of that name; if there are none, of the devices. Names are not unique, and ways may be long.
-std::string path(const Snapshot &snapshot, const Found &found, const Options &options) {
-    constexpr std::size_t kMost = 100;
+std::string paths_text(const Snapshot &snapshot, const Found &found, const Options &options) {
     std::string text;
-    Json paths = Json::array();
-    for (std::size_t i = 0; i < std::min(found.stations.size(), kMost); ++i) {
-        add_path(snapshot, *found.stations[i], found.stations[i]->device, options, paths, text);
+    for (const reader::Station *station : found.stations) {
+        text += path_text(snapshot, *station, options);
     }
-    for (std::size_t i = 0; found.stations.empty() && i < std::min(found.devices.size(), kMost); ++i) {
-        add_path(snapshot, *found.devices[i], found.devices[i]->al_mac, options, paths, text);
+    if (found.stations.empty()) {
+        for (const reader::Device *device : found.devices) {
+            text += path_text(snapshot, *device, options);
+        }
     }
+    return text;
+}
+
+// Names are not unique, and thousands of ways may be long.
+Found first_of(Found found) {
+    constexpr std::size_t kMost = 100;
+    found.stations.resize(std::min(found.stations.size(), kMost));
+    found.devices.resize(std::min(found.devices.size(), kMost));
+    return found;
+}
+
+std::string path(const Snapshot &snapshot, const Found &found, const Options &options) {
+    const Found first = first_of(found);
+    const std::size_t all = found.stations.empty() ? found.devices.size() : found.stations.size();
+    const std::size_t shown = first.stations.empty() ? first.devices.size() : first.stations.size();
     if (!is_json(options.format)) {
-        return text + (found.stations.size() > kMost
-                           ? "... and " + std::to_string(found.stations.size() - kMost) + " more of that name\n"
-                           : "");
+        const std::string more = all > shown ? "... and " + std::to_string(all - shown) + " more of that name\n" : "";
+        return paths_text(snapshot, first, options) + more;
     }
     Json whole = reader::heading_json(snapshot);
-    whole["paths"] = std::move(paths);
+    whole["paths"] = paths_json(snapshot, first);
+    if (all > shown) {
+        whole["left_out"] = all - shown;
+    }
     return print(whole, options.format);
 }
 

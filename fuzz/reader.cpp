@@ -1,4 +1,5 @@
 // All that a gateway writes, read: model, dump, leases and both lists, separated by bytes 0xff, which no UTF-8 has.
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <string>

@@ -59,9 +59,8 @@ TEST_F(CommandTest, DataGoesToStandardOutputAndWordsToStandardError) {
     fs::remove("mesh/dump.txt");
     EXPECT_EQ(ask("-s mesh devices").status, 0);
     EXPECT_EQ(errors_,
-              "qo1905: mesh/dump.txt: No such file or directory; without it these are missing: the stations of the "
-              "device that "
-              "wrote the model\n");
+              "qo1905: mesh/dump.txt: No such file or directory; without it the stations of the device that "
+              "wrote the model are missing\n");
     EXPECT_EQ(ask("-s mesh devices -o json").status, 0);
     EXPECT_EQ(errors_, "") << "programs find it in the JSON";
 }

@@ -384,10 +384,15 @@ class Golden(unittest.TestCase):
         self.assertEqual(self.ask("diff", "home", "later"), words)
 
     def test_what_has_one_form(self):
-        for words in (["check"], ["export", "dot"], ["schema", "event"]):
+        verbs = (["export", "dot"], ["export", "netjson"], ["export", "prometheus"], ["schema", "event"],
+                 ["wait", "--for", "devices=1"], ["bundle", "-"], ["completion", "bash"])
+        for words, status in [(["check"], 3)] + [(verb, 2) for verb in verbs]:
             for format in FORMATS[1:]:
-                refused = subprocess.run([QO1905, "-s", self.folder / "home", "-o", format, *words], capture_output=True).returncode
-                self.assertIn(refused, (0, 1, 2, 3))
+                refused = subprocess.run(
+                    [QO1905, "-s", self.folder / "home", "-o", format, *words], capture_output=True, text=True)
+                self.assertEqual(refused.returncode, status, words)
+                self.assertEqual(refused.stdout, "")
+                self.assertIn("has one output", refused.stderr)
 
 
 if __name__ == "__main__":

@@ -153,7 +153,7 @@ class Formats(unittest.TestCase):
                 self.assertFalse(validator(name).is_valid(without), key)
 
 
-# What NetJSON's specification asks of a NetworkGraph, in its words.
+# The members of a NetJSON NetworkGraph.
 NETWORK_GRAPH = {
     "type": "object",
     "required": ["type", "protocol", "version", "metric", "nodes", "links"],
