@@ -5,6 +5,8 @@
 
 #include "cli/ranges.h"
 #include "cli/scripts.h"
+#include "reader/json_form.h"
+#include "serve/saved_page.h"
 
 namespace cli {
 namespace {
@@ -56,6 +58,21 @@ void add_graphs(CLI::App &parent, Question &question) {
         ->add_flag("--stations", *with_stations, "With their stations");
 }
 
+void add_page(CLI::App &parent, Question &question) {
+    const auto folder = std::make_shared<std::string>(serve::page_folder());
+    add_format(parent, question, "html", "The page with this moment in it: one file, for a browser without a server",
+               [folder](const Moment &moment, const Options &, Answer &answer) {
+                   const auto text = serve::saved_page(serve::Page(*folder), reader::to_json(moment.now));
+                   if (!text) {
+                       answer.say("the page is not there (" + *folder + "); --page FOLDER tells where it is");
+                       answer.status = kUnreadable;
+                       return;
+                   }
+                   answer.text += *text;
+               })
+        ->add_option("--page", *folder, "Folder of the page, if it is not where it was installed");
+}
+
 }  // namespace
 
 void add_exports(CLI::App &app, Question &question) {
@@ -66,6 +83,7 @@ void add_exports(CLI::App &app, Question &question) {
     });
     add_prometheus(*verb, question);
     add_graphs(*verb, question);
+    add_page(*verb, question);
 }
 
 }  // namespace cli

@@ -5,7 +5,7 @@
 #include <csignal>
 #include <string>
 
-#include "reader/source.h"
+#include "reader/changes.h"
 
 namespace cli {
 
@@ -27,16 +27,12 @@ public:
     int signal() const { return signal_; }
 
 private:
-    bool watch();
-    bool is_about_the_file();
-    void let_it_settle();
     Wake read_signal();
 
-    const reader::Source &source_;
+    reader::Changes changes_;
     std::chrono::milliseconds pause_;
     sigset_t before_ = {};
     int signals_ = -1;
-    int changes_ = -1;
     int signal_ = 0;
 };
 

@@ -14,6 +14,7 @@
 #include "cli/following.h"
 #include "cli/screen.h"
 #include "cli/scripts.h"
+#include "cli/serving.h"
 #include "cli/text.h"
 #include "cli/views.h"
 
@@ -61,6 +62,7 @@ Program::Program() : app_("Answers questions about an EasyMesh network from what
     add_scripts(app_, question_);
     add_exports(app_, question_);
     add_bundling(app_, question_);
+    add_serving(app_, question_);
     add_completion(app_, question_);
     app_.footer(kExamples);  // of the whole alone: verbs take over what stands here before them
 }

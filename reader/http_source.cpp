@@ -137,6 +137,7 @@ public:
             inputs.leases = get("dnsmasq.leases");
             inputs.list_24g = get("ecnt_agent_assoc_list.24g");
             inputs.list_5g = get("ecnt_agent_assoc_list.5g");
+            inputs.log = get("qo1905_log.json");
         }
         inputs.read_at = std::chrono::system_clock::now();
         return inputs;

@@ -46,6 +46,7 @@ struct Inputs {
     Input leases;    // /var/dnsmasq/dnsmasq.leases
     Input list_24g;  // /tmp/ecnt_agent_assoc_list.24g
     Input list_5g;   // /tmp/ecnt_agent_assoc_list.5g
+    Input log{"qo1905_log.json", "", {}, Problem{Problem::Kind::kMissing, "qo1905_log.json", "not given"}};
 };
 
 // The most that is read of any file.

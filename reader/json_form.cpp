@@ -45,6 +45,14 @@ Json to_json(const Interface &interface) {
     return json;
 }
 
+Json to_json(const Neighbour &neighbour) {
+    Json json = {{"al_mac", neighbour.al_mac.text()}};
+    put(json, "medium", neighbour.medium);
+    put(json, "signal", neighbour.signal);
+    put(json, "rate", neighbour.rate);
+    return json;
+}
+
 Json to_json(const Whereabouts &place) {
     Json json = {{"device", place.device.text()}};
     put(json, "device_name", place.device_name);
@@ -77,6 +85,7 @@ Json to_json(const Device &device) {
     put(json, "signal", device.signal);
     put(json, "rate", device.rate);
     json["interfaces"] = list(device.interfaces);
+    json["neighbours"] = list(device.neighbours);
     return json;
 }
 

@@ -113,7 +113,7 @@ private:
         }
     }
 
-    static Device with_mac(Mac mac) { return {mac, false, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}}; }
+    static Device with_mac(Mac mac) { return {mac, false, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}}; }
 
     void add_from_dump(const DumpDevice &told) {
         const auto place = places_.find(told.al_mac);
@@ -262,6 +262,9 @@ private:
             }
         }
         add_links();
+        for (Device &device : snapshot_.devices) {
+            order_neighbours(device.neighbours);
+        }
     }
 
     static void add_neighbour(TreeInput &input, std::size_t device, std::optional<std::size_t> neighbour) {
@@ -275,7 +278,9 @@ private:
     void add_links() {
         for (const auto &[place, told] : told_) {
             for (const DumpLink &link : told->links) {
-                take_link(place, place_of(link.neighbour), link.medium, link.signal, link.rate);
+                const auto other = place_of(link.neighbour);
+                take_link(place, other, link.medium, link.signal, link.rate);
+                take_neighbour(place, other, link.medium, link.signal, link.rate);
             }
         }
         if (!model_) {
@@ -288,6 +293,7 @@ private:
                     const auto other = owner_of(neighbour.mac);
                     if (lower_end) {
                         take_link(place, other, neighbour.medium, neighbour.signal, neighbour.rate);
+                        take_neighbour(place, other, neighbour.medium, neighbour.signal, neighbour.rate);
                     } else if (other) {
                         take_link(*other, place, neighbour.medium, neighbour.signal, neighbour.rate);
                     }
@@ -308,6 +314,34 @@ private:
         if (medium != Medium::kEthernet) {
             device.signal = device.signal ? device.signal : signal;
         }
+    }
+
+    void take_neighbour(std::size_t device, std::optional<std::size_t> other, std::optional<Medium> medium,
+                        std::optional<int> signal, std::optional<int> rate) {
+        if (other && *other != device) {
+            const bool is_cable = medium == Medium::kEthernet;
+            snapshot_.devices[device].neighbours.push_back(
+                {snapshot_.devices[*other].al_mac, medium, is_cable ? std::nullopt : signal, rate});
+        }
+    }
+
+    // The first that is known of each counts; another medium is another link.
+    static void order_neighbours(std::vector<Neighbour> &neighbours) {
+        std::stable_sort(neighbours.begin(), neighbours.end(),
+                         [](const Neighbour &a, const Neighbour &b) { return a.al_mac < b.al_mac; });
+        std::vector<Neighbour> merged;
+        for (const Neighbour &told : neighbours) {
+            if (merged.empty() || merged.back().al_mac != told.al_mac) {
+                merged.push_back(told);
+            }
+            Neighbour &known = merged.back();
+            if (!known.medium || !told.medium || known.medium == told.medium) {
+                known.medium = known.medium ? known.medium : told.medium;
+                known.signal = known.signal ? known.signal : told.signal;
+                known.rate = known.rate ? known.rate : told.rate;
+            }
+        }
+        neighbours = std::move(merged);
     }
 
     // --- names ---

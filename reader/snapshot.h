@@ -23,6 +23,15 @@ struct Interface {
     Use use = Use::kOther;  // kBss: the MAC is the BSSID of stations; kUplink: the station side of a Wi-Fi backhaul
 };
 
+// Another device that a device hears or has a cable to (TR-181 ...IEEE1905Neighbor, IEEE 1905.1 Table 6-15), its parent
+// and children among them.
+struct Neighbour {
+    Mac al_mac;
+    std::optional<Medium> medium;
+    std::optional<int> signal;  // dBm
+    std::optional<int> rate;    // Mbit/s
+};
+
 // A device of the mesh (TR-181 Device.IEEE1905.AL.NetworkTopology.IEEE1905Device), the writing one included.
 struct Device {
     Mac al_mac;
@@ -37,6 +46,7 @@ struct Device {
     std::optional<int> signal;            // dBm, of that link
     std::optional<int> rate;              // Mbit/s, of that link
     std::vector<Interface> interfaces;    // ordered by MAC
+    std::vector<Neighbour> neighbours;    // ordered by AL MAC, each there once; as this device tells
 };
 
 // Whatever is connected to a device and is none itself.

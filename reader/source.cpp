@@ -22,6 +22,7 @@ constexpr const char *kDump = "dump.txt";
 constexpr const char *kLeases = "dnsmasq.leases";
 constexpr const char *kList24g = "ecnt_agent_assoc_list.24g";
 constexpr const char *kList5g = "ecnt_agent_assoc_list.5g";
+constexpr const char *kLog = "qo1905_log.json";
 constexpr const char *kLabFolders = "/tmp";
 constexpr const char *kLabPrefix = "qo1905-lab.";
 
@@ -47,6 +48,7 @@ public:
         inputs.leases = read_line_file(inside(leases_folder(), kLeases));
         inputs.list_24g = read_line_file(inside(files, kList24g));
         inputs.list_5g = read_line_file(inside(files, kList5g));
+        inputs.log = read_file(inside(files, kLog));
         inputs.read_at = std::chrono::system_clock::now();
         return inputs;
     }

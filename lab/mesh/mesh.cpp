@@ -201,11 +201,21 @@ void Mesh::end_without_the_last() {
     io_.stop();
 }
 
+// Once for each server: the Controller has it, and that may become another.
+void Mesh::tell_page(const Node &node) {
+    const std::string url = rest_url(node);
+    if (!url.empty() && url != page_) {
+        page_ = url;
+        screen_.heading("open " + url + " for a picture of this mesh");
+    }
+}
+
 void Mesh::cycle_done(Node &node, const CycleReport &report) {
     Count &count = counts_[node.index()];
     ++count.cycles;
     count.last = report;
     screen_.cycle(world_, node.index(), report);
+    tell_page(node);
     if (screen_.error() != 0) {
         throw Error(std::string("standard output cannot be written: ") + std::strerror(screen_.error()));
     }

@@ -87,6 +87,7 @@ private:
     void end_if_over();
     void end_without_the_last();
     void tell_if_behind();
+    void tell_page(const Node &node);
     void publish();
     std::size_t place_of(const std::string &device) const;
     std::size_t station_of(const std::string &name) const;
@@ -113,6 +114,7 @@ private:
     bool is_next_due_ = false;     // next_cycle_ runs
     bool some_died_ = false;
     int status_ = -1;
+    std::string page_;  // the address that was told last
 };
 
 }  // namespace lab

@@ -263,8 +263,8 @@ class Golden(unittest.TestCase):
     def worlds(self):
         return (("home", World(True)), ("bare.tar.gz", World(False)))
 
-    def assert_json(self, text, wanted, source, without=("interfaces",)):
-        """But for what differs from run to run, and the interfaces, which a test of their own has."""
+    def assert_json(self, text, wanted, source, without=("interfaces", "neighbours")):
+        """But for what differs from run to run, and interfaces and neighbours, which have tests of their own."""
         def stripped(value):
             if isinstance(value, list):
                 return [stripped(inner) for inner in value]
@@ -292,6 +292,18 @@ class Golden(unittest.TestCase):
                 self.assert_json(self.ask("-s", source, "-o", "json", verb), {**world.heading(source), verb: items}, source)
                 lines = self.ask("-s", source, "-o", "ndjson", verb).splitlines()
                 self.assert_json("[" + ",".join(lines) + "]", items, source)
+
+    def test_neighbours(self):
+        """Parent and children: in a mesh of the lab nobody hears anybody else."""
+        for source, world in self.worlds():
+            links = {(device["al_mac"], device["parent"]) for device in world.devices if "parent" in device}
+            both = links | {(parent, child) for child, parent in links}
+            for device in json.loads(self.ask("-s", source, "-o", "json", "devices"))["devices"]:
+                if not world.knows(device):
+                    self.assertEqual(device["neighbours"], [], "the model has none of the device's own that writes it")
+                    continue
+                told = [neighbour["al_mac"] for neighbour in device["neighbours"]]
+                self.assertEqual(told, sorted(other for one, other in both if one == device["al_mac"]), (source, device["al_mac"]))
 
     def test_interfaces(self):
         for source, world in self.worlds():

@@ -37,6 +37,13 @@ case $1 in install) printf 'Get:1 a\\nUnpacking a\\nSetting up a\\n'; : >"$CALLS
 """
 
 
+VIEWER = """#!/bin/sh
+mkdir -p "$1"
+echo page >"$1/index.html"
+echo "the page is built" >>"$CALLS"
+"""
+
+
 def has_namespaces():
     return subprocess.run([PROJECT / "lab/sandbox.sh", "--probe"], capture_output=True).returncode == 0
 
@@ -50,9 +57,12 @@ class Desk(unittest.TestCase):
         (self.checkout / "lab").mkdir(parents=True)
         for name in ("dev", "CMakeLists.txt", "lab/sandbox.sh"):
             shutil.copy(PROJECT / name, self.checkout / name)
+        (self.checkout / "viewer").mkdir()
+        (self.checkout / "viewer/build.sh").write_text(VIEWER)
+        (self.checkout / "viewer/build.sh").chmod(0o755)
         tools = self.folder / "tools"
         tools.mkdir()
-        for name, text in (("cmake", CMAKE), ("dpkg-query", DPKG), ("apt-get", APT), ("sudo", '#!/bin/sh\nexec "$@"\n')):
+        for name, text in (("cmake", CMAKE), ("dpkg-query", DPKG), ("apt-get", APT), ("sudo", '#!/bin/sh\nexec "$@"\n'), ("npm", "#!/bin/sh\n")):
             (tools / name).write_text(text)
             (tools / name).chmod(0o755)
         self.calls = self.folder / "calls"
@@ -96,8 +106,16 @@ class Desk(unittest.TestCase):
         self.assertEqual(program.wait(), 0, text)
         return text.decode()
 
+    def page_is_built(self):
+        for _ in range(3000):
+            if (self.checkout / "build/viewer/index.html").exists():
+                return
+            time.sleep(0.01)
+        self.fail("the page was not built")
+
     def built(self):
         self.assertEqual(self.dev("run").returncode, 0)
+        self.page_is_built()
         self.calls.write_text("")
 
 
@@ -110,7 +128,10 @@ class TheFirstMinute(Desk):
         self.assertIn("lab in ", text)
 
     def test_says_in_a_pipe_that_it_takes_a_while_once(self):
-        self.assertIn("== building in build; the first time it takes some minutes\n", self.dev("run").stderr)
+        first = self.dev("run").stderr
+        self.assertIn("== building in build; the first time it takes some minutes\n", first)
+        self.assertIn("== the page is still being built; it will be there in a minute", first)
+        self.page_is_built()
         again = self.dev("run")
         self.assertEqual(again.stderr, "")
         self.assertEqual(again.stdout, f"lab in {self.checkout}: run\n")
@@ -152,6 +173,7 @@ class Checkouts(Desk):
         result = self.dev("run")
         self.assertEqual(result.returncode, 0, result.stderr)
         self.assertIn(f"== build was built when this was {before}: building it anew\n", result.stderr)
+        self.page_is_built()
         self.assertEqual(self.dev("run").stderr, "")
 
     def cannot_write(self):

@@ -32,7 +32,8 @@ ROOMS = {
 AROUND = {
     # What everything around the module reads its files with; knows their formats and nothing of the module.
     "reader": set(),
-    "cli": {"reader"},
+    "serve": {"reader"},
+    "cli": {"reader", "serve"},
     # What stands in for a gateway. The world of a mesh knows no files, sockets or clocks, and nobody who does.
     "lab/common": {"reader"},
     "lab/world": {"lab/common"},
@@ -40,12 +41,12 @@ AROUND = {
     "lab/host": {"include", "module/platform", "lab/common"},
     "lab/mesh": {"lab/common", "lab/world", "lab/mapd"},
     "lab/replay": {"lab/common", "lab/host", "reader"},
-    "lab/rest": set(),
+    "lab/rest": {"cli"},
     # Its command.
     "lab": {"lab/common", "lab/world", "lab/mesh", "lab/replay"},
     "fuzz": {"include", "module/platform", "fuzz", "tests/support", "lab/common", "lab/world", "reader", "cli"},
     "bench": set(ROOMS) | {"bench", "tests/support", "reader"},
-    "tests": set(ROOMS) | {"reader", "cli", "lab/common", "lab/world", "lab/mapd", "lab/mesh", "lab/replay", "tests", "tests/support"},
+    "tests": set(ROOMS) | {"reader", "serve", "cli", "lab/common", "lab/world", "lab/mapd", "lab/mesh", "lab/replay", "tests", "tests/support"},
 }
 ALLOWED = {**ROOMS, **AROUND}
 

@@ -22,7 +22,8 @@ TEST(JsonForm, OfADeviceHasWhatIsKnownAndNothingElse) {
             {"mac": "02:0b:00:00:06:00", "media_type": "IEEE 802.11n 2.4(IEEE 802.11n (2.4GHz))", "band": "2.4 GHz",
              "use": "bss"},
             {"mac": "02:0b:00:00:95:00", "media_type": "IEEE 802.11n 5.0(IEEE 802.11n (5GHz))", "band": "5 GHz",
-             "use": "bss"}]})json"));
+             "use": "bss"}],
+        "neighbours": [{"al_mac": "02:0a:00:00:00:01", "medium": "2.4 GHz", "signal": -52}]})json"));
 }
 
 TEST(JsonForm, OfAStation) {

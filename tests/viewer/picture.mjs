@@ -1,0 +1,15 @@
+// A picture of the page: picture.mjs FOLDER FILE, the FOLDER of a device, a PNG.
+import { argv } from "node:process";
+import { chromium, serve } from "./servers.mjs";
+
+const [folder, file] = argv.slice(2);
+const server = await serve(folder);
+const browser = await chromium.launch({ executablePath: "/usr/bin/chromium", args: ["--no-sandbox"] });
+const page = await browser.newPage({ viewport: { width: 1280, height: 560 }, reducedMotion: "reduce" });
+await page.goto(server.url);
+await page.click(".card >> text=attic");
+await page.waitForSelector(".panel");
+await page.click("body", { position: { x: 700, y: 540 } });
+await page.screenshot({ path: file });
+await browser.close();
+await server.end();

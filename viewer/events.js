@@ -1,0 +1,34 @@
+// What has happened, the newest first.
+
+import { html } from "./vendor/htm-preact.js";
+import { deviceLabel, visible } from "./mesh.js";
+import { texts } from "./texts.js";
+
+/** @typedef {import("./types").MeshEvent} MeshEvent */
+/** @typedef {import("./types").Whereabouts} Whereabouts */
+
+/** @param {any} props */
+export default function Events({ mesh, state }) {
+  const device = (/** @type {string | undefined} */ mac) => deviceLabel(mesh.devices.get(mac), mac);
+  const place = (/** @type {Whereabouts | undefined} */ where) => {
+    const link = where?.wired ? texts.wiredBand : where?.band;
+    const words = [device(where?.device), link, where?.signal !== undefined && texts.dbm(where.signal)];
+    return words.filter(Boolean).join(", ");
+  };
+  if (state.events.length === 0)
+    return html`<p class="quiet">${state.isSaved ? texts.eventsSaved : texts.eventsEmpty}</p>`;
+  return html`<ol class="events" role="log" aria-label=${texts.views.events}>
+      ${state.events.map((/** @type {MeshEvent} */ event) => {
+        const target = event.station ? `#/station/${event.station}` : `#/device/${event.device}`;
+        const told = texts.event[event.event]?.(event, place, device) ?? event.event;
+        return html`<li key=${event.number}>
+          <time datetime=${event.time}>${new Date(event.time).toLocaleTimeString()}</time>
+          <a href=${`${target}?view=events`}
+            ><bdi>${visible(event.name || event.station || event.device || "")}</bdi></a
+          >
+          <bdi>${visible(told)}</bdi>
+        </li>`;
+      })}
+    </ol>
+    ${state.hasGap && html`<p class="quiet">${texts.eventsGap}</p>`}`;
+}

@@ -1,0 +1,1 @@
+export default { printWidth: 120 };
