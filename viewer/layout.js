@@ -107,8 +107,9 @@ export function geometry(known, width) {
 
 const EDGE = 16; // of the page, beside the picture
 
-/** How much larger: small meshes fill a large screen, large ones are scrolled. @param {number} width */
-export const fitting = (width) => Math.min(2, Math.max(0.65, (innerWidth - 2 * EDGE) / width));
+/** How much larger: on a very large screen small meshes grow, large ones are scrolled. @param {number} width */
+export const fitting = (width) =>
+  Math.min(innerWidth > 2400 ? 1.6 : 1, Math.max(0.65, (innerWidth - 2 * EDGE) / width));
 
 /** @param {Map<string, Known>} known */
 function wide(known) {
