@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdlib>
 #include <system_error>
+#include <utility>
 
 #ifdef QO1905_COVERAGE
 extern "C" void __gcov_dump(void);  // of the compiler's own library
@@ -43,7 +44,7 @@ Follower::Follower(const reader::Source &source, milliseconds pause) : changes_(
     if (signals_ < 0) {
         throw std::system_error(errno, std::generic_category(), "signals cannot be waited for");
     }
-    (void)changes_.watch();  // before the first look, so that nothing is missed between that and the first wait
+    watched_ = changes_.watch();  // before the first look, so that nothing is missed between that and the first wait
 }
 
 Follower::~Follower() {
@@ -62,7 +63,12 @@ Follower::Wake Follower::read_signal() {
 }
 
 Follower::Wake Follower::wait(Clock::time_point until) {
-    const bool is_watched = changes_.watch() >= 0;
+    // A folder that came back after the last look may have the file already.
+    const int before = std::exchange(watched_, changes_.watch());
+    const bool is_watched = watched_ >= 0;
+    if (is_watched && watched_ != before) {
+        return Wake::kLook;
+    }
     const auto look_again = Clock::now() + (is_watched ? kLongest : pause_);
     for (;;) {
         std::array<pollfd, 2> ready = {{{signals_, POLLIN, 0}, {is_watched ? changes_.descriptor() : -1, POLLIN, 0}}};

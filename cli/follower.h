@@ -32,6 +32,7 @@ private:
     reader::Changes changes_;
     std::chrono::milliseconds pause_;
     sigset_t before_ = {};
+    int watched_ = -1;
     int signals_ = -1;
     int signal_ = 0;
 };
