@@ -62,13 +62,17 @@ Follower::Wake Follower::read_signal() {
     return signal_ == SIGTSTP ? Wake::kPause : Wake::kEnd;
 }
 
-Follower::Wake Follower::wait(Clock::time_point until) {
-    // A folder that came back after the last look may have the file already.
+// A folder that is there again after the last look may have the file already.
+bool Follower::has_come_back() {
     const int before = std::exchange(watched_, changes_.watch());
-    const bool is_watched = watched_ >= 0;
-    if (is_watched && watched_ != before) {
+    return watched_ >= 0 && watched_ != before;
+}
+
+Follower::Wake Follower::wait(Clock::time_point until) {
+    if (has_come_back()) {
         return Wake::kLook;
     }
+    const bool is_watched = watched_ >= 0;
     const auto look_again = Clock::now() + (is_watched ? kLongest : pause_);
     for (;;) {
         std::array<pollfd, 2> ready = {{{signals_, POLLIN, 0}, {is_watched ? changes_.descriptor() : -1, POLLIN, 0}}};

@@ -28,6 +28,7 @@ public:
 
 private:
     Wake read_signal();
+    bool has_come_back();
 
     reader::Changes changes_;
     std::chrono::milliseconds pause_;

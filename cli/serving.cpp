@@ -28,7 +28,7 @@ std::string read_token(const std::string &path) {
         say(file.problem->text());
         throw Stop{kUsage};
     }
-    const std::string token = file.text.substr(0, file.text.find_first_of("\r\n"));
+    std::string token = file.text.substr(0, file.text.find_first_of("\r\n"));
     if (token.size() < kShortestToken) {
         say(path + ": a token has 16 characters or more on one line, such as: head -c 18 /dev/urandom | base64");
         throw Stop{kUsage};

@@ -325,7 +325,16 @@ private:
         }
     }
 
-    // The first that is known of each counts; another medium is another link.
+    // What is known of it first counts; another medium is another link.
+    static void add_known(Neighbour &known, const Neighbour &told) {
+        if (known.medium && told.medium && known.medium != told.medium) {
+            return;
+        }
+        known.medium = known.medium ? known.medium : told.medium;
+        known.signal = known.signal ? known.signal : told.signal;
+        known.rate = known.rate ? known.rate : told.rate;
+    }
+
     static void order_neighbours(std::vector<Neighbour> &neighbours) {
         std::stable_sort(neighbours.begin(), neighbours.end(),
                          [](const Neighbour &a, const Neighbour &b) { return a.al_mac < b.al_mac; });
@@ -334,12 +343,7 @@ private:
             if (merged.empty() || merged.back().al_mac != told.al_mac) {
                 merged.push_back(told);
             }
-            Neighbour &known = merged.back();
-            if (!known.medium || !told.medium || known.medium == told.medium) {
-                known.medium = known.medium ? known.medium : told.medium;
-                known.signal = known.signal ? known.signal : told.signal;
-                known.rate = known.rate ? known.rate : told.rate;
-            }
+            add_known(merged.back(), told);
         }
         neighbours = std::move(merged);
     }

@@ -27,9 +27,12 @@ bool ends_in(const std::string &text, const std::string &end) {
 }
 
 const char *type_of(const std::string &name) {
-    const auto found =
-        std::find_if(kTypes.begin(), kTypes.end(), [&](const Type &type) { return ends_in(name, type.ending); });
-    return found != kTypes.end() ? found->name : nullptr;
+    for (const Type &type : kTypes) {
+        if (ends_in(name, type.ending)) {
+            return type.name;
+        }
+    }
+    return nullptr;
 }
 
 // No way leads out of the folder, or to what is hidden in it.
@@ -48,6 +51,15 @@ std::string tag_of(const std::string &path) {
            std::to_string(status.st_size);
 }
 
+std::optional<PageFile> read(const std::string &path, const char *type) {
+    const std::string tag = tag_of(path);
+    reader::Input file = tag.empty() ? reader::Input() : reader::read_file(path);
+    if (tag.empty() || file.problem) {
+        return std::nullopt;
+    }
+    return PageFile{std::move(file.text), type, tag, false};
+}
+
 }  // namespace
 
 bool Page::is_there() const { return !tag_of(folder_ + "/index.html").empty(); }
@@ -57,15 +69,14 @@ std::optional<PageFile> Page::find(const std::string &name, bool takes_gzip) con
     if (type == nullptr) {
         return std::nullopt;
     }
-    for (const bool gzip : {true, false}) {
-        const std::string path = folder_ + '/' + name + (gzip ? ".gz" : "");
-        const std::string tag = gzip && !takes_gzip ? "" : tag_of(path);
-        reader::Input file = tag.empty() ? reader::Input() : reader::read_file(path);
-        if (!tag.empty() && !file.problem) {
-            return PageFile{std::move(file.text), type, tag + (gzip ? "-gzip" : ""), gzip};
-        }
+    const std::string path = folder_ + '/' + name;
+    auto compressed = takes_gzip ? read(path + ".gz", type) : std::nullopt;
+    if (compressed) {
+        compressed->is_gzip = true;
+        compressed->tag += "-gzip";
+        return compressed;
     }
-    return std::nullopt;
+    return read(path, type);
 }
 
 std::string page_folder() {

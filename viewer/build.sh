@@ -2,7 +2,7 @@
 # build.sh FOLDER: puts the page there, ready for any web server, with a .gz beside each file. Libraries come from the
 # package registry as the lock file names them, and are kept in FOLDER.npm for the next time.
 set -eu
-here=$(CDPATH= cd -- "$(dirname -- "$0")" && pwd)
+here=$(CDPATH="" cd -- "$(dirname -- "$0")" && pwd)
 folder=$1
 packages=$folder.npm
 

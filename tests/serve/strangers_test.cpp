@@ -79,7 +79,7 @@ TEST_F(StrangersTest, AThousandThatOnlyWaitGiveWay) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(status_of(ask("/api/v1/mesh")), 200);
     EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
-    EXPECT_LT(resident_kb(), before + 64 * 1024);
+    EXPECT_LT(resident_kb(), before + std::size_t{64} * 1024);
 }
 
 TEST_F(StrangersTest, AConnectionThatOnlyWaitsIsClosedInTheEnd) {
@@ -177,6 +177,7 @@ TEST_F(StrangersTest, TwoHundredRequestsASecondBesideAWriterGetNoCutSnapshot) {
     constexpr int kRequests = 150;
     std::atomic<int> good{0};
     std::vector<std::thread> clients;
+    clients.reserve(kClients);
     for (int i = 0; i < kClients; ++i) {
         clients.emplace_back([&] {
             auto next = std::chrono::steady_clock::now();
