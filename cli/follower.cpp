@@ -68,20 +68,27 @@ bool Follower::has_come_back() {
     return watched_ >= 0 && watched_ != before;
 }
 
+bool Follower::has_changed() {
+    const bool is_about_the_file = changes_.are_about_the_file();
+    if (is_about_the_file) {
+        changes_.let_them_settle();
+    }
+    return is_about_the_file;
+}
+
 Follower::Wake Follower::wait(Clock::time_point until) {
     if (has_come_back()) {
         return Wake::kLook;
     }
-    const bool is_watched = watched_ >= 0;
-    const auto look_again = Clock::now() + (is_watched ? kLongest : pause_);
+    const int watched = watched_ >= 0 ? changes_.descriptor() : -1;
+    const auto look_again = Clock::now() + (watched >= 0 ? kLongest : pause_);
     for (;;) {
-        std::array<pollfd, 2> ready = {{{signals_, POLLIN, 0}, {is_watched ? changes_.descriptor() : -1, POLLIN, 0}}};
+        std::array<pollfd, 2> ready = {{{signals_, POLLIN, 0}, {watched, POLLIN, 0}}};
         const int count = poll(ready.data(), ready.size(), milliseconds_until(std::min(until, look_again)));
         if (ready[0].revents != 0) {
             return read_signal();
         }
-        if (ready[1].revents != 0 && changes_.are_about_the_file()) {
-            changes_.let_them_settle();
+        if (ready[1].revents != 0 && has_changed()) {
             return Wake::kLook;
         }
         if (count <= 0 && Clock::now() >= std::min(until, look_again)) {

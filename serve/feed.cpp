@@ -148,7 +148,13 @@ Feed::News Feed::news_after(std::uint64_t number, const std::string &version, Cl
 
 void Feed::follow() {
     reader::Changes changes(*source_);
-    for (int watched = changes.watch();;) {
+    bool is_told = false;
+    for (int watched = -1;;) {
+        // Also at the beginning: something may have changed before it was watched.
+        const int before = std::exchange(watched, changes.watch());
+        if (is_told || watched < 0 || watched != before) {
+            look();
+        }
         const auto most = std::min<std::chrono::milliseconds>(pause_, watched >= 0 ? kSeldom : pause_);
         std::array<pollfd, 2> ready = {
             {{stop_descriptor_, POLLIN, 0}, {watched >= 0 ? changes.descriptor() : -1, POLLIN, 0}}};
@@ -156,13 +162,9 @@ void Feed::follow() {
         if (ready[0].revents != 0) {
             return;
         }
-        const int before = std::exchange(watched, changes.watch());
-        const bool is_told = ready[1].revents != 0 && changes.are_about_the_file();
+        is_told = ready[1].revents != 0 && changes.are_about_the_file();
         if (is_told) {
             changes.let_them_settle();
-        }
-        if (is_told || watched < 0 || watched != before) {
-            look();
         }
     }
 }

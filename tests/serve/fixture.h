@@ -54,9 +54,19 @@ protected:
         fs::remove_all(folder_);
     }
 
+    // The model last, as a gateway does: what is written then is looked at.
     void copy_example(const std::string &name) const {
-        fs::copy(fs::path(QO1905_SOURCE_DIR) / "docs/examples" / name, mesh_,
-                 fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+        const fs::path from = fs::path(QO1905_SOURCE_DIR) / "docs/examples" / name;
+        const fs::path model = "tmp/qo1905.json";
+        for (const auto &entry : fs::recursive_directory_iterator(from)) {
+            const fs::path to = mesh_ / entry.path().lexically_relative(from);
+            if (entry.is_directory()) {
+                fs::create_directories(to);
+            } else if (to != mesh_ / model) {
+                fs::copy_file(entry.path(), to, fs::copy_options::overwrite_existing);
+            }
+        }
+        fs::copy_file(from / model, mesh_ / model, fs::copy_options::overwrite_existing);
     }
 
     // On any free port.
