@@ -42,10 +42,7 @@ async function show(url, { width = 1280, height = 800, expectGone = false, ...mo
   page.on("pageerror", (error) => troubles.push(`error: ${error.message}`));
   page.on("dialog", (dialog) => (troubles.push(`dialog: ${dialog.message()}`), dialog.dismiss()));
   page.on("console", (message) => {
-    if (
-      ["error", "warning"].includes(message.type()) &&
-      !(expectGone && message.text().includes("ERR_CONNECTION_REFUSED"))
-    )
+    if (["error", "warning"].includes(message.type()) && !(expectGone && message.text().includes("net::ERR_")))
       troubles.push(`console: ${message.text()}`);
   });
   page.on("request", (request) => {
