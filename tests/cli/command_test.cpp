@@ -313,11 +313,43 @@ TEST_F(CommandTest, AnswersThatCannotBeWrittenAreNoSuccess) {
     EXPECT_EQ(errors_, "qo1905: standard output cannot be written\n");
 }
 
+TEST_F(CommandTest, AServerIsNotStartedByWordsThatWouldLetAnybodyAsk) {
+    EXPECT_EQ(ask("serve mesh --listen 0.0.0.0").status, 2);
+    EXPECT_THAT(errors_, HasSubstr("needs --token-file FILE"));
+    std::ofstream("short") << "secret\n";
+    EXPECT_EQ(ask("serve mesh --token-file short").status, 2);
+    EXPECT_THAT(errors_, HasSubstr("short: a token has 16 characters or more"));
+    EXPECT_EQ(ask("serve mesh --token-file none").status, 2);
+    EXPECT_THAT(errors_, HasSubstr("none: No such file or directory"));
+    EXPECT_EQ(ask("serve nowhere").status, 3);
+    EXPECT_EQ(ask("-o json serve mesh").status, 2);
+    EXPECT_EQ(ask("serve mesh --listen 192.0.2.1 --token-file long").status, 2);
+    std::ofstream("long") << "correct-horse-battery\n";
+    EXPECT_EQ(ask("serve mesh --listen 192.0.2.1 --token-file long").status, 4) << "no address of this machine";
+    EXPECT_THAT(errors_, HasSubstr("cannot listen on 192.0.2.1"));
+}
+
+TEST_F(CommandTest, AServerTellsItsAddressAndEndsInOrder) {
+    const Result served =
+        ask("serve mesh --port 0 --page nowhere >url 2>said & server=$!; until [ -s url ] && grep -q there said; "
+            "do sleep 0.02; done; kill -TERM $server; wait $server");
+    EXPECT_EQ(served.status, 0);
+    EXPECT_THAT(lab_test::text_of("url"), testing::MatchesRegex("http://127.0.0.1:[0-9]+/\n"));
+    EXPECT_THAT(lab_test::text_of("said"), HasSubstr("(Ctrl-C ends); source: mesh\n"));
+    EXPECT_THAT(lab_test::text_of("said"),
+                HasSubstr("the page is not there (nowhere), the rest is: http://127.0.0.1:"));
+}
+
+TEST_F(CommandTest, ThePageOfAMomentNeedsThePage) {
+    EXPECT_EQ(ask("-s mesh export html --page nowhere").status, 4);
+    EXPECT_THAT(errors_, HasSubstr("the page is not there (nowhere); --page FOLDER tells where it is"));
+}
+
 TEST_F(CommandTest, HelpTellsEveryVerb) {
     const Result help = ask("--help");
     EXPECT_EQ(help.status, 0);
     for (const char *verb : {"status", "devices", "stations", "links", "tree", "show", "path", "get", "diff", "check",
-                             "wait", "watch", "events", "export", "bundle", "schema", "completion"}) {
+                             "wait", "watch", "events", "export", "bundle", "schema", "completion", "serve"}) {
         EXPECT_THAT(help.output, HasSubstr("\n  " + std::string(verb) + " "));
         EXPECT_EQ(ask(std::string(verb) + " --help").status, 0);
     }
