@@ -95,7 +95,7 @@ export function place(before, devices, now) {
 
 // --- how large it is ---
 
-export const WIDE = { width: 232, height: 68, columnGap: 122, rowGap: 20, margin: 12 };
+export const WIDE = { width: 232, height: 68, columnGap: 130, rowGap: 20, margin: 12 };
 export const NARROW = { height: 92, rowGap: 12, indent: 18, margin: 8 };
 
 /** @param {Map<string, Known>} known @param {number} width of the window that it is shown in

@@ -10,8 +10,9 @@ import {
   useRef,
   useState,
 } from "./vendor/htm-preact.js";
+import { hashOf, routeOf, VIEWS } from "./address.js";
 import { place } from "./layout.js";
-import { deviceLabel, health, OLD, search, visible, wayOf } from "./mesh.js";
+import { deviceLabel, health, isWeakLink, OLD, search, visible, wayOf } from "./mesh.js";
 import { Panel } from "./panel.js";
 import { follow, meshOf } from "./source.js";
 import { texts } from "./texts.js";
@@ -23,29 +24,6 @@ import { Tree } from "./tree.js";
 /** @typedef {import("./source.js").State} State */
 
 // --- addresses ---
-
-const VIEWS = /** @type {Route["view"][]} */ (["tree", "neighbours", "stations", "picture", "events"]);
-
-/** "#/device/02:..?view=stations&band=5+GHz". @param {string} hash @returns {Route} */
-export function routeOf(hash) {
-  const [path, words] = hash.replace(/^#\/?/, "").split("?");
-  const query = new URLSearchParams(words ?? "");
-  const [first, second] = path.split("/");
-  const named = /** @type {Route["view"]} */ (query.get("view") ?? first);
-  const view = VIEWS.includes(named) ? named : "tree";
-  query.delete("view");
-  const kind = first === "device" || first === "station" ? first : undefined;
-  return { view, kind, mac: kind && second, query };
-}
-
-/** @param {Partial<Route>} route */
-export function hashOf(route) {
-  const query = new URLSearchParams(route.query);
-  const view = route.view ?? "tree";
-  if (route.kind && view !== "tree") query.set("view", view);
-  const words = query.toString();
-  return `#/${route.kind ? `${route.kind}/${route.mac}` : view}${words && `?${words}`}`;
-}
 
 function useRoute() {
   const [route, setRoute] = useState(() => routeOf(location.hash));
@@ -104,18 +82,21 @@ function usePlaces(mesh) {
 
 // --- the head ---
 
-/** @param {{mesh: Mesh, isPartial: boolean}} props */
-function Summary({ mesh, isPartial }) {
+/** @param {{mesh: Mesh, places: Map<string, Known>, isPartial: boolean}} props */
+function Summary({ mesh, places, isPartial }) {
   const sum = health(mesh);
-  const well = sum.weak + sum.weakLinks + sum.unreachable === 0;
+  const gone = [...places.values()].filter((known) => known.gone !== undefined).length;
+  const weakLink = [...mesh.devices.values()].find(isWeakLink)?.al_mac;
+  const well = gone + sum.weak + sum.weakLinks + sum.unreachable === 0;
   if (isPartial) return html`<p class="summary" role="status"><b>${texts.devices(sum.devices)}</b> · …</p>`;
   const parts = [
     html`<b>${texts.devices(sum.devices)}</b>`,
     html`<b>${texts.stations(sum.stations - sum.wired)}</b>`,
     texts.wired(sum.wired),
-    sum.weakLinks > 0 && html`<span class="bad">${texts.weakLinks(sum.weakLinks)}</span>`,
+    gone > 0 && html`<b class="bad">${texts.goneCount(gone)}</b>`,
+    sum.weakLinks > 0 && html`<a class="bad" href=${`#/device/${weakLink}`}>${texts.weakLinks(sum.weakLinks)}</a>`,
     sum.unreachable > 0 && html`<span class="bad">${texts.unreachable(sum.unreachable)}</span>`,
-    sum.weak > 0 && html`<a class="bad" href="#/stations?weak=1">${texts.weak(sum.weak)}</a>`,
+    sum.weak > 0 && html`<a class="bad" href="#/stations?weak=1&sort=signal">${texts.weakStations(sum.weak)}</a>`,
     well && texts.allWell,
   ].filter(Boolean);
   return html`<p class="summary" role="status">${parts.map((part, i) => [i > 0 && " · ", part])}</p>`;
@@ -137,7 +118,7 @@ function Age({ state }) {
   if (state.isSaved) return html`<p class="age">${texts.saved(localTime(written))}</p>`;
   const age = (Date.now() + state.clock - written) / 1000;
   return html`<p class=${age > OLD ? "age bad" : "age"}>
-    ${texts.written(age)}${age > OLD && html` <b>(${texts.old})</b>`}
+    ${texts.written(age)}${age > OLD && html` <b>(${texts.old})</b>`}<span class="paper"> ${localTime(written)}</span>
   </p>`;
 }
 
@@ -193,7 +174,7 @@ function Search({ mesh, route }) {
       ${found.slice(0, MOST_FOUND).map(
         (item) =>
           html`<li key=${item.mac}>
-            <a href=${target(item)} onClick=${close}><bdi>${item.label}</bdi> <small>${item.mac}</small></a>
+            <a href=${target(item)} onClick=${close}><bdi>${item.label}</bdi> <small>${item.about}</small></a>
           </li>`,
       )}
       ${found.length === 0 && html`<li class="quiet">${texts.nothingFound}</li>`}
@@ -276,7 +257,7 @@ function App({ saved }) {
   return html`<a class="skip" href="#content" onClick=${skip}>${texts.skip}</a>
     <header>
       <h1>${texts.title}</h1>
-      <${Summary} mesh=${mesh} isPartial=${state.isPartial} />
+      <${Summary} mesh=${mesh} places=${places} isPartial=${state.isPartial} />
       <${Age} state=${state} />
       <${Search} mesh=${mesh} route=${route} />
       <${Views} route=${route} />

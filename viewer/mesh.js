@@ -47,8 +47,10 @@ export const countsOf = (mesh, mac) => mesh.counts.get(mac) ?? noCounts();
 export const isWeak = (item) => item.signal !== undefined && item.signal < WEAK_SIGNAL;
 
 /** @param {Device} device */
-export const isWeakLink = (device) =>
-  isWeak(device) || (device.parent !== undefined && device.rate !== undefined && device.rate < SLOW_LINK);
+export const isSlow = (device) => device.parent !== undefined && device.rate !== undefined && device.rate < SLOW_LINK;
+
+/** @param {Device} device */
+export const isWeakLink = (device) => isWeak(device) || isSlow(device);
 
 /** @param {number | undefined} signal @returns {"none" | "good" | "fair" | "bad"} */
 export function toneOf(signal) {
@@ -113,6 +115,13 @@ export function cut(text, most) {
 /** @param {string} text */
 const plain = (text) => text.trim().toLowerCase();
 
+/** With colons, however it was typed. @param {string} wanted in lower case */
+function macPart(wanted) {
+  const digits = wanted.replace(/[-:. ]/g, "");
+  const isBare = wanted === digits && /^[0-9a-f]{5,12}$/.test(digits);
+  return isBare ? digits.replace(/..(?=.)/g, "$&:") : wanted.replaceAll("-", ":");
+}
+
 /** Whether a name, MAC or address has a text in it. @param {{name?: string, address?: string}} item
  * @param {string} mac @param {string} wanted in lower case @param {string} asMac the same with colons */
 const goesBy = (item, mac, wanted, asMac) =>
@@ -120,21 +129,36 @@ const goesBy = (item, mac, wanted, asMac) =>
   (item.address !== undefined && item.address.toLowerCase().includes(wanted)) ||
   (item.name !== undefined && item.name.toLowerCase().includes(wanted));
 
+/** @param {{address?: string}} item @param {string} mac */
+const aboutOf = (item, mac) => visible([mac, item.address].filter(Boolean).join(" · "));
+
 /** Devices first, then stations. @param {Mesh} mesh @param {string} text
- * @returns {{kind: "device" | "station", mac: string, label: string}[]} */
+ * @returns {{kind: "device" | "station", mac: string, label: string, about: string}[]} */
 export function search(mesh, text) {
   const wanted = plain(text);
   if (wanted === "") return [];
-  const asMac = wanted.replaceAll("-", ":");
-  /** @type {{kind: "device" | "station", mac: string, label: string}[]} */
+  const asMac = macPart(wanted);
+  /** @type {ReturnType<typeof search>} */
   const found = [];
   for (const device of mesh.devices.values()) {
     if (goesBy(device, device.al_mac, wanted, asMac) || device.interfaces.some((item) => item.mac.includes(asMac)))
-      found.push({ kind: "device", mac: device.al_mac, label: deviceLabel(device) });
+      found.push({
+        kind: "device",
+        mac: device.al_mac,
+        label: deviceLabel(device),
+        about: aboutOf(device, device.al_mac),
+      });
   }
   for (const station of mesh.stations.values()) {
-    if (goesBy(station, station.mac, wanted, asMac))
-      found.push({ kind: "station", mac: station.mac, label: stationLabel(station) });
+    if (goesBy(station, station.mac, wanted, asMac)) {
+      const at = deviceLabel(mesh.devices.get(station.device), station.device);
+      found.push({
+        kind: "station",
+        mac: station.mac,
+        label: stationLabel(station),
+        about: `${aboutOf(station, station.mac)} · ${at}`,
+      });
+    }
   }
   return found;
 }
@@ -144,7 +168,7 @@ export function search(mesh, text) {
 /** @param {Mesh} mesh @param {Filter} filter */
 export function filterStations(mesh, filter) {
   const wanted = plain(filter.text ?? "");
-  const asMac = wanted.replaceAll("-", ":");
+  const asMac = macPart(wanted);
   const all = filter.device ? (mesh.at.get(filter.device) ?? []) : [...mesh.stations.values()];
   return all.filter(
     (station) =>

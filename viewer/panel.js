@@ -1,7 +1,7 @@
 // All that is known of one device or station.
 
 import { html, useEffect, useRef } from "./vendor/htm-preact.js";
-import { bandOf, deviceLabel, isWeak, sortStations, stationLabel, toneOf, visible, wayOf } from "./mesh.js";
+import { bandOf, deviceLabel, isWeak, isWeakLink, sortStations, stationLabel, toneOf, visible, wayOf } from "./mesh.js";
 import { texts } from "./texts.js";
 import { linkWords } from "./tree.js";
 
@@ -35,6 +35,14 @@ export const Signal = ({ signal }) =>
     ? null
     : html`<span class=${toneOf(signal)}>${texts.dbm(signal)}${isWeak({ signal }) && ` ${texts.weakMark}`}</span>`;
 
+/** @param {{device: Device}} props */
+const LinkWords = ({ device }) => {
+  const words = linkWords(device).filter(Boolean).join(", ") || texts.unknown;
+  return html`<span class=${isWeakLink(device) ? "bad" : toneOf(device.signal)}
+    >${words}${isWeakLink(device) && ` ${texts.weakMark}`}</span
+  >`;
+};
+
 /** The links from a device outwards to the gateway. @param {{mesh: Mesh, way: string[], first: any}} props */
 const Way = ({ mesh, way, first }) =>
   html`<h3>${texts.path}</h3>
@@ -42,10 +50,9 @@ const Way = ({ mesh, way, first }) =>
       ${first}
       ${way.map((mac) => {
         const device = /** @type {Device} */ (mesh.devices.get(mac));
-        const words = linkWords(device).filter(Boolean).join(", ");
         return html`<li key=${mac}>
           <${DeviceLink} mesh=${mesh} mac=${mac} />
-          ${device.parent && html` <small class=${toneOf(device.signal)}>${`↑ ${words || texts.unknown}`}</small>`}
+          ${device.parent && html` <small>${"↑ "}<${LinkWords} device=${device} /></small>`}
         </li>`;
       })}
     </ol>`;
@@ -60,7 +67,7 @@ function DevicePart({ mesh, device }) {
         [texts.facts.address, device.address && visible(device.address)],
         [texts.facts.firmware, device.firmware && html`<bdi>${visible(device.firmware)}</bdi>`],
         [texts.facts.parent, device.parent && html`<${DeviceLink} mesh=${mesh} mac=${device.parent} />`],
-        [texts.facts.link, linkWords(device).filter(Boolean).join(", ")],
+        [texts.facts.link, linkWords(device).some(Boolean) && html`<${LinkWords} device=${device} />`],
         [texts.facts.hops, device.hops === undefined ? texts.noWay : String(device.hops)],
       ]}
     />
@@ -151,7 +158,9 @@ export function Panel({ mesh, route, places, way, close, dismiss }) {
     ${device && html`<${DevicePart} mesh=${mesh} device=${device} />`}
     ${device && way.length > 1 && html`<${Way} mesh=${mesh} way=${way} />`}
     ${station && html`<${StationPart} mesh=${mesh} station=${station} />`}
-    ${!device && !station && html`<p>${route.kind === "station" ? texts.noStation : texts.noDevice}</p>`}
+    ${known &&
+    html`<p class="bad">${known.gone ? texts.gone(new Date(known.gone).toLocaleString()) : texts.goneEarlier}</p>`}
+    ${!device && !station && !known && html`<p>${route.kind === "station" ? texts.noStation : texts.noDevice}</p>`}
     ${known &&
     html`<p>
       <button type="button" onClick=${() => (dismiss(route.mac), close())}>${texts.dismiss}</button>

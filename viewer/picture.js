@@ -102,9 +102,14 @@ function draw(canvas, mesh, boxes, from, chosen) {
     const [to, parent] = [boxes.get(device.al_mac), boxes.get(device.parent)];
     if (!to || !parent) continue;
     const y = to.y + to.height / 2;
-    ink.moveTo(parent.x + Math.min(12, parent.width), parent.y + parent.height / 2);
-    ink.lineTo(parent.x + parent.width + 12, parent.y + parent.height / 2);
-    ink.lineTo(parent.x + parent.width + 12, y);
+    const isBelow = to.x < parent.x + parent.width;
+    const x = isBelow ? parent.x + 6 : parent.x + parent.width + 12;
+    if (isBelow) ink.moveTo(x, parent.y + parent.height);
+    else {
+      ink.moveTo(parent.x + parent.width, parent.y + parent.height / 2);
+      ink.lineTo(x, parent.y + parent.height / 2);
+    }
+    ink.lineTo(x, y);
     ink.lineTo(to.x, y);
   }
   ink.stroke();

@@ -16,7 +16,7 @@ import { addDevice, addStation, emptyMesh } from "./mesh.js";
  * @property {number} clock how much later it is there than here, in ms */
 
 const SLICE = 8; // ms of work before the screen gets its turn
-const MOST_EVENTS = 500;
+const MOST_EVENTS = 10000; // as many as the server keeps
 const RETRY = 2000; // ms
 
 const pause = () => new Promise((resolve) => setTimeout(resolve, 0));

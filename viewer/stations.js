@@ -1,6 +1,7 @@
 // All stations as a table. However many there are, only the rows that can be seen are in the page.
 
 import { html, useLayoutEffect, useMemo, useRef, useState } from "./vendor/htm-preact.js";
+import { hashOf } from "./address.js";
 import { bandOf, deviceLabel, filterStations, sortStations, stationLabel, visible } from "./mesh.js";
 import { DeviceLink, Signal } from "./panel.js";
 import { texts } from "./texts.js";
@@ -28,7 +29,7 @@ function choose(query, key, value) {
   const next = new URLSearchParams(query);
   if (value) next.set(key, value);
   else next.delete(key);
-  history.replaceState(null, "", `#/stations${String(next) && `?${next}`}`);
+  history.replaceState(null, "", hashOf({ view: "stations", query: next }));
   dispatchEvent(new HashChangeEvent("hashchange"));
 }
 
@@ -92,10 +93,12 @@ const Head = ({ query, sort, isDown }) =>
   </thead>`;
 
 /** @param {any} props */
-const Row = ({ mesh, station, index, isSelected }) =>
+const Row = ({ mesh, station, query, index, isSelected }) =>
   html`<tr aria-rowindex=${index + 2} class=${isSelected ? "selected" : ""}>
     <td class="name">
-      <a href=${`#/station/${station.mac}?view=stations`}><bdi>${stationLabel(station)}</bdi></a>
+      <a href=${hashOf({ view: "stations", kind: "station", mac: station.mac, query })}
+        ><bdi>${stationLabel(station)}</bdi></a
+      >
     </td>
     <td class="mac"><code>${station.mac}</code>${station.random_mac && html` <small>${texts.random}</small>`}</td>
     <td class="device"><${DeviceLink} mesh=${mesh} mac=${station.device} /></td>
@@ -118,7 +121,14 @@ function useWindow(frame, count) {
     const observer = new ResizeObserver(look);
     observer.observe(frame.current);
     frame.current.addEventListener("scroll", look, { passive: true });
-    return () => observer.disconnect();
+    const showAll = () => setSeen({ first: 0, last: Infinity }); // paper has no window
+    addEventListener("beforeprint", showAll);
+    addEventListener("afterprint", look);
+    return () => {
+      observer.disconnect();
+      removeEventListener("beforeprint", showAll);
+      removeEventListener("afterprint", look);
+    };
   }, []);
   const first = Math.min(seen.first, Math.max(0, count - 1));
   return { first, last: Math.min(seen.last, count) };
@@ -156,6 +166,7 @@ export default function Stations({ mesh, route }) {
               (station, i) =>
                 html`<${Row}
                   key=${station.mac}
+                  query=${query}
                   mesh=${mesh}
                   station=${station}
                   index=${first + i}

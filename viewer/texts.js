@@ -33,6 +33,8 @@ export const texts = {
   stations: (/** @type {number} */ n) => counted(n, "station"),
   wired: (/** @type {number} */ n) => `${n} wired`,
   weak: (/** @type {number} */ n) => `${n} weak`,
+  weakStations: (/** @type {number} */ n) => counted(n, "weak station"),
+  goneCount: (/** @type {number} */ n) => `${counted(n, "device")} gone`,
   weakLinks: (/** @type {number} */ n) => counted(n, "weak link"),
   unreachable: (/** @type {number} */ n) => `${counted(n, "device")} without a known way`,
   allWell: "all links are well",
@@ -104,20 +106,24 @@ export const texts = {
   noStations: "No stations.",
   allStations: (/** @type {number} */ n) => `All ${n} as a table`,
   neighbours: "Neighbours",
+  noNeighbours: "Nobody tells of hearing anybody beside the links of the tree.",
   path: "Way to the gateway",
-  noStation: "This station is not connected any more.",
+  noStation: "This station is not connected.",
   noDevice: "This device is not known.",
 
   filter: "Only with this in it",
   allBands: "All bands",
   allDevices: "All devices",
+  allEvents: "All events",
+  deviceEvents: "Of devices",
+  stationEvents: "Of stations",
   onlyWeak: "Only weak ones",
   shown: (/** @type {number} */ n, /** @type {number} */ all) =>
-    n === all ? `${all} connected` : `${n} of ${all} connected`,
+    n === all ? `${all} connected, by cable included` : `${n} of ${all} connected`,
   sortBy: (/** @type {string} */ column) => `Sort by ${column}`,
 
   eventsEmpty: "Nothing has happened since this server started.",
-  eventsGap: "Older ones are not kept any more.",
+  eventsGap: "Older ones are not kept.",
   eventsSaved: "A saved page has one moment, and no events.",
   event:
     /** @type {Record<string, (e: import("./types").MeshEvent, place: (p?: import("./types").Whereabouts) => string, device: (mac?: string) => string) => string>} */ ({

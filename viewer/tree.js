@@ -2,7 +2,7 @@
 
 import { Component, html, useEffect, useLayoutEffect, useMemo, useRef, useState } from "./vendor/htm-preact.js";
 import { fitting, geometry } from "./layout.js";
-import { countsOf, cut, deviceLabel, isWeakLink, neighbourPairs, toneOf, visible } from "./mesh.js";
+import { countsOf, cut, deviceLabel, isSlow, isWeakLink, neighbourPairs, toneOf, visible } from "./mesh.js";
 import { texts } from "./texts.js";
 
 /** @typedef {import("./types").Device} Device */
@@ -55,7 +55,8 @@ class Card extends Component {
   render() {
     const p = /** @type {any} */ (this.props);
     const most = Math.floor((p.width - 24) / THIN);
-    const room = Math.floor((p.width - (p.weak > 0 ? 84 : 24)) / BOLD);
+    const room = Math.floor((p.width - (p.weak > 0 ? 96 : 24)) / BOLD);
+    const badge = 14 + 7 * texts.weak(p.weak).length;
     const top = p.link ? 42 : p.height / 2 - 12;
     return html`<a
       href=${`#/device/${p.mac}${p.isNeighbours ? "?view=neighbours" : ""}`}
@@ -71,9 +72,9 @@ class Card extends Component {
       <text x="14" y=${top + 18} class="about">${cut(p.about, most)}</text>
       <text x="14" y=${top + 36} class="counts">${cut(p.counts, most)}</text>
       ${p.weak > 0 &&
-      html`<g class="badge" transform=${`translate(${p.width - 66} ${top - 14})`}>
-        <rect width="56" height="18" rx="9" />
-        <text x="28" y="13" text-anchor="middle">${texts.weak(p.weak)}</text>
+      html`<g class="badge" transform=${`translate(${p.width - 10 - badge} ${top - 14})`}>
+        <rect width=${badge} height="18" rx="9" />
+        <text x=${badge / 2} y="13" text-anchor="middle">${texts.weak(p.weak)}</text>
       </g>`}
     </a>`;
   }
@@ -91,14 +92,15 @@ function Link({ from, to, device, isLit, isNarrow }) {
   const [medium, rate] = linkWords(device);
   return html`<g>
     <path class=${kind} d=${`M${x} ${from.y + from.height / 2}h12V${y}H${to.x}`} />
-    <text class=${`link-words ${toneOf(device.signal)}`} x=${to.x - 54} y=${y - 5} text-anchor="middle">${medium}</text>
-    <text class="link-words" x=${to.x - 54} y=${y + 15} text-anchor="middle">${rate}</text>
+    <text class=${`link-words ${toneOf(device.signal)}`} x=${to.x - 58} y=${y - 5} text-anchor="middle">${medium}</text>
+    <text class=${`link-words ${isSlow(device) ? "bad" : ""}`} x=${to.x - 58} y=${y + 15} text-anchor="middle"
+      >${rate}</text
+    >
   </g>`;
 }
 
-/** Who hears whom, beside the links of the tree. @param {{mesh: Mesh, boxes: Map<string, Box>, mac?: string}} props */
-function Neighbours({ mesh, boxes, mac }) {
-  const pairs = useMemo(() => neighbourPairs(mesh), [mesh]);
+/** Who hears whom, beside the links of the tree. @param {{pairs: ReturnType<typeof neighbourPairs>, boxes: Map<string, Box>, mac?: string}} props */
+function Neighbours({ pairs, boxes, mac }) {
   return html`<g class="neighbours">
     ${pairs.map(({ one, other, medium, signal }) => {
       const a = boxes.get(one);
@@ -179,6 +181,7 @@ export function Tree({ mesh, route, places, way, withNeighbours }) {
     () => geometry(places, room || 1000),
     [places, room < 640, room < 640 ? room : 0],
   );
+  const pairs = useMemo(() => (withNeighbours ? neighbourPairs(mesh) : []), [mesh, withNeighbours]);
   const { drawn, isAllDrawn } = useWhatIsSeenFirst(places, boxes);
   // Only when the window is another: a device more, or one that is opened, is no reason for all others to move.
   useLayoutEffect(() => {
@@ -211,7 +214,7 @@ export function Tree({ mesh, route, places, way, withNeighbours }) {
   return html`<div class="tools">
       <button type="button" onClick=${() => step(-1)} aria-label=${texts.zoomOut}>−</button>
       <button type="button" onClick=${() => step(1)} aria-label=${texts.zoomIn}>+</button>
-      <button type="button" onClick=${() => setZoom(0)}>${texts.fit}</button>
+      <button type="button" onClick=${() => setZoom(Math.min(1.6, Math.max(0.3, room / width)))}>${texts.fit}</button>
       <span class="spring"></span>
       <button type="button" onClick=${() => save("svg")}>${texts.saveSvg}</button>
       <button type="button" onClick=${() => save("png")}>${texts.savePng}</button>
@@ -240,7 +243,7 @@ export function Tree({ mesh, route, places, way, withNeighbours }) {
             isLit=${way.includes(mac) && way.includes(device.parent)}
           />`;
         })}
-        ${withNeighbours && html`<${Neighbours} mesh=${mesh} boxes=${boxes} mac=${at} />`}
+        ${withNeighbours && html`<${Neighbours} pairs=${pairs} boxes=${boxes} mac=${at} />`}
         ${drawn.map(([mac, known]) => {
           const device = mesh.devices.get(mac);
           const card = cardOf(mesh, device, known, mac);
@@ -271,5 +274,6 @@ export function Tree({ mesh, route, places, way, withNeighbours }) {
         })}
       </svg>
     </div>
+    ${withNeighbours && pairs.length === 0 && html`<p class="quiet">${texts.noNeighbours}</p>`}
     ${places.size > MOST_DRAWN && html`<p class="quiet">${texts.tooMany(places.size - MOST_DRAWN)}</p>`}`;
 }

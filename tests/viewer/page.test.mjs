@@ -453,8 +453,8 @@ test("a search leads to the place", async () => {
   await page.waitForSelector(".panel");
   const card = page.locator(`[id="d-${mesh.devices[280].al_mac}"]`);
   await page.waitForFunction((id) => {
-    const box = document.getElementById(id).getBoundingClientRect();
-    return box.top >= 0 && box.bottom <= innerHeight;
+    const box = document.getElementById(id)?.getBoundingClientRect();
+    return box && box.top >= 0 && box.bottom <= innerHeight;
   }, `d-${mesh.devices[280].al_mac}`);
   assert.match(await card.getAttribute("class"), /selected/);
 });
