@@ -33,6 +33,11 @@ std::string read_token(const std::string &path) {
         say(path + ": a token has 16 characters or more on one line, such as: head -c 18 /dev/urandom | base64");
         throw Stop{kUsage};
     }
+    if (token.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=_.~-") !=
+        std::string::npos) {
+        say(path + ": a token has letters, digits and + / = _ . ~ - in it");
+        throw Stop{kUsage};
+    }
     return token;
 }
 
@@ -74,6 +79,7 @@ void run(Serving &wanted, const Options &options) {
     }
     tell_start(*server, source);
     (void)signals.wait();
+    signals.let_go();  // who presses it again does not want to wait for anything
 }
 
 }  // namespace
@@ -101,6 +107,8 @@ int EndingSignals::wait() const {
     sigwait(&set_, &signal);
     return signal;
 }
+
+void EndingSignals::let_go() const { pthread_sigmask(SIG_UNBLOCK, &set_, nullptr); }
 
 void add_serving(CLI::App &app, Question &question) {
     const auto wanted = std::make_shared<Serving>();

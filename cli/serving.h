@@ -17,6 +17,7 @@ class EndingSignals {
 public:
     EndingSignals();
     int wait() const;
+    void let_go() const;
 
 private:
     sigset_t set_ = {};

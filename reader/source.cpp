@@ -75,7 +75,7 @@ private:
 // Standard input is read once, whatever is asked later.
 class FileSource : public Source {
 public:
-    explicit FileSource(std::string path) : path_(std::move(path)) {}
+    explicit FileSource(std::string path) : path_(std::move(path)), watched_(path_ == "-" ? "" : whole_path(path_)) {}
 
     Inputs read() override {
         if (path_ != "-" || file_.file.empty()) {
@@ -86,7 +86,7 @@ public:
         return inputs;
     }
 
-    std::string watched() const override { return path_ == "-" ? "" : fs::absolute(path_).string(); }
+    std::string watched() const override { return watched_; }
 
     bool can_change() const override { return path_ != "-" && !looks_like_bundle(first_bytes()); }
 
@@ -115,7 +115,14 @@ private:
         return bytes;
     }
 
+    // At once: later there may be no working directory any more.
+    static std::string whole_path(const std::string &path) {
+        std::error_code error;
+        return fs::absolute(path, error).string();
+    }
+
     std::string path_;
+    std::string watched_;
     Input file_;
 };
 

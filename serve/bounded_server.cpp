@@ -10,6 +10,7 @@
 #include <array>
 #include <cstring>
 #include <optional>
+#include <system_error>
 
 namespace serve {
 
@@ -32,28 +33,25 @@ public:
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
 
-    // Until the first byte of a request; false when none comes.
+    // Until the head of a request has come; false when none comes, or one that takes too long or is too long.
     bool wait_for_request() {
-        if (at_ == filled_) {
+        if (received_.empty()) {
             open_.set_waiting(*this, true);
-            const bool came = is_ready(POLLIN, Clock::now() + bounds_.idle) && fill();
+            const bool came = is_ready(POLLIN, Clock::now() + bounds_.idle) && receive();
             open_.set_waiting(*this, false);
             if (!came) {
                 return false;
             }
         }
-        has_head_ = false;
-        head_until_ = Clock::now() + bounds_.head;
-        head_left_ = bounds_.head_bytes;
         answer_until_.reset();
-        return true;
+        has_head_ = false;
+        return receive_head(Clock::now() + bounds_.head);
     }
 
     // What follows the head is not read: nothing here takes a body.
     void take_head(httplib::Request &request) {
         has_head_ = true;
         has_rest_ = has_rest_ || request.has_header("Content-Length") || request.has_header("Transfer-Encoding");
-        request.ranges.clear();  // a head may ask for the same bytes a thousand times
         const bool takes_gzip = takes(request.get_header_value("Accept-Encoding"), "gzip");
         request.headers.erase("Accept-Encoding");
         request.headers.erase(BoundedServer::kTakesGzip);
@@ -68,18 +66,12 @@ public:
 
     void shut_down() const { (void)shutdown(socket_, SHUT_RDWR); }
 
+    // The head alone: nothing here takes a body.
     ssize_t read(char *to, size_t size) override {
-        if (head_left_ == 0) {
-            return -1;
-        }
-        if (at_ == filled_ && (!is_ready(POLLIN, head_until_) || !fill())) {
-            return -1;
-        }
-        const std::size_t taken = std::min({size, filled_ - at_, head_left_});
-        std::memcpy(to, buffer_.data() + at_, taken);
+        const std::size_t taken = std::min(size, head_.size() - at_);
+        std::memcpy(to, head_.data() + at_, taken);
         at_ += taken;
-        head_left_ -= taken;
-        return static_cast<ssize_t>(taken);
+        return taken > 0 ? static_cast<ssize_t>(taken) : -1;
     }
 
     ssize_t write(const char *from, size_t size) override {
@@ -99,7 +91,7 @@ public:
         return static_cast<ssize_t>(size);
     }
 
-    bool is_readable() const override { return at_ < filled_ || is_ready(POLLIN, head_until_); }
+    bool is_readable() const override { return at_ < head_.size(); }
     bool is_writable() const override { return is_ready(POLLOUT, Clock::now() + bounds_.answer); }
     socket_t socket() const override { return socket_; }
     void get_remote_ip_and_port(std::string &ip, int &port) const override { tell_address(getpeername, ip, port); }
@@ -132,11 +124,40 @@ private:
         }
     }
 
-    bool fill() {
-        const ssize_t size = recv(socket_, buffer_.data(), buffer_.size(), MSG_DONTWAIT);
-        at_ = 0;
-        filled_ = size > 0 ? static_cast<std::size_t>(size) : 0;
+    bool receive() {
+        std::array<char, 4096> chunk = {};
+        const ssize_t size = recv(socket_, chunk.data(), chunk.size(), MSG_DONTWAIT);
+        received_.append(chunk.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
         return size > 0;
+    }
+
+    bool receive_head(Clock::time_point until) {
+        constexpr const char *kEnd = "\r\n\r\n";
+        constexpr std::size_t kEndSize = 4;
+        std::size_t end = 0;
+        while ((end = received_.find(kEnd)) == std::string::npos) {
+            if (received_.size() > bounds_.head_bytes || !is_ready(POLLIN, until) || !receive()) {
+                return false;
+            }
+        }
+        head_ = without_traps(received_.substr(0, end + kEndSize));
+        received_.erase(0, end + kEndSize);
+        at_ = 0;
+        return head_.size() <= bounds_.head_bytes;
+    }
+
+    // The library parses ranges by a recursion as deep as the header is long, and answers an expectation twice. Neither
+    // is of any use here.
+    static std::string without_traps(const std::string &head) {
+        std::string kept;
+        for (std::size_t at = 0; at < head.size();) {
+            const std::size_t end = head.find("\r\n", at) + 2;
+            const std::string name = head.substr(at, std::min(head.find(':', at), end) - at);
+            const bool is_trap = strcasecmp(name.c_str(), "range") == 0 || strcasecmp(name.c_str(), "expect") == 0;
+            kept.append(is_trap ? "" : head.substr(at, end - at));
+            at = end;
+        }
+        return kept;
     }
 
     // A socket that is closed while there is something to be read takes the answer with it.
@@ -145,7 +166,8 @@ private:
         constexpr int kMostReads = 16;
         (void)shutdown(socket_, SHUT_WR);
         const auto until = Clock::now() + kMostTime;
-        for (int i = 0; i < kMostReads && is_ready(POLLIN, until) && fill(); ++i) {
+        for (int i = 0; i < kMostReads && is_ready(POLLIN, until) && receive(); ++i) {
+            received_.clear();
         }
     }
 
@@ -166,11 +188,9 @@ private:
     const socket_t socket_;
     const Bounds &bounds_;
     OpenConnections &open_;
-    std::array<char, 4096> buffer_ = {};
-    std::size_t at_ = 0;
-    std::size_t filled_ = 0;
-    std::size_t head_left_ = 0;
-    Clock::time_point head_until_;
+    std::string received_;                           // and not yet taken
+    std::string head_;                               // of the request that is being answered
+    std::size_t at_ = 0;                             // how much of it the library has read
     std::optional<Clock::time_point> answer_until_;  // from its first byte on
     bool has_head_ = false;
     bool has_rest_ = false;
@@ -216,6 +236,11 @@ void OpenConnections::close_all() {
     }
 }
 
+void OpenConnections::open_again() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    are_closed_ = false;
+}
+
 bool OpenConnections::are_closed() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return are_closed_;
@@ -232,7 +257,7 @@ public:
     void enqueue(std::function<void()> task) override {
         constexpr auto kLookAgain = std::chrono::milliseconds(100);
         std::unique_lock<std::mutex> lock(mutex_);
-        while (busy_ == most_ && !open_.are_closed()) {
+        while (busy_ >= most_ && !open_.are_closed()) {
             lock.unlock();
             open_.close_one();
             lock.lock();
@@ -240,8 +265,8 @@ public:
         }
         ++busy_;
         tasks_.push_back(std::move(task));
-        if (threads_.size() < std::min(busy_, most_)) {
-            threads_.emplace_back([this] { work(); });
+        if (threads_.size() < std::min(busy_, most_) && !start_thread()) {
+            most_ = threads_.size();
         }
         work_.notify_one();
     }
@@ -259,6 +284,19 @@ public:
     }
 
 private:
+    // False where the machine has no more of them: those that are there will do.
+    bool start_thread() {
+        try {
+            threads_.emplace_back([this] { work(); });
+        } catch (const std::system_error &) {
+            if (threads_.empty()) {
+                throw;
+            }
+            return false;
+        }
+        return true;
+    }
+
     void work() {
         std::unique_lock<std::mutex> lock(mutex_);
         for (;;) {
@@ -276,7 +314,7 @@ private:
         }
     }
 
-    const std::size_t most_;
+    std::size_t most_;
     OpenConnections &open_;
     std::mutex mutex_;
     std::condition_variable work_, room_;
@@ -297,12 +335,26 @@ BoundedServer::BoundedServer(Bounds bounds) : bounds_(bounds) {
     });
     set_tcp_nodelay(true);
     set_payload_max_length(0);
-    set_expect_100_continue_handler([](const httplib::Request &, httplib::Response &) { return 417; });
 }
 
 void BoundedServer::let_more_wait() { (void)::listen(svr_sock_, SOMAXCONN); }
 
+// The library stops listening for good when the machine is short of something for a moment.
+void BoundedServer::listen_on(const std::string &address, int port) {
+    constexpr auto kPause = std::chrono::milliseconds(200);
+    (void)listen_after_bind();
+    while (!is_ended_) {
+        std::this_thread::sleep_for(kPause);
+        if (!is_ended_ && bind_to_port(address, port)) {
+            open_.open_again();
+            let_more_wait();
+            (void)listen_after_bind();
+        }
+    }
+}
+
 void BoundedServer::end() {
+    is_ended_ = true;
     open_.close_all();
     stop();
 }

@@ -4,6 +4,7 @@
 
 #include <httplib.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -40,6 +41,7 @@ public:
 
     // Closes all, those to come included.
     void close_all();
+    void open_again();
     bool are_closed() const;
 
 private:
@@ -55,7 +57,10 @@ public:
     // After binding: the library lets five connections wait to be accepted, and the sixth tries again in a second.
     void let_more_wait();
 
-    // Ends `listen_after_bind` and every connection.
+    // Until it is ended.
+    void listen_on(const std::string &address, int port);
+
+    // Ends that and every connection.
     void end();
 
     // Set in a request whose client takes gzip; the library's own way would compress anew for each of them.
@@ -66,6 +71,7 @@ private:
 
     const Bounds bounds_;
     OpenConnections open_;
+    std::atomic<bool> is_ended_{false};
 };
 
 }  // namespace serve

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <stdexcept>
-#include <utility>
 
 #include "reader/changes.h"
 #include "reader/json_form.h"
@@ -23,7 +22,8 @@ using reader::Snapshot;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kMostEvents = 10000;
-constexpr auto kSeldom = std::chrono::seconds(2);  // the folder may be another by then
+constexpr std::ptrdiff_t kMostAtOnce = 1000;
+constexpr auto kSeldom = std::chrono::seconds(2);
 constexpr auto kHalfWritten = std::chrono::milliseconds(100);
 
 std::string compressed(const std::string &text) {
@@ -49,17 +49,44 @@ std::string dump(const nlohmann::ordered_json &json) {
     return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
 }
 
-bool is_same(const Inputs &a, const Inputs &b) {
-    const auto same = [](const reader::Input &one, const reader::Input &other) {
-        return one.text == other.text && one.problem.has_value() == other.problem.has_value();
-    };
-    return a.model.time == b.model.time && same(a.model, b.model) && same(a.dump, b.dump) && same(a.leases, b.leases) &&
-           same(a.list_24g, b.list_24g) && same(a.list_5g, b.list_5g) && same(a.log, b.log);
+bool is_same(const reader::Input &one, const reader::Input &other) {
+    const auto reason = [](const reader::Input &file) { return file.problem ? file.problem->text() : ""; };
+    return one.text == other.text && reason(one) == reason(other);
 }
 
-bool is_cut(const Snapshot &snapshot) {
-    const Problem *problem = snapshot.problem_with(Missing::Part::kDump);
-    return problem != nullptr && problem->kind != Problem::Kind::kMissing;
+bool is_same(const Inputs &a, const Inputs &b) {
+    return a.model.time == b.model.time && is_same(a.model, b.model) && is_same(a.dump, b.dump) &&
+           is_same(a.leases, b.leases) && is_same(a.list_24g, b.list_24g) && is_same(a.list_5g, b.list_5g) &&
+           is_same(a.log, b.log);
+}
+
+// With the stations of the local device as they were, when only the dump that tells of them is away: they have neither
+// left nor joined.
+Snapshot with_local_stations(Snapshot snapshot, const Snapshot &before) {
+    if (snapshot.knows_local_stations || !before.knows_local_stations) {
+        return snapshot;
+    }
+    const auto local = std::find_if(before.devices.begin(), before.devices.end(),
+                                    [](const reader::Device &device) { return device.is_local; });
+    const std::size_t known = snapshot.stations.size();
+    for (const reader::Station &station : before.stations) {
+        if (local != before.devices.end() && station.device == local->al_mac && !snapshot.find_station(station.mac)) {
+            snapshot.stations.push_back(station);
+        }
+    }
+    const auto by_mac = [](const reader::Station &a, const reader::Station &b) { return a.mac < b.mac; };
+    std::inplace_merge(snapshot.stations.begin(), snapshot.stations.begin() + static_cast<std::ptrdiff_t>(known),
+                       snapshot.stations.end(), by_mac);
+    snapshot.knows_local_stations = true;
+    return snapshot;
+}
+
+bool is_cut(const Inputs &inputs) {
+    if (inputs.model.problem || inputs.dump.problem) {
+        return false;  // it cannot be had at all
+    }
+    const Snapshot snapshot = reader::make_snapshot(inputs);
+    return snapshot.problem_with(Missing::Part::kDump) != nullptr;
 }
 
 // What is wrong with the model now, beside the last that was good.
@@ -142,38 +169,43 @@ Feed::News Feed::news_after(std::uint64_t number, const std::string &version, Cl
     }
     news.has_gap = number + 1 < first;
     const auto skipped = std::min<std::uint64_t>(events_.size(), number + 1 > first ? number + 1 - first : 0);
-    news.events.assign(events_.begin() + static_cast<std::ptrdiff_t>(skipped), events_.end());
+    const auto begin = events_.begin() + static_cast<std::ptrdiff_t>(skipped);
+    news.events.assign(begin, begin + std::min<std::ptrdiff_t>(events_.end() - begin, kMostAtOnce));
+    news.last = news.events.empty() ? last_ : news.events.back().number;
     return news;
 }
 
+// Looks whenever the system tells of a change, and now and then: folders come and go, and lists and logs are written by
+// themselves.
 void Feed::follow() {
     reader::Changes changes(*source_);
-    bool is_told = false;
-    for (int watched = -1;;) {
-        // Also at the beginning: something may have changed before it was watched.
-        const int before = std::exchange(watched, changes.watch());
-        if (is_told || watched < 0 || watched != before) {
+    const bool is_address = source_->watched().empty();
+    const auto pause = is_address ? pause_ : std::chrono::milliseconds(kSeldom);
+    while (!is_stopped()) {
+        const int watched = changes.watch() >= 0 ? changes.descriptor() : -1;
+        try {
             look();
+        } catch (const std::exception &) {
+            // Such as no memory: what is there is handed out until there is some.
         }
-        const auto most = std::min<std::chrono::milliseconds>(pause_, watched >= 0 ? kSeldom : pause_);
-        std::array<pollfd, 2> ready = {
-            {{stop_descriptor_, POLLIN, 0}, {watched >= 0 ? changes.descriptor() : -1, POLLIN, 0}}};
-        (void)poll(ready.data(), ready.size(), static_cast<int>(most.count()));
-        if (ready[0].revents != 0) {
-            return;
-        }
-        is_told = ready[1].revents != 0 && changes.are_about_the_file();
-        if (is_told) {
+        std::array<pollfd, 2> ready = {{{stop_descriptor_, POLLIN, 0}, {watched, POLLIN, 0}}};
+        (void)poll(ready.data(), ready.size(), static_cast<int>(pause.count()));
+        if (ready[1].revents != 0 && changes.are_about_the_file()) {
             changes.let_them_settle();
         }
     }
+}
+
+bool Feed::is_stopped() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return is_stopped_;
 }
 
 // The module's host writes its dump in place, and it may have been caught at it.
 Inputs Feed::read_whole() {
     constexpr int kTries = 5;
     Inputs inputs = source_->read();
-    for (int i = 1; i < kTries && good_ != nullptr && is_cut(reader::make_snapshot(inputs)); ++i) {
+    for (int i = 1; i < kTries && good_ != nullptr && !is_same(inputs, read_) && is_cut(inputs) && !is_stopped(); ++i) {
         std::this_thread::sleep_for(kHalfWritten);
         inputs = source_->read();
     }
@@ -182,25 +214,28 @@ Inputs Feed::read_whole() {
 
 void Feed::look() {
     Inputs inputs = read_whole();
+    if (now_ != nullptr && is_same(inputs, read_)) {
+        return;
+    }
+    read_ = inputs;
     Snapshot snapshot = reader::make_snapshot(inputs);
     const Problem *problem = snapshot.problem_with(Missing::Part::kModel);
-    const std::string text = problem != nullptr ? problem->text() : "";
-    const bool is_news =
-        now_ == nullptr || text != problem_ || (problem == nullptr && !is_same(inputs, good_->inputs()));
-    problem_ = text;
-    if (!is_news) {
-        return;
-    }
     if (problem != nullptr && good_ != nullptr) {
-        publish(with_problem(good_->snapshot(), *problem), good_->inputs());
+        publish(with_problem(good_->snapshot(), *problem), good_->inputs(), {});
         return;
     }
-    publish(std::move(snapshot), std::move(inputs));
+    if (problem != nullptr) {
+        publish(std::move(snapshot), std::move(inputs), {});
+        return;
+    }
+    Snapshot whole = good_ ? with_local_stations(snapshot, compared_) : snapshot;
+    const auto happened = good_ ? reader::events(compared_, whole) : std::vector<reader::Event>();
+    compared_ = std::move(whole);
+    publish(std::move(snapshot), std::move(inputs), happened);
+    good_ = now();
 }
 
-void Feed::publish(Snapshot snapshot, Inputs inputs) {
-    const bool is_good = problem_.empty();
-    const auto happened = is_good && good_ ? reader::events(good_->snapshot(), snapshot) : std::vector<reader::Event>();
+void Feed::publish(Snapshot snapshot, Inputs inputs, const std::vector<reader::Event> &happened) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         for (const reader::Event &event : happened) {
@@ -211,7 +246,6 @@ void Feed::publish(Snapshot snapshot, Inputs inputs) {
         }
         now_ = std::make_shared<const Publication>(std::move(snapshot), std::move(inputs),
                                                    start_ + '-' + std::to_string(++states_));
-        good_ = is_good ? now_ : good_;
     }
     changed_.notify_all();
 }

@@ -69,13 +69,14 @@ public:
 
     struct News {
         std::string version;  // of the state
-        std::uint64_t last;   // the number of the last event; 0 before the first
+        std::uint64_t last;   // the number of the last event that is told; 0 before the first
         bool has_gap;         // some after the one that was named are not kept any more
         std::vector<NumberedEvent> events;
     };
 
-    // What has happened after that number. Waits until something has, until the state is another than `version` (if one
-    // is named), or until the time is over.
+    // What has happened after that number, a thousand events at most; whoever asks for what is after `last` gets the
+    // next. Waits until something has, until the state is another than `version` (if one is named), or until the time
+    // is over.
     News news_after(std::uint64_t number, const std::string &version, std::chrono::steady_clock::time_point until);
 
     // Ends all waiting, for good.
@@ -85,7 +86,8 @@ private:
     void follow();
     void look();
     reader::Inputs read_whole();
-    void publish(reader::Snapshot snapshot, reader::Inputs inputs);
+    void publish(reader::Snapshot snapshot, reader::Inputs inputs, const std::vector<reader::Event> &happened);
+    bool is_stopped() const;
 
     const std::unique_ptr<reader::Source> source_;
     const std::chrono::milliseconds pause_;
@@ -94,7 +96,8 @@ private:
 
     // Of the thread alone.
     std::shared_ptr<const Publication> good_;
-    std::string problem_;
+    reader::Inputs read_;        // what was read last
+    reader::Snapshot compared_;  // what the next events are counted from
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;

@@ -60,7 +60,7 @@ bool Server::start() {
         return false;
     }
     http_.let_more_wait();
-    thread_ = std::thread([this] { http_.listen_after_bind(); });
+    thread_ = std::thread([this] { http_.listen_on(wanted_.address, port_); });
     while (!http_.is_running()) {
         std::this_thread::yield();  // what is ended before it runs would run for ever
     }

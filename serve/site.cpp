@@ -1,6 +1,7 @@
 #include "serve/site.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <ctime>
 #include <functional>
@@ -61,24 +62,32 @@ bool names(const std::string &list, const std::string &tag) {
     return list == "*" || list.find('"' + tag + '"') != std::string::npos;
 }
 
+// Sent from where it is, however many take it at the same time; whoever is slow keeps it alive.
+using Shared = std::shared_ptr<const std::string>;
+
 // With its tag, or only that when the client has it already.
-void send(const Request &request, Response &response, const std::string &tag, const std::string &text,
-          const char *type) {
+void send(const Request &request, Response &response, const std::string &tag, const Shared &text, const char *type) {
     response.set_header("ETag", '"' + tag + '"');
     if (names(request.get_header_value("If-None-Match"), tag)) {
         response.status = 304;
-        return;
+    } else if (text->empty()) {
+        response.set_content("", type);
+    } else {
+        response.set_content_provider(text->size(), type,
+                                      [text](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
+                                          return sink.write(text->data() + offset, length);
+                                      });
     }
-    response.set_content(text, type);
 }
 
-void send(const Request &request, Response &response, const std::string &tag, const Sendable &text, const char *type) {
+void send(const Request &request, Response &response, const std::string &tag,
+          const std::shared_ptr<const Publication> &now, const Sendable &text, const char *type) {
     if (request.has_header(BoundedServer::kTakesGzip) && !text.gzip.empty()) {
-        send(request, response, tag + "-gzip", text.gzip, type);
         response.set_header("Content-Encoding", "gzip");
+        send(request, response, tag + "-gzip", Shared(now, &text.gzip), type);
         return;
     }
-    send(request, response, tag, text.plain, type);
+    send(request, response, tag, Shared(now, &text.plain), type);
 }
 
 // A whole number in the query; `otherwise` when there is none.
@@ -120,19 +129,41 @@ std::string password_in(const std::string &base64) {
     return colon == std::string::npos ? "" : text.substr(colon + 1);
 }
 
+std::string in_lower_case(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
 // Without its port.
 std::string host_in(const std::string &header) {
     const std::size_t bracket = header.rfind(']');
     const std::size_t colon = header.find(':', bracket == std::string::npos ? 0 : bracket);
-    return header.substr(0, colon);
+    return in_lower_case(header.substr(0, colon));
 }
 
 bool is_address(const std::string &host) {
     unsigned char bytes[16];
+    if (host.find('\0') != std::string::npos) {
+        return false;
+    }
     const bool is_v6 = host.size() > 2 && host.front() == '[' && host.back() == ']' &&
                        inet_pton(AF_INET6, host.substr(1, host.size() - 2).c_str(), bytes) == 1;
     return is_v6 || inet_pton(AF_INET, host.c_str(), bytes) == 1;
 }
+
+// One of those who wait.
+class Place {
+public:
+    explicit Place(std::atomic<int> &taken) : taken_(taken), number_(taken.fetch_add(1)) {}
+    ~Place() { taken_.fetch_sub(1); }
+    Place(const Place &) = delete;
+    Place &operator=(const Place &) = delete;
+    int number() const { return number_; }
+
+private:
+    std::atomic<int> &taken_;
+    const int number_;
+};
 
 }  // namespace
 
@@ -152,13 +183,14 @@ bool Site::has_token(const Request &request) const {
 // A page from elsewhere can have its own name lead here; an address cannot be made to.
 bool Site::is_our_host(const std::string &host) const {
     return is_address(host) || host == "localhost" ||
-           std::find(access_.hosts.begin(), access_.hosts.end(), host) != access_.hosts.end();
+           std::any_of(access_.hosts.begin(), access_.hosts.end(),
+                       [&](const std::string &name) { return in_lower_case(name) == host; });
 }
 
 bool Site::refuse(const Request &request, Response &response) const {
     if (request.get_header_value_count("Host") != 1) {
         send_problem(response, 400, "one Host is needed");
-    } else if (!is_our_host(host_in(request.get_header_value("Host")))) {
+    } else if (!is_our_host(host_in(request.headers.find("Host")->second))) {
         send_problem(response, 421, "this server does not go by that name; --host NAME tells it one");
     } else if (!access_.token.empty() && !has_token(request)) {
         response.set_header("WWW-Authenticate", "Basic realm=\"qo1905: the token as password\", charset=\"UTF-8\"");
@@ -226,20 +258,20 @@ void Site::send_mesh(const Request &request, Response &response) {
     const auto now = feed_.now();
     response.set_header("Last-Modified", http_date(now->snapshot().time));
     if (request.get_header_value("Accept").find(kLines) != std::string::npos) {
-        send(request, response, now->version() + "-lines", now->lines(), kLines);
+        send(request, response, now->version() + "-lines", now, now->lines(), kLines);
         return;
     }
-    send(request, response, now->version(), now->json(), kJson);
+    send(request, response, now->version(), now, now->json(), kJson);
 }
 
 void Site::send_events(const Request &request, Response &response) {
     constexpr std::uint64_t kLongest = 25;  // seconds; what stands between may give up after 30
     const std::uint64_t number = number_of(request, "after", 0);
     const std::uint64_t seconds = std::min(number_of(request, "wait", kLongest), kLongest);
-    const bool may_wait = waiting_.fetch_add(1) < kMostWaiting;
+    const Place place(waiting_);
+    const bool may_wait = place.number() < kMostWaiting;
     const Feed::News news = feed_.news_after(number, request.get_param_value("version"),
                                              Clock::now() + std::chrono::seconds(may_wait ? seconds : 0));
-    waiting_.fetch_sub(1);
     Json events = Json::array();
     for (const NumberedEvent &item : news.events) {
         Json event = {{"number", item.number}};
@@ -256,9 +288,7 @@ void Site::send_events(const Request &request, Response &response) {
 }
 
 void Site::send_metrics(const Request &, Response &response) {
-    reader::Snapshot snapshot = feed_.now()->snapshot();
-    snapshot.read_at = std::chrono::system_clock::now();
-    response.set_content(metrics_(snapshot), "text/plain; version=0.0.4; charset=utf-8");
+    response.set_content(metrics_(feed_.now()->snapshot()), "text/plain; version=0.0.4; charset=utf-8");
     response.set_header("Cache-Control", "no-store");
 }
 
@@ -275,17 +305,18 @@ void Site::send_file(const Request &request, Response &response) {
     response.set_header("Last-Modified", http_date(file.time));
     const std::string tag = std::to_string(file.time.time_since_epoch().count()) + '-' +
                             std::to_string(std::hash<std::string>{}(file.text));
-    send(request, response, tag, file.text, is_json ? kJson : kText);
+    send(request, response, tag, Shared(now, &file.text), is_json ? kJson : kText);
 }
 
 void Site::send_page(const Request &request, Response &response) {
-    const std::string name = request.path == "/" ? "index.html" : request.path.substr(1);
+    const std::string name =
+        request.path == "/" ? "index.html" : request.path.substr(std::min<std::size_t>(1, request.path.size()));
     const auto file = page_.find(name, request.has_header(BoundedServer::kTakesGzip));
     if (file) {
         if (file->is_gzip) {
             response.set_header("Content-Encoding", "gzip");
         }
-        send(request, response, file->tag, file->text, file->type.c_str());
+        send(request, response, file->tag, std::make_shared<const std::string>(file->text), file->type.c_str());
         return;
     }
     if (request.path == "/") {

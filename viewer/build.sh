@@ -26,25 +26,14 @@ rm -rf -- "$next"
 mkdir -p "$next/vendor"
 cp -- "$here"/*.html "$here"/*.css "$here"/*.js "$here"/*.svg "$next/"
 rm -f -- "$next"/*.config.js
-# Comments are for who reads the source, and a third of its size: whole lines of them, blocks, and types in between. So
-# are the spaces around signs, of which no text of the page has any.
+# Comments are for who reads the source, and a third of its size: whole lines of them, blocks, and types in between.
 for file in "$next"/*.js "$next"/*.css; do
     awk '/^ *\/\*\*?/ && !/\*\// {block = 1}
         !block && !/^ *\/\// && !/^ *\/\*.*\*\/$/ {gsub(/\/\*\* @[^*]*\*\/ ?/, ""); sub(/^ +/, ""); sub(/ \/\/ .*$/, ""); if ($0 != "") print}
-        /\*\/$/ {block = 0}' "$file" | sed -E 's/ (=>|===|!==|&&|\|\||=|\+) /\1/g; s/\{ /{/g; s/ \}/}/g' >"$file.next"
+        /\*\/$/ {block = 0}' "$file" >"$file.next"
     mv -- "$file.next" "$file"
 done
 cp -- "$packages/node_modules/htm/preact/standalone.module.js" "$next/vendor/htm-preact.js"
-cp -- "$packages/node_modules/uplot/dist/uPlot.iife.min.js" "$next/vendor/uplot.js"
-for file in "$next"/*.css; do
-    sed 's/: /:/; s/ {$/{/; s/,$/, /' "$file" | tr -d '\n' >"$file.next"
-    mv -- "$file.next" "$file"
-done
-# What takes longer to compress is a twentieth smaller.
-if command -v zopfli >/dev/null; then
-    find "$next" -type f -exec zopfli {} +
-else
-    find "$next" -type f -exec gzip -9 -n -k {} +
-fi
+find "$next" -type f -exec gzip -9 -n -k {} +
 rm -rf -- "$folder"
 mv -- "$next" "$folder"

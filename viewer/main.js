@@ -211,10 +211,16 @@ const LATER = {
 /** @param {any} props */
 function Later(props) {
   const [parts, setParts] = useState(/** @type {Record<string, any>} */ ({}));
+  const [tries, setTries] = useState(0);
   const name = /** @type {keyof typeof LATER} */ (props.route.view);
   useEffect(() => {
-    if (!parts[name]) LATER[name]().then((part) => setParts((all) => ({ ...all, [name]: part.default })));
-  }, [name]);
+    // Once the server is there again, if it is not.
+    if (!parts[name] && !props.state.isGone)
+      LATER[name]().then(
+        (part) => setParts((all) => ({ ...all, [name]: part.default })),
+        () => setTimeout(() => setTries(tries + 1), 2000),
+      );
+  }, [name, tries, props.state.isGone]);
   const View = parts[name];
   return View ? html`<${View} ...${props} />` : html`<p class="quiet">${texts.loading}</p>`;
 }

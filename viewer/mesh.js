@@ -93,9 +93,11 @@ export function wayOf(mesh, mac) {
   return way;
 }
 
-// What moves a cursor, turns the direction of writing or cannot be seen.
-// eslint-disable-next-line no-control-regex
-const UNSEEN = /[\u0000-\u001f\u007f-\u009f\u061c\u200b-\u200f\u2028-\u202e\u2060-\u206f\ufeff\ufff9-\ufffb]/gu;
+// What moves a cursor, turns the direction of writing, cannot be seen or is no letter at all.
+const UNSEEN = new RegExp(
+  "[\\0-\\x1f\\x7f-\\x9f\\u061c\\u200b-\\u200f\\u2028-\\u202e\\u2060-\\u206f\\ufeff\\ufff9-\\ufffb\\ufffe\\uffff]",
+  "gu",
+);
 
 /** A stranger's text as it can be shown. @param {string} text */
 export const visible = (text) => text.replace(UNSEEN, "\ufffd");

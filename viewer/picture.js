@@ -15,8 +15,9 @@ const EDGE = 8;
 export function gridOf(count, box) {
   const [width, height] = [box.width - 2 * EDGE, box.height - HEAD - EDGE];
   let pitch = 14;
-  while (pitch > 2 && Math.floor(width / pitch) * Math.floor(height / pitch) < count) pitch--;
-  return { pitch, perRow: Math.floor(width / pitch) };
+  const room = () => Math.floor(width / pitch) * Math.floor(height / pitch);
+  while (pitch > 2 && room() < count) pitch--;
+  return { pitch, perRow: Math.floor(width / pitch), shown: Math.min(count, room()) };
 }
 
 /** As large as the tree at first. @param {ReturnType<typeof geometry>} all */
@@ -40,7 +41,7 @@ export function markAt(box, count, x, y) {
   const column = Math.floor((x - box.x - EDGE) / grid.pitch);
   const row = Math.floor((y - box.y - HEAD) / grid.pitch);
   const i = row * grid.perRow + column;
-  return column >= 0 && column < grid.perRow && row >= 0 && i < count ? i : -1;
+  return column >= 0 && column < grid.perRow && row >= 0 && i < grid.shown ? i : -1;
 }
 
 /** Strong a disc, fair a ring, weak a triangle, by cable a square, unknown a dot. @param {CanvasRenderingContext2D} ink
@@ -125,10 +126,11 @@ function draw(canvas, mesh, boxes, from, chosen) {
     ink.stroke();
     const device = mesh.devices.get(mac);
     ink.fillStyle = device ? colours.text : colours.none;
-    ink.fillText(cut(deviceLabel(device, mac), 26), box.x + EDGE, box.y + 17);
     const stations = mesh.at.get(mac) ?? [];
     const grid = gridOf(stations.length, box);
-    stations.forEach((/** @type {Station} */ station, /** @type {number} */ i) => {
+    const more = stations.length > grid.shown ? ` +${stations.length - grid.shown}` : "";
+    ink.fillText(cut(deviceLabel(device, mac), 26 - more.length) + more, box.x + EDGE, box.y + 17);
+    stations.slice(0, grid.shown).forEach((/** @type {Station} */ station, /** @type {number} */ i) => {
       const [x, y] = spot(box, grid, i);
       drawMark(ink, station, x, y, Math.max(2, grid.pitch - 3), colours);
       if (station.mac === chosen) {

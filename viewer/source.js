@@ -81,22 +81,42 @@ export function meshOf(snapshot) {
   return mesh;
 }
 
-/** What the server has told so far. @typedef {{version: string, last: number, events: MeshEvent[]}} Told */
+/** What the server has told so far. @typedef {{version: string, last: number, hasGap: boolean, events: MeshEvent[]}} Told */
+
+const LONGEST = 40000; // ms; an answer that waits for news comes within 25 s
+
+/** An answer, or an error when none comes, or when nobody looks: a browser has few connections, and other pages want
+ * them. @param {string} path @param {Record<string, string>} [headers] */
+async function ask(path, headers) {
+  const end = new AbortController();
+  const leave = () => document.hidden && end.abort();
+  setTimeout(() => end.abort(), LONGEST);
+  document.addEventListener("visibilitychange", leave, { signal: end.signal });
+  return expectWell(await fetch(`api/v1/${path}`, { cache: "no-cache", signal: end.signal, headers }));
+}
+
+/** Until somebody looks. */
+const isSeen = () =>
+  new Promise((resolve) => {
+    const look = () => !document.hidden && resolve(undefined);
+    document.addEventListener("visibilitychange", look);
+    look();
+  });
 
 /** @param {string} query */
-const askNews = async (query) => expectWell(await fetch(`api/v1/events?${query}`, { cache: "no-store" })).json();
+const askNews = async (query) => (await ask(`events?${query}`)).json();
 
 /** @param {Told} told @param {any} news */
 function takeNews(told, news) {
   told.events = [...news.events.reverse(), ...told.events].slice(0, MOST_EVENTS);
   told.last = news.last;
+  told.hasGap ||= news.gap;
 }
 
 /** The mesh as it is now; its tag begins with the version. @param {Told} told
  * @param {(change: Partial<State>) => void} tell */
 async function takeMesh(told, tell) {
-  const headers = { Accept: "application/x-ndjson" };
-  const response = expectWell(await fetch("api/v1/mesh", { cache: "no-cache", headers }));
+  const response = await ask("mesh", { Accept: "application/x-ndjson" });
   const clock = clockOf(response);
   const body = /** @type {ReadableStream<Uint8Array<ArrayBuffer>>} */ (response.body);
   // Who has no picture yet sees the devices while the stations come.
@@ -109,33 +129,39 @@ async function takeMesh(told, tell) {
 async function begin(told, tell) {
   const [news] = await Promise.all([askNews("wait=0"), takeMesh(told, tell)]);
   takeNews(told, news);
-  tell({ events: told.events, hasGap: news.gap, isGone: false });
+  tell({ events: told.events, hasGap: told.hasGap, isGone: false });
 }
 
 /** Until there is something new. @param {Told} told @param {(change: Partial<State>) => void} tell */
 async function goOn(told, tell) {
+  const start = Date.now();
   const news = await askNews(`after=${told.last}&version=${told.version}`);
+  const isNews = news.version !== told.version || news.events.length > 0;
+  if (!isNews && Date.now() - start < RETRY) await wait(RETRY); // too many wait already
   const isAnotherServer = news.version.split("-")[0] !== told.version.split("-")[0];
   if (isAnotherServer) {
     // Its numbers begin anew.
     told.events = [];
     told.last = 0;
+    told.hasGap = false;
     await begin(told, tell);
     return;
   }
   takeNews(told, news);
   if (news.version !== told.version) await takeMesh(told, tell);
-  tell({ events: told.events, hasGap: news.gap, isGone: false });
+  tell({ events: told.events, hasGap: told.hasGap, isGone: false });
 }
 
 /** Follows the server for ever and tells every new state. @param {(change: Partial<State>) => void} tell */
 export async function follow(tell) {
   /** @type {Told} */
-  const told = { version: "", last: 0, events: [] };
+  const told = { version: "", last: 0, hasGap: false, events: [] };
   for (;;) {
     try {
+      await isSeen();
       await (told.version === "" ? begin : goOn)(told, tell);
     } catch {
+      if (document.hidden) continue;
       tell({ isGone: true });
       await wait(RETRY);
     }

@@ -181,6 +181,7 @@ export function Tree({ mesh, route, places, way, withNeighbours }) {
     () => geometry(places, room || 1000),
     [places, room < 640, room < 640 ? room : 0],
   );
+  const onWay = new Set(way);
   const pairs = useMemo(() => (withNeighbours ? neighbourPairs(mesh) : []), [mesh, withNeighbours]);
   const { drawn, isAllDrawn } = useWhatIsSeenFirst(places, boxes);
   // Only when the window is another: a device more, or one that is opened, is no reason for all others to move.
@@ -240,7 +241,7 @@ export function Tree({ mesh, route, places, way, withNeighbours }) {
             to=${boxes.get(mac)}
             device=${device}
             isNarrow=${isNarrow}
-            isLit=${way.includes(mac) && way.includes(device.parent)}
+            isLit=${onWay.has(mac) && onWay.has(device.parent)}
           />`;
         })}
         ${withNeighbours && html`<${Neighbours} pairs=${pairs} boxes=${boxes} mac=${at} />`}
@@ -253,9 +254,9 @@ export function Tree({ mesh, route, places, way, withNeighbours }) {
           const marks = [
             !device && "gone",
             device?.hops === 0 && "root",
-            way.includes(mac) && "lit",
+            onWay.has(mac) && "lit",
             at === mac && "selected",
-            way.length > 0 && !way.includes(mac) && "dim",
+            way.length > 0 && !onWay.has(mac) && "dim",
           ].filter(Boolean);
           return html`<${Card}
             key=${mac}

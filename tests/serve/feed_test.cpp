@@ -71,6 +71,43 @@ TEST_F(FeedTest, ABundleIsServedAsItIs) {
     EXPECT_THAT(missing().dump(), HasSubstr("not given"));
 }
 
+TEST_F(FeedTest, StationsThatOnlyTheDumpTellsOfHaveNotLeftWhileItIsAway) {
+    start();
+    const std::string dump = file_text(mesh_ / "tmp/dump.txt");
+    fs::remove(mesh_ / "tmp/dump.txt");
+    ASSERT_TRUE(becomes_true([&] { return mesh()["stations"].size() == 12; }));
+    EXPECT_EQ(events("wait=0")["events"], Json::array());
+    // The gateway's own doorbell is another when it is back.
+    std::string other = dump;
+    const std::string doorbell = "02:57:00:00:00:01";
+    for (std::size_t at = 0; (at = other.find(doorbell, at)) != std::string::npos;) {
+        other.replace(at, doorbell.size(), "02:57:00:00:00:99");
+    }
+    ASSERT_NE(other, dump);
+    write_file(mesh_ / "tmp/dump.txt", other);
+    ASSERT_TRUE(becomes_true([&] { return events("wait=0")["last"] == 2; }));
+    const Json told = events("wait=0")["events"];
+    EXPECT_EQ(told[0]["event"], "leave");
+    EXPECT_EQ(told[0]["station"], doorbell);
+    EXPECT_EQ(told[1]["event"], "join");
+    EXPECT_EQ(told[1]["station"], "02:57:00:00:00:99");
+}
+
+TEST_F(FeedTest, WhatIsWrittenByItselfIsHandedOutToo) {
+    start();
+    write_file(mesh_ / "tmp/qo1905_log.json", "{\"ChangeLogNumberOfEntries\":0}\n");
+    EXPECT_TRUE(becomes_true([&] { return status_of(ask("/qo1905_log.json")) == 200; }));
+}
+
+TEST_F(FeedTest, WithoutAModelYetTheDumpIsFollowed) {
+    fs::remove(model());
+    start();
+    EXPECT_EQ(mesh()["missing"][0]["part"], "model");
+    const std::size_t before = mesh()["stations"].size();
+    fs::remove(mesh_ / "tmp/dump.txt");
+    EXPECT_TRUE(becomes_true([&] { return mesh()["stations"].size() < before; }));
+}
+
 TEST_F(FeedTest, EventsAreKeptUpToANumberAndAGapIsTold) {
     auto source = reader::open_source(mesh_.string());
     serve::Feed feed(std::move(std::get<std::unique_ptr<reader::Source>>(source)), 100ms);

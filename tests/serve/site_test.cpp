@@ -149,16 +149,17 @@ TEST_F(SiteTest, EveryAnswerHasTheHeadersThatKeepOthersOut) {
 // A page from elsewhere whose name is made to lead here asks under that name.
 TEST_F(SiteTest, OnlyItsOwnNamesAndAddressesAreAnswered) {
     serve::Wanted wanted;
-    wanted.access.hosts = {"gateway.lan"};
+    wanted.access.hosts = {"Gateway.lan"};
     start(wanted);
     const std::string port = ":" + std::to_string(port_);
     for (const std::string &host :
          {std::string("127.0.0.1"), "127.0.0.1" + port, "localhost" + port, std::string("[::1]"), "[::1]" + port,
-          std::string("192.168.1.1"), std::string("gateway.lan"), "gateway.lan" + port}) {
+          std::string("192.168.1.1"), std::string("gateway.lan"), "GATEWAY.LAN" + port, "LocalHost" + port}) {
         EXPECT_EQ(status_of(RawClient::ask(port_, get("/api/v1/mesh", "", host))), 200) << host;
     }
-    for (const char *host : {"evil.example", "127.0.0.1.evil.example", "localhost.evil.example", "gateway.lan.evil",
-                             "1.2.3", "[::1", "[evil]", "0x7f000001", "127.1", "localhost@evil.example"}) {
+    for (const char *host :
+         {"evil.example", "127.0.0.1.evil.example", "localhost.evil.example", "gateway.lan.evil", "1.2.3", "[::1",
+          "[evil]", "0x7f000001", "127.1", "localhost@evil.example", "127.0.0.1%00.evil.example"}) {
         EXPECT_EQ(status_of(RawClient::ask(port_, get("/api/v1/mesh", "", host))), 421) << host;
     }
     EXPECT_EQ(status_of(RawClient::ask(port_, "GET / HTTP/1.1\r\nConnection: close\r\n\r\n")), 400);

@@ -211,6 +211,7 @@ const HOSTILE = [
   "\u2028window.broken=1",
   "<style>*{display:none}</style>",
   "__proto__",
+  "at\ufffftic",
   "constructor",
 ];
 const hostileMesh = () => {
@@ -244,6 +245,7 @@ const UNSEEN = [
   [0x2060, 0x206f],
   [0xfeff, 0xfeff],
   [0xfff9, 0xfffb],
+  [0xfffe, 0xffff],
 ];
 const isUnseen = (letter) =>
   UNSEEN.some(([first, last]) => letter.codePointAt(0) >= first && letter.codePointAt(0) <= last);
@@ -637,7 +639,7 @@ test("a model that is gone is told with the picture of before", async () => {
   open.push(() => server.end());
   const page = await show(server.url);
   rmSync(gone, { recursive: true });
-  await page.waitForSelector(".notices p");
+  await page.waitForFunction(() => document.querySelector(".notices").textContent.startsWith("Nothing new comes"));
   assert.match(
     await page.textContent(".notices"),
     /^Nothing new comes: .*qo1905\.json: No such file or directory\. This is the picture of /,
