@@ -120,7 +120,8 @@ void add_serving(CLI::App &app, Question &question) {
     verb->add_option("--port", wanted->port, "Port, 0 for any; without, the first free one from 8905 on")
         ->check(CLI::Range(0, 65535));
     verb->add_option("--token-file", wanted->token_file, "File with the token that everybody has to show");
-    verb->add_option("--host", wanted->server.access.hosts, "A name that the server goes by, beside localhost");
+    verb->add_option("--host", wanted->server.access.hosts, "A name that the server goes by, beside localhost")
+        ->allow_extra_args(false);  // what follows is the source
     verb->add_option("--page", wanted->server.page, "Folder of the page, if it is not where it was installed");
     verb->add_option("--every", wanted->pause, "Seconds between two questions to an address")
         ->capture_default_str()

@@ -322,6 +322,7 @@ TEST_F(CommandTest, AServerIsNotStartedByWordsThatWouldLetAnybodyAsk) {
     EXPECT_EQ(ask("serve mesh --token-file none").status, 2);
     EXPECT_THAT(errors_, HasSubstr("none: No such file or directory"));
     EXPECT_EQ(ask("serve nowhere").status, 3);
+    EXPECT_EQ(ask("serve --host gateway.lan nowhere").status, 3);
     EXPECT_EQ(ask("-o json serve mesh").status, 2);
     EXPECT_EQ(ask("serve mesh --listen 192.0.2.1 --token-file long").status, 2);
     std::ofstream("long") << "correct-horse-battery\n";
