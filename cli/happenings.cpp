@@ -32,9 +32,20 @@ std::string value(const Snapshot &after, const Event &event, const std::string &
     return event.kind == EventKind::kParent ? label(after, reader::Mac::parse(text), options) : text;
 }
 
-std::string change(const Snapshot &after, const Event &event, const std::string &what, const Options &options) {
-    return what + value(after, event, event.new_value.value_or(""), options) + ", was " +
-           value(after, event, event.old_value.value_or(""), options);
+// What a device is or has now, in words.
+const char *change_of(EventKind kind) {
+    constexpr struct {
+        EventKind kind;
+        const char *words;
+    } kChanges[] = {{EventKind::kParent, " is linked to "}, {EventKind::kMedium, " is linked over "},
+                    {EventKind::kRole, " has the role "},   {EventKind::kFirmware, " has the firmware "},
+                    {EventKind::kName, " has the name "},   {EventKind::kAddress, " has the address "}};
+    for (const auto &change : kChanges) {
+        if (change.kind == kind) {
+            return change.words;
+        }
+    }
+    return " changed: ";
 }
 
 std::string deed(const Snapshot &after, const Event &event, const Options &options) {
@@ -49,20 +60,10 @@ std::string deed(const Snapshot &after, const Event &event, const Options &optio
             return " is up";
         case EventKind::kDown:
             return " is down";
-        case EventKind::kParent:
-            return change(after, event, " is linked to ", options);
-        case EventKind::kMedium:
-            return change(after, event, " is linked over ", options);
-        case EventKind::kRole:
-            return change(after, event, " has the role ", options);
-        case EventKind::kFirmware:
-            return change(after, event, " has the firmware ", options);
-        case EventKind::kName:
-            return change(after, event, " has the name ", options);
-        case EventKind::kAddress:
-            return change(after, event, " has the address ", options);
+        default:
+            return change_of(event.kind) + value(after, event, event.new_value.value_or(""), options) + ", was " +
+                   value(after, event, event.old_value.value_or(""), options);
     }
-    return "";
 }
 
 }  // namespace
