@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 
+#include "cli/exports.h"
 #include "cli/schemas.h"
+#include "cli/tables.h"
 #include "cli/text.h"
 
 namespace cli {
@@ -14,6 +17,65 @@ namespace {
 using Words = std::vector<std::string>;
 
 constexpr const char *kFiles = ":files";
+
+// --- the scripts of the shells ---
+
+constexpr const char *kBash = R"(_qo1905() {
+    local line words current prefix
+    # As typed up to the cursor: bash itself would take MACs apart at their colons.
+    read -a words <<<"${COMP_LINE:0:COMP_POINT}"
+    case ${COMP_LINE:0:COMP_POINT} in *[[:space:]]) words+=('') ;; esac
+    current=${words[-1]}
+    # Of a word that bash takes apart it puts only the last part in place.
+    prefix=${current%"$2"}
+    COMPREPLY=()
+    while IFS= read -r line; do
+        if [ "$line" = :files ]; then
+            compopt -o filenames 2>/dev/null
+            while IFS= read -r line; do COMPREPLY+=("$line"); done < <(compgen -f -- "$current")
+        else
+            printf -v line %q "${line#"$prefix"}"
+            COMPREPLY+=("$line")
+        fi
+    done < <("$1" complete -- "${words[@]:1}" 2>/dev/null)
+}
+complete -F _qo1905 qo1905
+)";
+
+constexpr const char *kZsh = R"(#compdef qo1905
+_qo1905() {
+    local -a lines
+    lines=("${(@f)$("${words[1]}" complete -- "${(@Q)words[2,CURRENT]}" 2>/dev/null)}")
+    if [[ ${lines[1]} == :files ]]; then
+        shift lines
+        _files
+    fi
+    compadd -- ${lines:#}
+}
+if [[ ${funcstack[1]} == _qo1905 ]]; then
+    _qo1905 "$@"
+else
+    compdef _qo1905 qo1905
+fi
+)";
+
+constexpr const char *kFish = R"(function __qo1905_complete
+    set -l words (commandline -opc)
+    for line in ($words[1] complete -- $words[2..-1] (string unescape -- (commandline -ct)) 2>/dev/null)
+        if test "$line" = :files
+            __fish_complete_path (commandline -ct)
+        else
+            echo -- $line
+        end
+    end
+end
+complete -c qo1905 -f -a '(__qo1905_complete)'
+)";
+
+constexpr struct {
+    const char *name;
+    const char *script;
+} kShells[] = {{"bash", kBash}, {"zsh", kZsh}, {"fish", kFish}};
 
 // --- what may stand where ---
 
@@ -55,6 +117,10 @@ reader::Snapshot look(const Words &words) {
     std::string name = reader::kOwnRoot;
     for (std::size_t i = 0; i + 2 < words.size(); ++i) {
         name = words[i] == "-s" || words[i] == "--source" ? words[i + 1] : name;
+    }
+    constexpr const char *kInOne = "--source=";
+    for (const std::string &word : words) {
+        name = word.rfind(kInOne, 0) == 0 ? word.substr(std::strlen(kInOne)) : name;
     }
     auto source = reader::open_source(name == "-" ? reader::kOwnRoot : name);
     auto *opened = std::get_if<std::unique_ptr<reader::Source>>(&source);
@@ -133,13 +199,13 @@ Words values(Kind kind, const Words &words) {
             return names;
         }
         case Kind::kFormat:
-            return {"table", "wide", "json", "ndjson", "tsv", "value"};
+            return names_in(kFormats);
         case Kind::kBand:
-            return {"2.4", "5", "wired"};
+            return kBandWords;
         case Kind::kSeries:
-            return {"off", "known", "all"};
+            return names_in(kSeries);
         case Kind::kShell:
-            return {"bash", "zsh", "fish"};
+            return names_in(kShells);
         case Kind::kNothing:
             break;
     }
@@ -228,58 +294,6 @@ Words candidates(const CLI::App &app, const Words &words) {
     return verbs.empty() ? values(kind_of(at.verb->get_name()), words) : verbs;
 }
 
-constexpr const char *kBash = R"(_qo1905() {
-    local line words current prefix
-    # As typed up to the cursor: bash itself would take MACs apart at their colons.
-    read -a words <<<"${COMP_LINE:0:COMP_POINT}"
-    case ${COMP_LINE:0:COMP_POINT} in *[[:space:]]) words+=('') ;; esac
-    current=${words[-1]}
-    # Of a word that bash takes apart it puts only the last part in place.
-    prefix=${current%"$2"}
-    COMPREPLY=()
-    while IFS= read -r line; do
-        if [ "$line" = :files ]; then
-            compopt -o filenames 2>/dev/null
-            while IFS= read -r line; do COMPREPLY+=("$line"); done < <(compgen -f -- "$current")
-        else
-            printf -v line %q "${line#"$prefix"}"
-            COMPREPLY+=("$line")
-        fi
-    done < <("$1" complete -- "${words[@]:1}" 2>/dev/null)
-}
-complete -F _qo1905 qo1905
-)";
-
-constexpr const char *kZsh = R"(#compdef qo1905
-_qo1905() {
-    local -a lines
-    lines=("${(@f)$("${words[1]}" complete -- "${(@Q)words[2,CURRENT]}" 2>/dev/null)}")
-    if [[ ${lines[1]} == :files ]]; then
-        shift lines
-        _files
-    fi
-    compadd -- ${lines:#}
-}
-if [[ ${funcstack[1]} == _qo1905 ]]; then
-    _qo1905 "$@"
-else
-    compdef _qo1905 qo1905
-fi
-)";
-
-constexpr const char *kFish = R"(function __qo1905_complete
-    set -l words (commandline -opc)
-    for line in ($words[1] complete -- $words[2..-1] (string unescape -- (commandline -ct)) 2>/dev/null)
-        if test "$line" = :files
-            __fish_complete_path (commandline -ct)
-        else
-            echo -- $line
-        end
-    end
-end
-complete -c qo1905 -f -a '(__qo1905_complete)'
-)";
-
 }  // namespace
 
 Words completions(const CLI::App &app, const Words &words) {
@@ -308,11 +322,11 @@ void add_completion(CLI::App &app, Question &question) {
     CLI::App *verb = app.add_subcommand("completion", "A script that completes words, for bash, zsh or fish");
     verb->add_option("SHELL", *shell, "As in: source <(qo1905 completion bash)")
         ->required()
-        ->check(CLI::IsMember({"bash", "zsh", "fish"}));
+        ->check(CLI::IsMember(names_in(kShells)));
     verb->callback([&question, shell] {
         question.deed = [&question, shell](Answer &answer) {
             refuse_format("completion", question.options);
-            answer.text = *shell == "bash" ? kBash : *shell == "zsh" ? kZsh : kFish;
+            answer.text = row_of(kShells, *shell).script;
         };
     });
 }

@@ -1,6 +1,5 @@
 #include "cli/exports.h"
 
-#include <map>
 #include <memory>
 
 #include "cli/ranges.h"
@@ -29,13 +28,11 @@ void add_prometheus(CLI::App &parent, Question &question) {
                                   [wanted](const Moment &moment, const Options &, Answer &answer) {
                                       answer.text += prometheus_text(moment.now, *wanted);
                                   });
-    const std::map<std::string, Series> series = {
-        {"off", Series::kNone}, {"known", Series::kKnown}, {"all", Series::kAll}};
     format
         ->add_option_function<std::string>(
-            "--stations", [wanted, series](const std::string &word) { wanted->stations = series.at(word); },
+            "--stations", [wanted](const std::string &word) { wanted->stations = row_of(kSeries, word).series; },
             "Series for each station: off, known (no nameless one with a random MAC) or all")
-        ->check(CLI::IsMember({"off", "known", "all"}))
+        ->check(CLI::IsMember(names_in(kSeries)))
         ->default_str("off");
     format->add_option("--max-stations", wanted->max_stations, "Not for more than so many; the rest is counted")
         ->capture_default_str();

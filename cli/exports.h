@@ -12,6 +12,12 @@ namespace cli {
 // Which stations get series of their own: none, those that can be told apart for long (no random MAC), all.
 enum class Series { kNone, kKnown, kAll };
 
+struct SeriesName {
+    const char *name;  // as people type it
+    Series series;
+};
+inline constexpr SeriesName kSeries[] = {{"off", Series::kNone}, {"known", Series::kKnown}, {"all", Series::kAll}};
+
 struct PrometheusOptions {
     Series stations = Series::kNone;
     std::size_t max_stations = 1000;

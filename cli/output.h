@@ -1,7 +1,9 @@
 // How answers leave: as tables for people, as rows for scripts, as JSON for programs.
 #pragma once
 
+#include <algorithm>
 #include <functional>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -11,6 +13,30 @@
 namespace cli {
 
 enum class Format { kTable, kWide, kJson, kNdjson, kTsv, kValue };
+
+struct FormatName {
+    const char *name;  // as people type it
+    Format format;
+};
+inline constexpr FormatName kFormats[] = {{"table", Format::kTable}, {"wide", Format::kWide},
+                                          {"json", Format::kJson},   {"ndjson", Format::kNdjson},
+                                          {"tsv", Format::kTsv},     {"value", Format::kValue}};
+
+// The words of such a table.
+template <class Table>
+std::vector<std::string> names_in(const Table &table) {
+    std::vector<std::string> names;
+    for (const auto &row : table) {
+        names.emplace_back(row.name);
+    }
+    return names;
+}
+
+// The row of that name, which is there.
+template <class Table>
+const auto &row_of(const Table &table, const std::string &name) {
+    return *std::find_if(std::begin(table), std::end(table), [&](const auto &row) { return name == row.name; });
+}
 
 struct Options {
     std::string source;  // as reader::open_source takes it

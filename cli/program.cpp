@@ -5,7 +5,6 @@
 
 #include <cstdlib>
 #include <iostream>
-#include <map>
 
 #include "cli/bundling.h"
 #include "cli/check.h"
@@ -74,16 +73,13 @@ void Program::add_options() {
         ->type_name("SOURCE")
         ->take_last()
         ->default_str("this machine");
-    const std::map<std::string, Format> formats = {{"table", Format::kTable}, {"wide", Format::kWide},
-                                                   {"json", Format::kJson},   {"ndjson", Format::kNdjson},
-                                                   {"tsv", Format::kTsv},     {"value", Format::kValue}};
-    const auto choose = [&options, formats](const std::string &name) {
-        options.format = formats.at(name);
+    const auto choose = [&options](const std::string &name) {
+        options.format = row_of(kFormats, name).format;
         options.format_is_chosen = true;
     };
     app_.add_option_function<std::string>("-o,--output", choose, "What the answer looks like")
         ->type_name("FORMAT")
-        ->check(CLI::IsMember({"table", "wide", "json", "ndjson", "tsv", "value"}));
+        ->check(CLI::IsMember(names_in(kFormats)));
     app_.add_option("--columns", options.columns, "Which columns, by their names in tsv")
         ->type_name("NAME,...")
         ->delimiter(',');

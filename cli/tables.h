@@ -11,9 +11,12 @@
 
 namespace cli {
 
+// What people type for a band, or for none.
+inline const std::vector<std::string> kBandWords = {"2.4", "5", "wired"};
+
 struct StationFilter {
     std::string device;  // a name, MAC or address; empty: all
-    std::string band;    // "2.4", "5", "wired"; empty: all
+    std::string band;    // one of kBandWords; empty: all
     std::string name;    // part of the name; empty: all
     bool weak = false;
     int weak_below = kWeakSignal;

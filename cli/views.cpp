@@ -67,8 +67,7 @@ void add_stations(CLI::App &parent, Question &question) {
     CLI::App *verb = parent.add_subcommand("stations", "Who is connected, where and how well");
     verb->callback([&question, view] { question.view = view; });
     verb->add_option("--device", filter->device, "Only at this device: name, MAC or address");
-    verb->add_option("--band", filter->band, "Only on this: 2.4, 5 or wired")
-        ->check(CLI::IsMember({"2.4", "5", "wired"}));
+    verb->add_option("--band", filter->band, "Only on this: 2.4, 5 or wired")->check(CLI::IsMember(kBandWords));
     verb->add_option("--name", filter->name, "Only those with this in their names");
     verb->add_flag("--weak", filter->weak, "Only those with a weak signal");
     verb->add_option("--weak-below", filter->weak_below, "Only those with a signal below so many dBm")
