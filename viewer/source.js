@@ -81,7 +81,7 @@ export function meshOf(snapshot) {
   return mesh;
 }
 
-/** What the server has told so far. @typedef {{version: string, last: number, hasGap: boolean, events: MeshEvent[]}} Told */
+/** What the server has told so far. @typedef {{version: string, last: number, hasGap: boolean, isLost: boolean, events: MeshEvent[]}} Told */
 
 const LONGEST = 40000; // ms; an answer that waits for news comes within 25 s
 
@@ -90,18 +90,14 @@ const LONGEST = 40000; // ms; an answer that waits for news comes within 25 s
 async function ask(path, headers) {
   const end = new AbortController();
   const leave = () => document.hidden && end.abort();
-  setTimeout(() => end.abort(), LONGEST);
+  setTimeout(() => end.abort(), LONGEST); // which also takes the listener away
   document.addEventListener("visibilitychange", leave, { signal: end.signal });
   return expectWell(await fetch(`api/v1/${path}`, { cache: "no-cache", signal: end.signal, headers }));
 }
 
 /** Until somebody looks. */
 const isSeen = () =>
-  new Promise((resolve) => {
-    const look = () => !document.hidden && resolve(undefined);
-    document.addEventListener("visibilitychange", look);
-    look();
-  });
+  document.hidden && new Promise((resolve) => document.addEventListener("visibilitychange", resolve, { once: true }));
 
 /** @param {string} query */
 const askNews = async (query) => (await ask(`events?${query}`)).json();
@@ -135,9 +131,10 @@ async function begin(told, tell) {
 /** Until there is something new. @param {Told} told @param {(change: Partial<State>) => void} tell */
 async function goOn(told, tell) {
   const start = Date.now();
-  const news = await askNews(`after=${told.last}&version=${told.version}`);
+  // Who has lost the server wants to know that it is there, not what is new.
+  const news = await askNews(`after=${told.last}&version=${told.version}${told.isLost ? "&wait=0" : ""}`);
   const isNews = news.version !== told.version || news.events.length > 0;
-  if (!isNews && Date.now() - start < RETRY) await wait(RETRY); // too many wait already
+  if (!isNews && !told.isLost && Date.now() - start < RETRY) await wait(RETRY); // too many wait already
   const isAnotherServer = news.version.split("-")[0] !== told.version.split("-")[0];
   if (isAnotherServer) {
     // Its numbers begin anew.
@@ -155,13 +152,15 @@ async function goOn(told, tell) {
 /** Follows the server for ever and tells every new state. @param {(change: Partial<State>) => void} tell */
 export async function follow(tell) {
   /** @type {Told} */
-  const told = { version: "", last: 0, hasGap: false, events: [] };
+  const told = { version: "", last: 0, hasGap: false, isLost: false, events: [] };
   for (;;) {
     try {
       await isSeen();
       await (told.version === "" ? begin : goOn)(told, tell);
+      told.isLost = false;
     } catch {
       if (document.hidden) continue;
+      told.isLost = true;
       tell({ isGone: true });
       await wait(RETRY);
     }

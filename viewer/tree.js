@@ -124,7 +124,7 @@ function Neighbours({ pairs, boxes, mac }) {
 }
 
 /** The width of what an element has inside. @param {{current: any}} ref */
-export function useWidth(ref) {
+function useWidth(ref) {
   const [width, setWidth] = useState(0);
   useLayoutEffect(() => {
     const look = () => setWidth(ref.current?.clientWidth ?? 0);
@@ -157,7 +157,7 @@ function useWhatIsSeenFirst(places, boxes) {
 
 /** Along the links, or up and down in a column. @param {Mesh} mesh @param {Map<string, Known>} places @param {string} mac
  * @param {string} key */
-export function neighbourByKey(mesh, places, mac, key) {
+function neighbourByKey(mesh, places, mac, key) {
   const here = places.get(mac);
   if (!here) return undefined;
   const ordered = [...places].sort(([, a], [, b]) => a.row - b.row);
@@ -256,7 +256,6 @@ export function Tree({ mesh, route, places, way, withNeighbours }) {
             device?.hops === 0 && "root",
             onWay.has(mac) && "lit",
             at === mac && "selected",
-            way.length > 0 && !onWay.has(mac) && "dim",
           ].filter(Boolean);
           return html`<${Card}
             key=${mac}

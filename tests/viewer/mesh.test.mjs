@@ -1,5 +1,6 @@
 // What a mesh is asked.
 import assert from "node:assert/strict";
+import { readFileSync } from "node:fs";
 import { test } from "node:test";
 import * as mesh from "../../viewer/mesh.js";
 
@@ -32,6 +33,15 @@ test("health counts weak stations, weak and slow links, and what has no way", ()
   const all = home();
   mesh.addDevice(all, device("lost"));
   assert.deepEqual(mesh.health(all), { devices: 4, stations: 3, wired: 1, weak: 1, weakLinks: 2, unreachable: 1 });
+});
+
+test("weak, slow and old are what the command calls so", () => {
+  const header = (name) => readFileSync(new URL(`../../cli/${name}`, import.meta.url), "utf8");
+  const constant = (text, name) => Number(text.match(new RegExp(`${name} = (-?\\d+)`))[1]);
+  assert.equal(mesh.FAIR_SIGNAL, constant(header("tone.h"), "kFairSignal"));
+  assert.equal(mesh.WEAK_SIGNAL, constant(header("tone.h"), "kWeakSignal"));
+  assert.equal(mesh.SLOW_LINK, constant(header("health.h"), "kSlowLink"));
+  assert.equal(mesh.OLD, constant(header("health.h"), "kFresh"));
 });
 
 test("a signal at a limit is on its better side", () => {
