@@ -68,14 +68,6 @@ bool Follower::has_come_back() {
     return watched_ >= 0 && watched_ != before;
 }
 
-bool Follower::has_changed() {
-    const bool is_about_the_file = changes_.are_about_the_file();
-    if (is_about_the_file) {
-        changes_.let_them_settle();
-    }
-    return is_about_the_file;
-}
-
 Follower::Wake Follower::wait(Clock::time_point until) {
     if (has_come_back()) {
         return Wake::kLook;
@@ -88,7 +80,7 @@ Follower::Wake Follower::wait(Clock::time_point until) {
         if (ready[0].revents != 0) {
             return read_signal();
         }
-        if (ready[1].revents != 0 && has_changed()) {
+        if (ready[1].revents != 0 && changes_.have_settled()) {
             return Wake::kLook;
         }
         if (count <= 0 && Clock::now() >= std::min(until, look_again)) {

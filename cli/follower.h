@@ -29,7 +29,6 @@ public:
 private:
     Wake read_signal();
     bool has_come_back();
-    bool has_changed();
 
     reader::Changes changes_;
     std::chrono::milliseconds pause_;

@@ -54,12 +54,16 @@ bool Changes::are_about_the_file() {
     return found;
 }
 
-void Changes::let_them_settle() {
+bool Changes::have_settled() {
+    if (!are_about_the_file()) {
+        return false;
+    }
     const auto end = Clock::now() + kMostUnrest;
     pollfd more = {descriptor_, POLLIN, 0};
     while (Clock::now() < end && poll(&more, 1, kRestMs) > 0) {
         (void)are_about_the_file();
     }
+    return true;
 }
 
 }  // namespace reader

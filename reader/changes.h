@@ -20,13 +20,13 @@ public:
     // To be polled for input; -1 where the system has no more of them.
     int descriptor() const { return descriptor_; }
 
-    // Takes what has been told. Whether it was about the file: a folder such as /tmp has others, too.
-    bool are_about_the_file();
-
-    // Waits until nothing changes any more, a second at most: the module writes its other files right behind the model.
-    void let_them_settle();
+    // Takes what has been told. If it was about the file (a folder such as /tmp has others, too), waits until nothing
+    // changes any more, a second at most: the module writes its other files right behind the model.
+    bool have_settled();
 
 private:
+    bool are_about_the_file();
+
     const Source &source_;
     int descriptor_;
 };

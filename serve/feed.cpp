@@ -81,12 +81,9 @@ Snapshot with_local_stations(Snapshot snapshot, const Snapshot &before) {
     return snapshot;
 }
 
-bool is_cut(const Inputs &inputs) {
-    if (inputs.model.problem || inputs.dump.problem) {
-        return false;  // it cannot be had at all
-    }
-    const Snapshot snapshot = reader::make_snapshot(inputs);
-    return snapshot.problem_with(Missing::Part::kDump) != nullptr;
+// Whether the dump was caught half written; what cannot be had at all is not waited for.
+bool is_cut(const Inputs &inputs, const Snapshot &snapshot) {
+    return !inputs.model.problem && !inputs.dump.problem && snapshot.problem_with(Missing::Part::kDump) != nullptr;
 }
 
 // What is wrong with the model now, beside the last that was good.
@@ -190,8 +187,8 @@ void Feed::follow() {
         }
         std::array<pollfd, 2> ready = {{{stop_descriptor_, POLLIN, 0}, {watched, POLLIN, 0}}};
         (void)poll(ready.data(), ready.size(), static_cast<int>(pause.count()));
-        if (ready[1].revents != 0 && changes.are_about_the_file()) {
-            changes.let_them_settle();
+        if (ready[1].revents != 0) {
+            (void)changes.have_settled();
         }
     }
 }
@@ -201,24 +198,20 @@ bool Feed::is_stopped() const {
     return is_stopped_;
 }
 
-// The module's host writes its dump in place, and it may have been caught at it.
-Inputs Feed::read_whole() {
+void Feed::look() {
     constexpr int kTries = 5;
     Inputs inputs = source_->read();
-    for (int i = 1; i < kTries && good_ != nullptr && !is_same(inputs, read_) && is_cut(inputs) && !is_stopped(); ++i) {
-        std::this_thread::sleep_for(kHalfWritten);
-        inputs = source_->read();
-    }
-    return inputs;
-}
-
-void Feed::look() {
-    Inputs inputs = read_whole();
     if (now_ != nullptr && is_same(inputs, read_)) {
         return;
     }
-    read_ = inputs;
     Snapshot snapshot = reader::make_snapshot(inputs);
+    // The module's host writes its dump in place, and it may have been caught at it.
+    for (int i = 1; i < kTries && good_ != nullptr && is_cut(inputs, snapshot) && !is_stopped(); ++i) {
+        std::this_thread::sleep_for(kHalfWritten);
+        inputs = source_->read();
+        snapshot = reader::make_snapshot(inputs);
+    }
+    read_ = inputs;
     const Problem *problem = snapshot.problem_with(Missing::Part::kModel);
     if (problem != nullptr && good_ != nullptr) {
         publish(with_problem(good_->snapshot(), *problem), good_->inputs(), {});

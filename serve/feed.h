@@ -85,7 +85,6 @@ public:
 private:
     void follow();
     void look();
-    reader::Inputs read_whole();
     void publish(reader::Snapshot snapshot, reader::Inputs inputs, const std::vector<reader::Event> &happened);
     bool is_stopped() const;
 

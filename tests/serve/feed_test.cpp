@@ -108,13 +108,53 @@ TEST_F(FeedTest, WithoutAModelYetTheDumpIsFollowed) {
     EXPECT_TRUE(becomes_true([&] { return mesh()["stations"].size() < before; }));
 }
 
-TEST_F(FeedTest, EventsAreKeptUpToANumberAndAGapIsTold) {
+TEST_F(FeedTest, WhoIsStoppedWaitsForNothing) {
     auto source = reader::open_source(mesh_.string());
     serve::Feed feed(std::move(std::get<std::unique_ptr<reader::Source>>(source)), 100ms);
-    const auto now = std::chrono::steady_clock::now();
-    EXPECT_FALSE(feed.news_after(0, "", now).has_gap);
     feed.stop();
-    EXPECT_EQ(feed.news_after(0, "", now + 1h).last, 0U) << "who is stopped waits for nothing";
+    EXPECT_EQ(feed.news_after(0, "", std::chrono::steady_clock::now() + 1h).last, 0U);
+}
+
+// Two meshes in turn, with other stations in each.
+class Turning : public reader::Source {
+public:
+    Turning(reader::Inputs one, reader::Inputs other) : states_{std::move(one), std::move(other)} {}
+    reader::Inputs read() override { return states_[static_cast<std::size_t>(++reads_ % 2)]; }
+
+private:
+    reader::Inputs states_[2];
+    int reads_ = 0;
+};
+
+std::string with_other_stations(std::string text) {
+    for (std::size_t at = 0; (at = text.find("02:57:", at)) != std::string::npos;) {
+        text.replace(at, 6, "02:58:");
+    }
+    return text;
+}
+
+TEST_F(FeedTest, EventsAreKeptUpToANumberAndToldUpToAnother) {
+    auto source = reader::open_source(mesh_.string());
+    const reader::Inputs one = std::get<std::unique_ptr<reader::Source>>(source)->read();
+    reader::Inputs other = one;
+    other.model.text = with_other_stations(other.model.text);
+    other.dump.text = with_other_stations(other.dump.text);
+    serve::Feed feed(std::make_unique<Turning>(one, other), 1ms);
+    const auto soon = [] { return std::chrono::steady_clock::now() + 30s; };
+    std::uint64_t last = 0;
+    while (last < 10100) {
+        const auto news = feed.news_after(last, "", soon());
+        ASSERT_LE(news.events.size(), 1000U);
+        ASSERT_FALSE(news.events.empty());
+        EXPECT_EQ(news.events.front().number, last + 1) << "none is left out";
+        last = news.last;
+    }
+    const auto from_the_start = feed.news_after(0, "", soon());
+    EXPECT_TRUE(from_the_start.has_gap);
+    EXPECT_EQ(from_the_start.events.size(), 1000U);
+    EXPECT_GT(from_the_start.events.front().number, 100U);
+    EXPECT_EQ(from_the_start.last, from_the_start.events.back().number);
+    EXPECT_FALSE(feed.news_after(last - 1, "", soon()).has_gap);
 }
 
 }  // namespace
