@@ -2,6 +2,7 @@
 
 usage: terminal_test.py PROJECT QO1905"""
 
+import contextlib
 import fcntl
 import json
 import os
@@ -29,6 +30,15 @@ def wait_until(condition, seconds=20):
         if condition():
             return True
         time.sleep(0.02)
+    return False
+
+
+def watches(pid):
+    """Whether a process has an inotify descriptor; others of its descriptors may close while they are read."""
+    for descriptor in Path(f"/proc/{pid}/fd").iterdir():
+        with contextlib.suppress(FileNotFoundError):
+            if "inotify" in os.readlink(descriptor):
+                return True
     return False
 
 
@@ -251,8 +261,7 @@ class Streamed(InFolder):
         )
         self.addCleanup(lambda: (stream.kill(), stream.wait(), stream.stdout.close(), stream.stderr.close()))
         # It watches before it looks; what happens from its first look on is told.
-        maps = Path(f"/proc/{stream.pid}/fd")
-        self.assertTrue(wait_until(lambda: any("inotify" in os.readlink(fd) for fd in maps.iterdir() if fd.exists() or fd.is_symlink())))
+        self.assertTrue(wait_until(lambda: watches(stream.pid)))
         time.sleep(0.3)
         return stream
 
