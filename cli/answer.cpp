@@ -23,6 +23,22 @@ std::unique_ptr<reader::Source> open_source(const std::string &name) {
     return std::move(std::get<std::unique_ptr<reader::Source>>(source));
 }
 
+std::unique_ptr<reader::Source> open_changing(const std::string &name) {
+    auto source = open_source(name);
+    if (!source->can_change()) {
+        say(name + ": is of one moment, and will not change; diff compares two, history import remembers several");
+        throw Stop{kUsage};
+    }
+    return source;
+}
+
+void Teller::tell(const std::string &problem) {
+    if (problem.empty() != said_.empty()) {
+        say(who_ + (problem.empty() ? "it is there again" : problem + "; waiting for it"));
+    }
+    said_ = problem;
+}
+
 void refuse_other_names(const Snapshot &before, const Snapshot &after) {
     if (before.anonymous != after.anonymous) {
         say("the two have other names for the same: they were made anonymous by different tables, or one of them was "

@@ -54,6 +54,22 @@ int status_of(const reader::Problem &problem);
 // A source; says what is wrong and throws Stop.
 std::unique_ptr<reader::Source> open_source(const std::string &name);
 
+// One that is followed: what says the same for ever is refused.
+std::unique_ptr<reader::Source> open_changing(const std::string &name);
+
+// Says once that a source is gone, and once that it is back.
+class Teller {
+public:
+    // `who`: what goes before it, where several are followed.
+    explicit Teller(std::string who = "") : who_(std::move(who)) {}
+
+    void tell(const std::string &problem);
+
+private:
+    std::string who_;
+    std::string said_;
+};
+
 // What cannot be compared: two moments whose names are not from the same table. Says so and throws Stop.
 void refuse_other_names(const reader::Snapshot &before, const reader::Snapshot &after);
 

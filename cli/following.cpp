@@ -66,30 +66,6 @@ private:
     std::string problem_;
 };
 
-// Says once that a source is gone, and once that it is back.
-class Teller {
-public:
-    void tell(const std::string &problem) {
-        if (problem.empty() != said_.empty()) {
-            say(problem.empty() ? "it is there again" : problem + "; waiting for it");
-        }
-        said_ = problem;
-    }
-
-private:
-    std::string said_;
-};
-
-// What says the same for ever is not waited for.
-std::unique_ptr<reader::Source> open_changing(const std::string &name) {
-    auto source = open_source(name);
-    if (!source->can_change()) {
-        say(name + ": is of one moment, and will not change; diff compares two");
-        throw Stop{kUsage};
-    }
-    return source;
-}
-
 // --- events ---
 
 struct Following {

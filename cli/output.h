@@ -40,6 +40,7 @@ const auto &row_of(const Table &table, const std::string &name) {
 
 struct Options {
     std::string source;  // as reader::open_source takes it
+    bool source_is_chosen = false;
     Format format = Format::kTable;
     bool format_is_chosen = false;
     std::vector<std::string> columns;  // by id; none: the format's own

@@ -11,6 +11,8 @@
 #include "cli/completion.h"
 #include "cli/exports.h"
 #include "cli/following.h"
+#include "cli/recording.h"
+#include "cli/remembering.h"
 #include "cli/screen.h"
 #include "cli/scripts.h"
 #include "cli/serving.h"
@@ -62,6 +64,8 @@ Program::Program() : app_("Answers questions about an EasyMesh network from what
     add_exports(app_, question_);
     add_bundling(app_, question_);
     add_serving(app_, question_);
+    add_recording(app_, question_);
+    add_history(app_, question_);
     add_completion(app_, question_);
     app_.footer(kExamples);  // of the whole alone: verbs take over what stands here before them
 }
@@ -72,6 +76,7 @@ void Program::add_options() {
                     "Folder like a device's root, model file, bundle, - , http://HOST:PORT/ or lab:DEVICE")
         ->type_name("SOURCE")
         ->take_last()
+        ->each([&options](const std::string &) { options.source_is_chosen = true; })
         ->default_str("this machine");
     const auto choose = [&options](const std::string &name) {
         options.format = row_of(kFormats, name).format;

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <thread>
 
 namespace reader {
 namespace {
@@ -16,6 +17,14 @@ namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kRestMs = 100;
+constexpr auto kSeldom = std::chrono::seconds(2);
+constexpr auto kHalfWritten = std::chrono::milliseconds(100);
+
+// Whether the dump was caught half written; what cannot be had at all is not waited for.
+bool is_cut(const Inputs &inputs, const Snapshot &snapshot) {
+    return !inputs.model.problem && !inputs.dump.problem && snapshot.problem_with(Missing::Part::kDump) != nullptr;
+}
+
 constexpr auto kMostUnrest = std::chrono::seconds(1);
 
 }  // namespace
@@ -64,6 +73,34 @@ bool Changes::have_settled() {
         (void)are_about_the_file();
     }
     return true;
+}
+
+void follow(const Source &source, std::chrono::milliseconds pause, int stop, const std::function<void()> &look) {
+    Changes changes(source);
+    const auto wait = source.watched().empty() ? pause : std::chrono::milliseconds(kSeldom);
+    while (true) {
+        const int watched = changes.watch() >= 0 ? changes.descriptor() : -1;
+        look();
+        std::array<pollfd, 2> ready = {{{stop, POLLIN, 0}, {watched, POLLIN, 0}}};
+        (void)poll(ready.data(), ready.size(), static_cast<int>(wait.count()));
+        if (ready[0].revents != 0) {
+            return;
+        }
+        if (ready[1].revents != 0) {
+            (void)changes.have_settled();
+        }
+    }
+}
+
+Snapshot make_settled_snapshot(Source &source, Inputs &inputs, const std::function<bool()> &may_wait) {
+    constexpr int kTries = 5;
+    Snapshot snapshot = make_snapshot(inputs);
+    for (int i = 1; i < kTries && is_cut(inputs, snapshot) && may_wait(); ++i) {
+        std::this_thread::sleep_for(kHalfWritten);
+        inputs = source.read();
+        snapshot = make_snapshot(inputs);
+    }
+    return snapshot;
 }
 
 }  // namespace reader

@@ -1,6 +1,10 @@
 // Waiting for a file that is written anew.
 #pragma once
 
+#include <chrono>
+#include <functional>
+
+#include "reader/snapshot.h"
 #include "reader/source.h"
 
 namespace reader {
@@ -30,5 +34,13 @@ private:
     const Source &source_;
     int descriptor_;
 };
+
+// Calls `look` at once, whenever the source may have something new, and now and then besides: folders come and go, and
+// lists and logs are written by themselves. An address is asked every `pause`. Until `stop`, a descriptor, can be read.
+void follow(const Source &source, std::chrono::milliseconds pause, int stop, const std::function<void()> &look);
+
+// What inputs of a source tell. While the dump in them was caught half written (the module's host writes it in place),
+// and `may_wait` allows it, they are read again: five times, 100 ms apart.
+Snapshot make_settled_snapshot(Source &source, Inputs &inputs, const std::function<bool()> &may_wait);
 
 }  // namespace reader

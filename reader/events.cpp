@@ -1,5 +1,7 @@
 #include "reader/events.h"
 
+#include <algorithm>
+
 #include "reader/words.h"
 
 namespace reader {
@@ -126,6 +128,25 @@ private:
 };
 
 }  // namespace
+
+Snapshot with_local_stations(Snapshot snapshot, const Snapshot &before) {
+    if (snapshot.knows_local_stations || !before.knows_local_stations) {
+        return snapshot;
+    }
+    const auto local = std::find_if(before.devices.begin(), before.devices.end(),
+                                    [](const Device &device) { return device.is_local; });
+    const std::size_t known = snapshot.stations.size();
+    for (const Station &station : before.stations) {
+        if (local != before.devices.end() && station.device == local->al_mac && !snapshot.find_station(station.mac)) {
+            snapshot.stations.push_back(station);
+        }
+    }
+    const auto by_mac = [](const Station &a, const Station &b) { return a.mac < b.mac; };
+    std::inplace_merge(snapshot.stations.begin(), snapshot.stations.begin() + static_cast<std::ptrdiff_t>(known),
+                       snapshot.stations.end(), by_mac);
+    snapshot.knows_local_stations = true;
+    return snapshot;
+}
 
 std::vector<Event> events(const Snapshot &before, const Snapshot &after) { return Comparison(before, after).compare(); }
 

@@ -47,4 +47,8 @@ struct Event {
 // stations of the device that writes the files are compared only if both moments know them. Linear.
 std::vector<Event> events(const Snapshot &before, const Snapshot &after);
 
+// With the stations of the local device as they were before, when only the dump that tells of them is away: they have
+// neither left nor joined.
+Snapshot with_local_stations(Snapshot snapshot, const Snapshot &before);
+
 }  // namespace reader

@@ -7,36 +7,37 @@
 namespace reader {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using OrderedJson = nlohmann::ordered_json;
 
-void put(Json &json, const char *key, const std::optional<std::string> &value) {
+void put(OrderedJson &json, const char *key, const std::optional<std::string> &value) {
     if (value) {
         json[key] = *value;
     }
 }
 
-void put(Json &json, const char *key, const std::optional<Mac> &value) {
+void put(OrderedJson &json, const char *key, const std::optional<Mac> &value) {
     if (value) {
         json[key] = value->text();
     }
 }
 
 template <class Number>
-std::enable_if_t<std::is_arithmetic_v<Number>> put(Json &json, const char *key, const std::optional<Number> &value) {
+std::enable_if_t<std::is_arithmetic_v<Number>> put(OrderedJson &json, const char *key,
+                                                   const std::optional<Number> &value) {
     if (value) {
         json[key] = *value;
     }
 }
 
 template <class Word>
-std::enable_if_t<std::is_enum_v<Word>> put(Json &json, const char *key, const std::optional<Word> &value) {
+std::enable_if_t<std::is_enum_v<Word>> put(OrderedJson &json, const char *key, const std::optional<Word> &value) {
     if (value) {
         json[key] = word(*value);
     }
 }
 
-Json to_json(const Interface &interface) {
-    Json json = {{"mac", interface.mac.text()}};
+OrderedJson to_json(const Interface &interface) {
+    OrderedJson json = {{"mac", interface.mac.text()}};
     if (!interface.media_type.empty()) {
         json["media_type"] = interface.media_type;
     }
@@ -45,16 +46,16 @@ Json to_json(const Interface &interface) {
     return json;
 }
 
-Json to_json(const Neighbour &neighbour) {
-    Json json = {{"al_mac", neighbour.al_mac.text()}};
+OrderedJson to_json(const Neighbour &neighbour) {
+    OrderedJson json = {{"al_mac", neighbour.al_mac.text()}};
     put(json, "medium", neighbour.medium);
     put(json, "signal", neighbour.signal);
     put(json, "rate", neighbour.rate);
     return json;
 }
 
-Json to_json(const Whereabouts &place) {
-    Json json = {{"device", place.device.text()}};
+OrderedJson to_json(const Whereabouts &place) {
+    OrderedJson json = {{"device", place.device.text()}};
     put(json, "device_name", place.device_name);
     put(json, "band", place.band);
     put(json, "signal", place.signal);
@@ -63,8 +64,8 @@ Json to_json(const Whereabouts &place) {
 }
 
 template <class Item>
-Json list(const std::vector<Item> &items) {
-    Json json = Json::array();
+OrderedJson list(const std::vector<Item> &items) {
+    OrderedJson json = OrderedJson::array();
     for (const Item &item : items) {
         json.push_back(to_json(item));
     }
@@ -73,8 +74,8 @@ Json list(const std::vector<Item> &items) {
 
 }  // namespace
 
-Json to_json(const Device &device) {
-    Json json = {{"al_mac", device.al_mac.text()}, {"local", device.is_local}};
+OrderedJson to_json(const Device &device) {
+    OrderedJson json = {{"al_mac", device.al_mac.text()}, {"local", device.is_local}};
     put(json, "name", device.name);
     put(json, "role", device.role);
     put(json, "address", device.address);
@@ -89,8 +90,60 @@ Json to_json(const Device &device) {
     return json;
 }
 
-Json to_json(const Station &station) {
-    Json json = {{"mac", station.mac.text()}, {"device", station.device.text()}};
+namespace {
+
+std::optional<int> count_of(const Json &json, const char *key) { return number_of(json, key, 0, 1 << 20); }
+std::optional<int> signal_of(const Json &json) { return number_of(json, "signal", -200, 0); }
+std::optional<int> rate_of(const Json &json) { return number_of(json, "rate", 0, 1 << 30); }
+
+template <class Word>
+std::optional<Word> word_of(const Json &json, const char *key) {
+    return value_of<Word>(text_of(json, key).value_or(""));
+}
+
+std::vector<Interface> interfaces_of(const Json &json) {
+    std::vector<Interface> interfaces;
+    for (const Json &item : items(json, "interfaces")) {
+        if (const auto mac = mac_of(item, "mac")) {
+            interfaces.push_back({*mac, text_of(item, "media_type").value_or(""), word_of<Band>(item, "band"),
+                                  word_of<Interface::Use>(item, "use").value_or(Interface::Use::kOther)});
+        }
+    }
+    return interfaces;
+}
+
+std::vector<Neighbour> neighbours_of(const Json &json) {
+    std::vector<Neighbour> neighbours;
+    for (const Json &item : items(json, "neighbours")) {
+        if (const auto mac = mac_of(item, "al_mac")) {
+            neighbours.push_back({*mac, word_of<Medium>(item, "medium"), signal_of(item), rate_of(item)});
+        }
+    }
+    return neighbours;
+}
+
+}  // namespace
+
+Device device_from_json(Mac al_mac, const Json &json) {
+    Device device{al_mac, false, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}};
+    device.is_local = member(json, "local") == true;
+    device.name = text_of(json, "name");
+    device.role = word_of<Role>(json, "role");
+    device.address = text_of(json, "address");
+    device.firmware = text_of(json, "firmware");
+    device.parent = mac_of(json, "parent");
+    const auto hops = count_of(json, "hops");
+    device.hops = hops ? std::optional(static_cast<unsigned>(*hops)) : std::nullopt;
+    device.medium = word_of<Medium>(json, "medium");
+    device.signal = signal_of(json);
+    device.rate = rate_of(json);
+    device.interfaces = interfaces_of(json);
+    device.neighbours = neighbours_of(json);
+    return device;
+}
+
+OrderedJson to_json(const Station &station) {
+    OrderedJson json = {{"mac", station.mac.text()}, {"device", station.device.text()}};
     put(json, "name", station.name);
     put(json, "address", station.address);
     put(json, "interface", station.interface);
@@ -103,8 +156,8 @@ Json to_json(const Station &station) {
     return json;
 }
 
-Json heading_json(const Snapshot &snapshot) {
-    Json missing = Json::array();
+OrderedJson heading_json(const Snapshot &snapshot) {
+    OrderedJson missing = OrderedJson::array();
     for (const Missing &item : snapshot.missing) {
         missing.push_back({{"part", word(item.part)},
                            {"file", item.problem.file},
@@ -120,15 +173,15 @@ Json heading_json(const Snapshot &snapshot) {
             {"missing", missing}};
 }
 
-Json to_json(const Snapshot &snapshot) {
-    Json json = heading_json(snapshot);
+OrderedJson to_json(const Snapshot &snapshot) {
+    OrderedJson json = heading_json(snapshot);
     json["devices"] = list(snapshot.devices);
     json["stations"] = list(snapshot.stations);
     return json;
 }
 
-Json to_json(const Event &event) {
-    Json json = {{"schema", kSchema}, {"event", word(event.kind)}, {"time", utc(event.time)}};
+OrderedJson to_json(const Event &event) {
+    OrderedJson json = {{"schema", kSchema}, {"event", word(event.kind)}, {"time", utc(event.time)}};
     json[event.is_station ? "station" : "device"] = event.mac.text();
     put(json, "name", event.name);
     if (event.from) {

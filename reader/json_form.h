@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "reader/events.h"
+#include "reader/json.h"
 #include "reader/snapshot.h"
 
 namespace reader {
@@ -17,6 +18,10 @@ nlohmann::ordered_json to_json(const Snapshot &snapshot);
 nlohmann::ordered_json heading_json(const Snapshot &snapshot);
 
 nlohmann::ordered_json to_json(const Device &device);
+
+// The same back, of anything: what is not there or makes no sense is unknown.
+Device device_from_json(Mac al_mac, const Json &json);
+
 nlohmann::ordered_json to_json(const Station &station);
 nlohmann::ordered_json to_json(const Event &event);
 

@@ -34,6 +34,40 @@ const char *word(Problem::Kind kind) {
     return kWords[static_cast<int>(kind)];
 }
 
+namespace {
+
+template <class Word>
+std::optional<Word> among(const std::string &text, std::initializer_list<Word> values) {
+    for (const Word value : values) {
+        if (text == word(value)) {
+            return value;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+template <>
+std::optional<Role> value_of(const std::string &text) {
+    return among(text, {Role::kController, Role::kAgent});
+}
+
+template <>
+std::optional<Band> value_of(const std::string &text) {
+    return among(text, {Band::k2_4GHz, Band::k5GHz});
+}
+
+template <>
+std::optional<Medium> value_of(const std::string &text) {
+    return among(text, {Medium::k2_4GHz, Medium::k5GHz, Medium::kEthernet});
+}
+
+template <>
+std::optional<Interface::Use> value_of(const std::string &text) {
+    return among(text, {Interface::Use::kBss, Interface::Use::kUplink, Interface::Use::kOther});
+}
+
 std::string utc(Time time) {
     const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
     std::tm parts = {};

@@ -16,6 +16,18 @@ const char *word(EventKind kind);      // "join", "leave", "roam", "up", "down",
 const char *word(Missing::Part part);  // "model", "dump", "leases", "list"
 const char *word(Problem::Kind kind);  // "missing", "unreadable", "torn"
 
+// The value of a word; none that is not of its kind.
+template <class Word>
+std::optional<Word> value_of(const std::string &text);
+template <>
+std::optional<Role> value_of(const std::string &text);
+template <>
+std::optional<Band> value_of(const std::string &text);
+template <>
+std::optional<Medium> value_of(const std::string &text);
+template <>
+std::optional<Interface::Use> value_of(const std::string &text);
+
 // ISO 8601 in UTC, "2026-11-22T01:08:40Z".
 std::string utc(Time time);
 

@@ -1,12 +1,10 @@
 #include "serve/feed.h"
 
-#include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 #include <zlib.h>
 
 #include <algorithm>
-#include <array>
 #include <stdexcept>
 
 #include "reader/changes.h"
@@ -23,8 +21,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kMostEvents = 10000;
 constexpr std::ptrdiff_t kMostAtOnce = 1000;
-constexpr auto kSeldom = std::chrono::seconds(2);
-constexpr auto kHalfWritten = std::chrono::milliseconds(100);
 
 std::string compressed(const std::string &text) {
     constexpr int kGzipWindow = 15 + 16;
@@ -58,32 +54,6 @@ bool is_same(const Inputs &a, const Inputs &b) {
     return a.model.time == b.model.time && is_same(a.model, b.model) && is_same(a.dump, b.dump) &&
            is_same(a.leases, b.leases) && is_same(a.list_24g, b.list_24g) && is_same(a.list_5g, b.list_5g) &&
            is_same(a.log, b.log);
-}
-
-// With the stations of the local device as they were, when only the dump that tells of them is away: they have neither
-// left nor joined.
-Snapshot with_local_stations(Snapshot snapshot, const Snapshot &before) {
-    if (snapshot.knows_local_stations || !before.knows_local_stations) {
-        return snapshot;
-    }
-    const auto local = std::find_if(before.devices.begin(), before.devices.end(),
-                                    [](const reader::Device &device) { return device.is_local; });
-    const std::size_t known = snapshot.stations.size();
-    for (const reader::Station &station : before.stations) {
-        if (local != before.devices.end() && station.device == local->al_mac && !snapshot.find_station(station.mac)) {
-            snapshot.stations.push_back(station);
-        }
-    }
-    const auto by_mac = [](const reader::Station &a, const reader::Station &b) { return a.mac < b.mac; };
-    std::inplace_merge(snapshot.stations.begin(), snapshot.stations.begin() + static_cast<std::ptrdiff_t>(known),
-                       snapshot.stations.end(), by_mac);
-    snapshot.knows_local_stations = true;
-    return snapshot;
-}
-
-// Whether the dump was caught half written; what cannot be had at all is not waited for.
-bool is_cut(const Inputs &inputs, const Snapshot &snapshot) {
-    return !inputs.model.problem && !inputs.dump.problem && snapshot.problem_with(Missing::Part::kDump) != nullptr;
 }
 
 // What is wrong with the model now, beside the last that was good.
@@ -172,25 +142,14 @@ Feed::News Feed::news_after(std::uint64_t number, const std::string &version, Cl
     return news;
 }
 
-// Looks whenever the system tells of a change, and now and then: folders come and go, and lists and logs are written by
-// themselves.
 void Feed::follow() {
-    reader::Changes changes(*source_);
-    const bool is_address = source_->watched().empty();
-    const auto pause = is_address ? pause_ : std::chrono::milliseconds(kSeldom);
-    while (!is_stopped()) {
-        const int watched = changes.watch() >= 0 ? changes.descriptor() : -1;
+    reader::follow(*source_, pause_, stop_descriptor_, [this] {
         try {
             look();
         } catch (const std::exception &) {
             // Such as no memory: what is there is handed out until there is some.
         }
-        std::array<pollfd, 2> ready = {{{stop_descriptor_, POLLIN, 0}, {watched, POLLIN, 0}}};
-        (void)poll(ready.data(), ready.size(), static_cast<int>(pause.count()));
-        if (ready[1].revents != 0) {
-            (void)changes.have_settled();
-        }
-    }
+    });
 }
 
 bool Feed::is_stopped() const {
@@ -199,18 +158,12 @@ bool Feed::is_stopped() const {
 }
 
 void Feed::look() {
-    constexpr int kTries = 5;
     Inputs inputs = source_->read();
     if (now_ != nullptr && is_same(inputs, read_)) {
         return;
     }
-    Snapshot snapshot = reader::make_snapshot(inputs);
-    // The module's host writes its dump in place, and it may have been caught at it.
-    for (int i = 1; i < kTries && good_ != nullptr && is_cut(inputs, snapshot) && !is_stopped(); ++i) {
-        std::this_thread::sleep_for(kHalfWritten);
-        inputs = source_->read();
-        snapshot = reader::make_snapshot(inputs);
-    }
+    Snapshot snapshot =
+        reader::make_settled_snapshot(*source_, inputs, [this] { return good_ != nullptr && !is_stopped(); });
     read_ = inputs;
     const Problem *problem = snapshot.problem_with(Missing::Part::kModel);
     if (problem != nullptr && good_ != nullptr) {
@@ -221,7 +174,7 @@ void Feed::look() {
         publish(std::move(snapshot), std::move(inputs), {});
         return;
     }
-    Snapshot whole = good_ ? with_local_stations(snapshot, compared_) : snapshot;
+    Snapshot whole = good_ ? reader::with_local_stations(snapshot, compared_) : snapshot;
     const auto happened = good_ ? reader::events(compared_, whole) : std::vector<reader::Event>();
     compared_ = std::move(whole);
     publish(std::move(snapshot), std::move(inputs), happened);

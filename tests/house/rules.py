@@ -32,11 +32,13 @@ ROOMS = {
 AROUND = {
     # What everything around the module reads its files with; knows their formats and nothing of the module.
     "reader": set(),
-    "serve": {"reader"},
-    "cli": {"reader", "serve"},
+    "history": {"reader"},
+    "serve": {"reader", "history"},
+    "cli": {"reader", "history", "serve"},
     # What stands in for a gateway. The world of a mesh knows no files, sockets or clocks, and nobody who does.
     "lab/common": {"reader"},
     "lab/world": {"lab/common"},
+    "lab/moment": {"lab/world", "reader"},
     "lab/mapd": {"module/platform", "lab/common"},
     "lab/host": {"include", "module/platform", "lab/common"},
     "lab/mesh": {"lab/common", "lab/world", "lab/mapd"},
@@ -45,8 +47,10 @@ AROUND = {
     # Its command.
     "lab": {"lab/common", "lab/world", "lab/mesh", "lab/replay"},
     "fuzz": {"include", "module/platform", "fuzz", "tests/support", "lab/common", "lab/world", "reader", "cli"},
-    "bench": set(ROOMS) | {"bench", "tests/support", "reader"},
-    "tests": set(ROOMS) | {"reader", "serve", "cli", "lab/common", "lab/world", "lab/mapd", "lab/mesh", "lab/replay", "tests", "tests/support"},
+    "bench": set(ROOMS) | {"bench", "tests/support", "reader", "history", "lab/world", "lab/moment"},
+    "tests": set(ROOMS)
+    | {"reader", "history", "serve", "cli", "tests", "tests/support"}
+    | {"lab/common", "lab/host", "lab/world", "lab/moment", "lab/mapd", "lab/mesh", "lab/replay"},
 }
 ALLOWED = {**ROOMS, **AROUND}
 
