@@ -185,14 +185,15 @@ Json somebody_json(const Book &book, const history::Somebody &somebody, const st
     return json;
 }
 
-std::string summary(const std::vector<history::Session> &sessions, const Span &span) {
+std::string summary(const std::vector<history::Session> &sessions, bool is_station, const Span &span) {
     std::size_t roams = 0, bounces = 0;
     for (const history::Session &session : sessions) {
         const bool is_in = session.since >= span.from;
         roams += is_in && is_roam(session.came) ? 1 : 0;
         bounces += is_in && session.came == history::Came::kBack ? 1 : 0;
     }
-    return counted(sessions.size(), "session") + ", " + counted(roams, "roam") +
+    const std::string count = counted(sessions.size(), "session");
+    return !is_station ? count : count + ", " + counted(roams, "roam") +
            (bounces == 0 ? "" : ", " + std::to_string(bounces) + " of them back within a minute");
 }
 
@@ -205,7 +206,7 @@ void tell_somebody(const Book &book, const history::Somebody &somebody, const Op
     }
     if (is_for_people(options.format) && options.columns.empty()) {
         const auto curve = book.past().curve(book.home(), somebody.node, book.span(), kPoints);
-        answer.text += visible(who_text(somebody, options) + ": " + summary(sessions, book.span())) + "\n\n";
+        answer.text += visible(who_text(somebody, options) + ": " + summary(sessions, somebody.is_station, book.span())) + "\n\n";
         const std::string drawn = curve_text(curve, sessions, book.span(), options);
         answer.text += drawn + (drawn.empty() ? "" : "\n");
     }
@@ -249,6 +250,9 @@ const history::Session *session_at(const std::vector<history::Session> &sessions
 }
 
 std::string range_text(const history::Range &range, const char *unit) {
+    if (range.n != 0 && range.min == range.max) {
+        return std::to_string(range.min) + unit;
+    }
     return range.n == 0 ? "unknown"
                         : std::to_string(range.min) + " to " + std::to_string(range.max) + ", mean " +
                               std::to_string(std::lround(range.mean())) + unit;

@@ -306,6 +306,8 @@ void Home::note_time(Number time, double uptime) {
     if (passed < 0) {
         end_all(last_);
         put_hour_aside();
+        put_tail();
+        counts_.reset();
         goes_on_ = false;
         ++era_;
         store_.open_gap(source_, time, era_, "clock", time, "the clock was set back by " + in_words(-passed));
@@ -569,15 +571,22 @@ void Home::pack_some() {
         store_.put_hour(due.node, due.era, due.samples);
         due_.pop_front();
         if (due_.empty()) {
-            store_.drop_tail(source_, start_of(kHour, last_));
+            drop_tail();
         }
     }
 }
 
-void Home::settle() {
-    if (is_empty_) {
-        return;
-    }
+// Of the hours that are packed.
+void Home::drop_tail() {
+    const Number hour = start_of(kHour, last_);
+    store_.drop_tail(source_, hour);
+    const auto first = std::find_if(tail_.begin(), tail_.end(),
+                                    [=](const TailSample &tail) { return tail.linked.sample.time >= hour; });
+    tail_.erase(tail_.begin(), first);
+}
+
+// What was measured and counted since the last commit.
+void Home::put_tail() {
     if (!tail_.empty()) {
         store_.put_tail(source_, era_, tail_);
         tail_.clear();
@@ -585,6 +594,13 @@ void Home::settle() {
     if (counts_) {
         store_.put_counts(source_, era_, *counts_);
     }
+}
+
+void Home::settle() {
+    if (is_empty_) {
+        return;
+    }
+    put_tail();
     for (const auto &[mac, live] : stations_) {
         keep_spell(live);
     }

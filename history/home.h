@@ -79,6 +79,8 @@ private:
     void end_spell(Live &live);
     Number link_of(const Place &place);
 
+    void put_tail();
+    void drop_tail();
     void put_hour_aside();
     void pack_some();
 

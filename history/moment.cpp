@@ -17,15 +17,17 @@ namespace {
 
 constexpr Number kFresh = kSlot;  // a sample that is older says nothing of the moment
 
+constexpr Number kStillTrue = 2 * kMinute;  // after the last moment of all
+
 struct Reach {
     Number era;
-    Number last;
+    Number time;  // the same, or the last moment of all
 };
 
 // The era that a time lies in, if one does: the last that had begun.
 std::optional<Reach> reach_of(const Database &database, Number source, Number time) {
     Statement home(database, "SELECT first, last, era FROM source WHERE id = ?");
-    if (!home.bind(source).step() || time > home.number(1)) {
+    if (!home.bind(source).step() || time > home.number(1) + kStillTrue) {
         return std::nullopt;
     }
     const bool has_begun = time >= home.number(0);
@@ -35,7 +37,7 @@ std::optional<Reach> reach_of(const Database &database, Number source, Number ti
     if (!era && !has_begun) {
         return std::nullopt;
     }
-    return Reach{era.value_or(0), last};
+    return Reach{era.value_or(0), std::min(time, last)};
 }
 
 bool is_in_gap(const Database &database, Number source, Number era, Number time) {
@@ -240,7 +242,7 @@ std::optional<Snapshot> snapshot_at(const Database &database, Number source, Num
     if (!reach || is_in_gap(database, source, reach->era, time)) {
         return std::nullopt;
     }
-    return Builder(database, source, reach->era, time).build();
+    return Builder(database, source, reach->era, reach->time).build();
 }
 
 std::vector<LinkedSample> tail_samples(const Database &database, Number source, Number node, Number from,

@@ -38,8 +38,8 @@ Upkeep::Upkeep(Database &database, const Keep &keep)
       put_day_(database, "INSERT OR REPLACE INTO roll60 VALUES(?, ?, ?, ?)"),
       drop_days_(
           database,
-          "DELETE FROM roll60 WHERE day < ?1 AND day = (SELECT min(day) FROM roll60) AND node <= (SELECT node FROM "
-          "roll60 ORDER BY day, node LIMIT 1 OFFSET 99)"),
+          "DELETE FROM roll60 WHERE (day, node, era) IN (SELECT day, node, era FROM roll60 WHERE day < ? ORDER BY "
+          "day, node, era LIMIT 100)"),
       drop_sessions_(database, "DELETE FROM session WHERE node = ? AND since < ?2 AND until < ?2"),
       // What was said last before then still holds.
       drop_descriptions_(
