@@ -503,7 +503,8 @@ TEST_F(RecorderTest, SamplesBecomeFiveMinutesAndTheseHoursAndWhatIsOlderGoes) {
     // Every sample is in what it became: 180 an hour, and of each hour one signal.
     const Past past(file_);
     const Number home = past.homes().at(0).id;
-    const Span days{end - 2 * history::kDay, end};
+    const Number hour = history::start_of(history::kHour, end);
+    const Span days{hour - 2 * history::kDay, hour};
     const auto curve = past.curve(home, past.find(home, kPhone, true)->node, days, 60);
     EXPECT_EQ(curve.step, history::kHour);
     Number samples = 0;
