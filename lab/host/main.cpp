@@ -39,7 +39,7 @@ void end_on_signal(int signal) { _exit(128 + signal); }
 
 void run_alone(const Options &options, lab::Device &device) {
     device.become(lab::DeviceDescription::read(lab::JsonValue::read_file(options.device)));
-    const lab::Module module(options.module);
+    lab::Module module(options.module);
     lab::FileReader files("/tmp");
     lab::run_timer(std::chrono::duration<double>(options.unit_seconds), options.cycles, [&](unsigned cycle) {
         module.write_change_log();
@@ -49,7 +49,7 @@ void run_alone(const Options &options, lab::Device &device) {
 
 void run_in_mesh(const Options &options, lab::Device &device) {
     lab::MeshLink link(options.mesh, device);
-    const lab::Module module(options.module);
+    lab::Module module(options.module);
     link.run([&module] { module.write_change_log(); });
 }
 

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "lab/host/change_log.h"
+
 namespace lab {
 
 class Module {
@@ -12,11 +14,14 @@ public:
     // process. Throws Error.
     explicit Module(const std::string &path);
 
-    // Has it write its change log, as hosts may at any time; the lab's does after every cycle.
-    void write_change_log() const;
+    // Fills the change log of its table and has it write that, as hosts may at any time on the timer thread; the lab's
+    // does after every cycle.
+    void write_change_log();
 
 private:
-    std::int32_t (*write_change_log_)();  // null in a module without
+    std::int32_t (*write_change_log_)();            // null in a module without
+    struct qo1905_network_topology *(*network_)();  // likewise
+    ChangeLog change_log_;
 };
 
 }  // namespace lab

@@ -227,6 +227,33 @@ std::ptrdiff_t rest_servers_of(const Lab &lab) {
     });
 }
 
+// The entries of a change log: "LostNeighbor REPORTER NEIGHBOR".
+std::vector<std::string> entries_of(const std::string &text) {
+    const json log = json::parse(text, nullptr, false);
+    std::vector<std::string> entries;
+    for (int i = 1; log.is_object() && log.contains("ChangeLog." + std::to_string(i)); ++i) {
+        const json &entry = log["ChangeLog." + std::to_string(i)];
+        entries.push_back(entry["EventType"].get<std::string>() + ' ' + entry["ReporterDeviceId"].get<std::string>() +
+                          ' ' + entry["NeighborId"].get<std::string>());
+    }
+    return entries;
+}
+
+TEST_F(MeshTest, AStationThatMovesStandsInTheChangeLog) {
+    const Lab lab({"home", "--still", "--speed", "max"});
+    const auto entries = [&] { return entries_of(lab.file("gateway", "tmp/qo1905_log.json")); };
+    const std::string lost = "LostNeighbor 02:0b:00:00:00:01 02:57:00:00:00:24";
+    const std::string found = "NewNeighbor 02:0a:00:00:00:01 02:57:00:00:00:24";
+    ASSERT_TRUE(wait_until(
+        [&] { return lab.file("gateway", "tmp/qo1905.json").find("02:57:00:00:00:24") != std::string::npos; }));
+    EXPECT_THAT(entries(), testing::Not(testing::Contains(lost)));
+    lab.order({"move", "phone-anna", "living-room"});
+    EXPECT_TRUE(wait_until([&] {
+        const auto now = entries();
+        return std::count(now.begin(), now.end(), lost) == 1 && std::count(now.begin(), now.end(), found) == 1;
+    })) << testing::PrintToString(entries());
+}
+
 TEST_F(MeshTest, TheRestServerFollowsTheRole) {
     const Lab lab({"home", "--still", "--speed", "max"});
     ASSERT_TRUE(wait_until([&] { return lab.device("gateway")["rest"] != ""; }));
@@ -241,7 +268,7 @@ TEST_F(MeshTest, TheRestServerFollowsTheRole) {
     // Between two cycles: while a file is written anew it is empty.
     std::string log;
     ASSERT_TRUE(wait_until([&] { return !(log = get(first, "/qo1905_log.json")).empty(); }));
-    EXPECT_EQ(json::parse(log)["ChangeLogNumberOfEntries"], 0);
+    EXPECT_EQ(json::parse(log)["MaxChangeLogEntries"], 256);
 
     const Result swapped = lab.order({"role", "attic", "controller"});
     EXPECT_EQ(swapped.output, "attic is the Controller now, and gateway an Agent\n");
