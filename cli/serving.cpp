@@ -6,6 +6,7 @@
 
 #include "cli/exports.h"
 #include "cli/follower.h"
+#include "cli/recording.h"
 #include "cli/text.h"
 
 namespace cli {
@@ -18,6 +19,7 @@ struct Serving {
     int port = -1;
     std::string source;
     std::string token_file;
+    std::string home;
     double pause = 2;  // seconds
 };
 
@@ -68,6 +70,7 @@ void run(Serving &wanted, const Options &options) {
     }
     wanted.server.pause = std::chrono::milliseconds(static_cast<long>(wanted.pause * 1000));
     const std::string source = wanted.source.empty() ? options.source : wanted.source;
+    wanted.server.memory.home = wanted.home.empty() ? source : wanted.home;
     auto opened = open_source(source);
     const EndingSignals signals;
     const auto server = make_server(std::move(opened), wanted.server);
@@ -126,6 +129,9 @@ void add_serving(CLI::App &app, Question &question) {
     verb->add_option("--every", wanted->pause, "Seconds between two questions to an address")
         ->capture_default_str()
         ->check(CLI::Range(0.1, 1e6));
+    CLI::Option *database = add_database(*verb, wanted->server.memory.file);
+    verb->add_option("--home", wanted->home, "What the source is called there, if it goes by another name")
+        ->needs(database);
     verb->callback([&question, wanted] {
         question.deed = [&question, wanted](Answer &) {
             refuse_format("serve", question.options);

@@ -23,7 +23,7 @@ Server::Server(std::unique_ptr<reader::Source> source, const Wanted &wanted, Sit
     : wanted_(wanted),
       page_(wanted.page),
       feed_(std::move(source), wanted.pause),
-      site_(feed_, page_, wanted.access, std::move(metrics)),
+      site_(feed_, page_, wanted.access, wanted.memory, std::move(metrics)),
       http_(wanted.bounds) {
     http_.set_pre_routing_handler([this](const httplib::Request &request, httplib::Response &response) {
         site_.answer(request, response);

@@ -19,6 +19,7 @@ struct Wanted {
     std::chrono::milliseconds pause{2000};  // between two questions to a source that is an address
     std::string page = page_folder();
     Access access;
+    Memory memory;
     Bounds bounds;
 };
 

@@ -218,6 +218,15 @@ const std::vector<Site::Resource> &Site::resources() {
         {"/api/v1/mesh", "the mesh now: a snapshot; a line each with Accept: application/x-ndjson", &Site::send_mesh},
         {"/api/v1/events", "what has happened: ?after=NUMBER, waits up to ?wait=SECONDS or until ?version= is no more",
          &Site::send_events},
+        {"/api/v1/history", "what is remembered: since when, until when", &Site::send_span},
+        {"/api/v1/history/mesh", "the mesh as it was: ?at=SECONDS since 1970", &Site::send_past<&Chronicle::mesh>},
+        {"/api/v1/history/who", "where somebody was and how well heard: ?mac=MAC[&kind=device][&from=][&until=]",
+         &Site::send_past<&Chronicle::somebody>},
+        {"/api/v1/history/counts", "devices and stations: [?from=][&until=]", &Site::send_past<&Chronicle::counts>},
+        {"/api/v1/history/gaps", "when nothing was recorded: [?from=][&until=]", &Site::send_past<&Chronicle::gaps>},
+        {"/api/v1/history/roamers", "who roamed most: [?from=][&until=]", &Site::send_past<&Chronicle::roamers>},
+        {"/api/v1/history/sticky", "who stuck to a far device: [?from=][&until=]",
+         &Site::send_past<&Chronicle::sticky>},
         {"/metrics", "for Prometheus", &Site::send_metrics},
         {"/qo1905.json", "the model, as it stands", &Site::send_file<&reader::Inputs::model>},
         {"/qo1905_log.json", "the change log, as it stands", &Site::send_file<&reader::Inputs::log>},
@@ -285,6 +294,50 @@ void Site::send_events(const Request &request, Response &response) {
                         {"events", std::move(events)}};
     response.set_content(whole.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n', kJson);
     response.set_header("Cache-Control", "no-store");
+}
+
+namespace {
+
+std::optional<history::Number> time_of(const Request &request, const char *key) {
+    constexpr std::uint64_t kLast = 253402300799;  // of the year 9999
+    const std::uint64_t number = number_of(request, key, kLast + 1);
+    return number <= kLast ? std::optional(static_cast<history::Number>(number)) : std::nullopt;
+}
+
+Question question_of(const Request &request) {
+    return {request.get_param_value("mac"), request.get_param_value("kind") != "device", time_of(request, "from"),
+            time_of(request, "until"), time_of(request, "at")};
+}
+
+// The past does not change, but for its last minutes: a tag of its bytes saves them on the way.
+void send_answer(const Request &request, Response &response, const Json &json) {
+    const auto text =
+        std::make_shared<const Sendable>(sendable(json.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n'));
+    const bool is_gzip = request.has_header(BoundedServer::kTakesGzip) && !text->gzip.empty();
+    if (is_gzip) {
+        response.set_header("Content-Encoding", "gzip");
+    }
+    const std::string tag = std::to_string(std::hash<std::string>{}(text->plain)) + (is_gzip ? "-gzip" : "");
+    send(request, response, tag, Shared(text, is_gzip ? &text->gzip : &text->plain), kJson);
+}
+
+}  // namespace
+
+void Site::send_span(const Request &request, Response &response) {
+    try {
+        send_answer(request, response, chronicle_.span());
+    } catch (const Refusal &refusal) {
+        send_problem(response, refusal.status, refusal.words);
+    }
+}
+
+template <Json (Chronicle::*kAnswer)(const Question &) const>
+void Site::send_past(const Request &request, Response &response) {
+    try {
+        send_answer(request, response, (chronicle_.*kAnswer)(question_of(request)));
+    } catch (const Refusal &refusal) {
+        send_problem(response, refusal.status, refusal.words);
+    }
 }
 
 void Site::send_metrics(const Request &, Response &response) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "serve/bounded_server.h"
+#include "serve/chronicle.h"
 #include "serve/feed.h"
 #include "serve/page.h"
 
@@ -23,8 +24,12 @@ public:
     using Metrics = std::function<std::string(const reader::Snapshot &)>;
 
     // The feed has to live as long.
-    Site(Feed &feed, Page page, Access access, Metrics metrics)
-        : feed_(feed), page_(std::move(page)), access_(std::move(access)), metrics_(std::move(metrics)) {}
+    Site(Feed &feed, Page page, Access access, Memory memory, Metrics metrics)
+        : feed_(feed),
+          page_(std::move(page)),
+          access_(std::move(access)),
+          chronicle_(std::move(memory)),
+          metrics_(std::move(metrics)) {}
 
     void answer(const httplib::Request &request, httplib::Response &response);
 
@@ -41,6 +46,9 @@ private:
     void send_index(const httplib::Request &request, httplib::Response &response);
     void send_mesh(const httplib::Request &request, httplib::Response &response);
     void send_events(const httplib::Request &request, httplib::Response &response);
+    void send_span(const httplib::Request &request, httplib::Response &response);
+    template <Chronicle::Json (Chronicle::*kAnswer)(const Question &) const>
+    void send_past(const httplib::Request &request, httplib::Response &response);
     void send_metrics(const httplib::Request &request, httplib::Response &response);
     template <reader::Input reader::Inputs::*kFile>
     void send_file(const httplib::Request &request, httplib::Response &response);
@@ -49,6 +57,7 @@ private:
     Feed &feed_;
     const Page page_;
     const Access access_;
+    const Chronicle chronicle_;
     const Metrics metrics_;
     std::atomic<int> waiting_{0};
 };

@@ -1,0 +1,148 @@
+#include "serve/chronicle.h"
+
+#include <algorithm>
+
+#include "history/json_form.h"
+#include "reader/json_form.h"
+
+namespace serve {
+
+using history::Number;
+using history::Past;
+using history::Span;
+using Json = Chronicle::Json;
+
+namespace {
+
+constexpr std::size_t kPoints = 600;  // of a curve: as many as a page shows side by side
+constexpr std::size_t kMost = 50;     // of a list
+
+constexpr Number kLongest = 20 * 365 * history::kDay;
+
+template <class Item>
+Json list(const std::vector<Item> &items, std::size_t most) {
+    Json json = Json::array();
+    for (std::size_t i = 0; i < std::min(items.size(), most); ++i) {
+        json.push_back(history::to_json(items[i]));
+    }
+    return json;
+}
+
+const history::HomeRow &choose(const std::vector<history::HomeRow> &homes, const Memory &memory) {
+    for (const history::HomeRow &home : homes) {
+        if (homes.size() == 1 || home.name == memory.home) {
+            return home;
+        }
+    }
+    throw Refusal{404, homes.empty() ? "nothing was recorded yet" : "nothing was recorded of " + memory.home};
+}
+
+// The last day, if nobody says otherwise.
+Span span_of(const Question &question, const history::HomeRow &home) {
+    const Number until =
+        std::clamp<Number>(question.until.value_or(home.last + 1), home.first, home.last + history::kDay);
+    const Number from = std::clamp(question.from.value_or(until - history::kDay), until - kLongest, until);
+    if (from >= until) {
+        throw Refusal{400, "from has to be before until, in seconds since 1970"};
+    }
+    return {from, until};
+}
+
+}  // namespace
+
+// One question's view of the database.
+struct Chronicle::Open {
+    explicit Open(const Memory &memory) : past(memory.file), homes(past.homes()), home(choose(homes, memory)) {}
+    const Past past;
+    const std::vector<history::HomeRow> homes;
+    const history::HomeRow &home;
+};
+
+template <class Answer>
+Json Chronicle::ask(const Question &question, Answer answer) const {
+    if (memory_.file.empty()) {
+        throw Refusal{404, "nothing is remembered here: serve --db FILE says where, and record writes it"};
+    }
+    try {
+        const Open open(memory_);
+        const Span span = span_of(question, open.home);
+        Json json = {{"schema", reader::kSchema},
+                     {"source", open.home.name},
+                     {"from", history::utc(span.from)},
+                     {"until", history::utc(span.until)}};
+        json.update(answer(open.past, open.home, span));
+        return json;
+    } catch (const history::Failure &failure) {
+        const bool is_missing = failure.kind() == history::Failure::Kind::kMissing;
+        throw Refusal{is_missing ? 404 : 503, failure.what()};
+    }
+}
+
+Json Chronicle::span() const {
+    return ask({}, [](const Past &, const history::HomeRow &home, const Span &) { return history::to_json(home); });
+}
+
+Json Chronicle::mesh(const Question &question) const {
+    if (!question.at) {
+        throw Refusal{400, "at is missing: seconds since 1970"};
+    }
+    return ask({}, [&](const Past &past, const history::HomeRow &home, const Span &) {
+        const auto moment = past.at(home.id, *question.at);
+        if (!moment) {
+            throw Refusal{404, "nothing is known of that time"};
+        }
+        return reader::to_json(*moment);
+    });
+}
+
+Json Chronicle::somebody(const Question &question) const {
+    const auto mac = reader::Mac::parse(question.mac);
+    if (!mac) {
+        throw Refusal{400, "mac is missing: of a station, or with kind=device an AL MAC"};
+    }
+    return ask(question, [&](const Past &past, const history::HomeRow &home, const Span &span) {
+        const auto somebody = past.find(home.id, *mac, question.is_station);
+        if (!somebody) {
+            throw Refusal{404, "nobody of that MAC was ever there"};
+        }
+        constexpr std::size_t kMostSessions = 2000;
+        auto sessions = past.sessions(somebody->node, span);
+        const bool has_more = sessions.size() > kMostSessions;
+        if (has_more) {
+            sessions.erase(sessions.begin(), sessions.end() - static_cast<std::ptrdiff_t>(kMostSessions));
+        }
+        Json json = {{"who", history::to_json(*somebody)},
+                     {"sessions", list(sessions, kMostSessions)},
+                     {"curve", history::to_json(past.curve(home.id, somebody->node, span, kPoints))}};
+        if (has_more) {
+            json["left_out"] = true;  // earlier sessions
+        }
+        return json;
+    });
+}
+
+Json Chronicle::counts(const Question &question) const {
+    return ask(question, [](const Past &past, const history::HomeRow &home, const Span &span) {
+        return Json{{"counts", list(past.counts(home.id, span, kPoints), 2 * kPoints)}};
+    });
+}
+
+Json Chronicle::gaps(const Question &question) const {
+    return ask(question, [](const Past &past, const history::HomeRow &home, const Span &span) {
+        return Json{{"gaps", list(past.gaps(home.id, span), kPoints)}};
+    });
+}
+
+Json Chronicle::roamers(const Question &question) const {
+    return ask(question, [](const Past &past, const history::HomeRow &home, const Span &span) {
+        return Json{{"roamers", list(past.roamers(home.id, span), kMost)}};
+    });
+}
+
+Json Chronicle::sticky(const Question &question) const {
+    return ask(question, [](const Past &past, const history::HomeRow &home, const Span &span) {
+        return Json{{"sticky", list(past.sticky(home.id, span, history::kSticks, kMost), kMost)}};
+    });
+}
+
+}  // namespace serve
