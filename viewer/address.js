@@ -2,7 +2,14 @@
 
 /** @typedef {import("./types").Route} Route */
 
-export const VIEWS = /** @type {Route["view"][]} */ (["tree", "neighbours", "stations", "picture", "events"]);
+export const VIEWS = /** @type {Route["view"][]} */ ([
+  "tree",
+  "neighbours",
+  "stations",
+  "picture",
+  "events",
+  "history",
+]);
 
 /** "#/device/02:..?view=stations&band=5+GHz". @param {string} hash @returns {Route} */
 export function routeOf(hash) {

@@ -34,6 +34,12 @@ for file in "$next"/*.js "$next"/*.css; do
     mv -- "$file.next" "$file"
 done
 cp -- "$packages/node_modules/htm/preact/standalone.module.js" "$next/vendor/htm-preact.js"
+# The chart, as the module that the history imports.
+{
+    cat -- "$packages/node_modules/uplot/dist/uPlot.iife.min.js"
+    echo 'export default uPlot;'
+} >"$next/vendor/uplot.js"
+cat -- "$packages/node_modules/uplot/dist/uPlot.min.css" >"$next/vendor/uplot.css"
 find "$next" -type f -exec gzip -9 -n -k {} +
 rm -rf -- "$folder"
 mv -- "$next" "$folder"

@@ -206,6 +206,7 @@ const LATER = {
   stations: () => import("./stations.js"),
   picture: () => import("./picture.js"),
   events: () => import("./events.js"),
+  history: () => import("./history.js"),
 };
 
 /** @param {any} props */

@@ -140,7 +140,7 @@ function StationPart({ mesh, station }) {
 }
 
 /** @param {any} props */
-export function Panel({ mesh, route, places, way, close, dismiss }) {
+export function Panel({ mesh, route, places, way, close, dismiss, state: { isSaved } }) {
   const heading = useRef(/** @type {HTMLElement | null} */ (null));
   const device = route.kind === "device" ? mesh.devices.get(route.mac) : undefined;
   const station = route.kind === "station" ? mesh.stations.get(route.mac) : undefined;
@@ -155,6 +155,7 @@ export function Panel({ mesh, route, places, way, close, dismiss }) {
   return html`<section class="panel" aria-label=${title} onKeyDown=${onKeyDown}>
     <button type="button" class="close" onClick=${close} aria-label=${texts.close}>×</button>
     <h2 tabindex="-1" ref=${heading}><bdi>${title}</bdi></h2>
+    ${!isSaved && html`<p><a href=${`#/history?who=${route.mac}&kind=${route.kind}`}>${texts.historyHere}</a></p>`}
     ${device && html`<${DevicePart} mesh=${mesh} device=${device} />`}
     ${device && way.length > 1 && html`<${Way} mesh=${mesh} way=${way} />`}
     ${station && html`<${StationPart} mesh=${mesh} station=${station} />`}

@@ -8,8 +8,9 @@ const IMPORT = /(\bfrom ?|\bimport ?\(?)"\.\/([a-z0-9./-]+)"/g;
 
 /** @param {string} name @returns {string} */
 const addressOf = (name) => {
-  const toOthers = (/** @type {string} */ _, /** @type {string} */ word, /** @type {string} */ other) =>
-    `${word}"${addressOf(other)}"`;
+  // The chart is no part of it: a saved page has no past.
+  const toOthers = (/** @type {string} */ all, /** @type {string} */ word, /** @type {string} */ other) =>
+    other in files ? `${word}"${addressOf(other)}"` : all;
   addresses[name] ??= URL.createObjectURL(
     new Blob([files[name].replace(IMPORT, toOthers)], { type: "text/javascript" }),
   );

@@ -19,6 +19,7 @@ export const texts = {
     stations: "Stations",
     picture: "Picture",
     events: "Events",
+    history: "History",
   },
   skip: "To the content",
   search: "Name, MAC or address",
@@ -121,6 +122,45 @@ export const texts = {
   shown: (/** @type {number} */ n, /** @type {number} */ all) =>
     n === all ? `${all} connected, by cable included` : `${n} of ${all} connected`,
   sortBy: (/** @type {string} */ column) => `Sort by ${column}`,
+
+  span,
+  time: "Time",
+  wholeMesh: "The whole mesh",
+  historyHere: "Its history",
+  historyGone: "The server does not answer.",
+  historySaved: "A saved page has one moment, and no past.",
+  historyHow: "qo1905 record --db FILE remembers what happens, and qo1905 serve --db FILE shows it here.",
+  nothingThen: "Nothing was measured in this time.",
+  howLong: "How long",
+  earlier: "Earlier",
+  later: "Later",
+  slide: "Slide, or click into the curve, to see the mesh as it was",
+  past: "The past:",
+  toNow: "back to now",
+  stillThere: "until now",
+  stationsThen: "Its stations then",
+  sessions: (/** @type {number} */ n) => counted(n, "session"),
+  sessionColumns: ["Since", "Lasted", "At", "Came by", "First", "Last"],
+  came: /** @type {Record<string, string>} */ ({
+    start: "was there",
+    join: "joining",
+    roam: "roaming",
+    back: "bouncing back",
+    moved: "another interface",
+  }),
+  roamers: "Who roamed most",
+  roamerColumns: ["Station", "Roams", "Back within a minute"],
+  sticky: "Who stuck to a device that hears it badly",
+  stickyColumns: ["Station", "At", "In all", "Mean", "Better"],
+  gaps: "When nothing was recorded",
+  gapColumns: ["Since", "Lasted", "Cause"],
+  lines: { devices: "devices", weak: "weak stations" },
+  curveOf: (/** @type {string} */ title, /** @type {number[]} */ signals) =>
+    `Signal and rate of ${title}` +
+    (signals.length === 0 ? "" : `, from ${Math.min(...signals)} to ${Math.max(...signals)} dBm`) +
+    "; the sessions below say the same",
+  countsOf: (/** @type {string} */ title, /** @type {any} */ last) =>
+    `Devices and stations of ${title}; ${last ? `at last ${last.devices} devices, ${last.on_5ghz} stations on 5 GHz, ${last.on_2_4ghz} on 2.4 GHz, ${last.wired} wired` : ""}`,
 
   eventsEmpty: "Nothing has happened since this server started.",
   eventsGap: "Older ones are not kept.",

@@ -59,7 +59,7 @@ class Card extends Component {
     const badge = 14 + 7 * texts.weak(p.weak).length;
     const top = p.link ? 42 : p.height / 2 - 12;
     return html`<a
-      href=${`#/device/${p.mac}${p.isNeighbours ? "?view=neighbours" : ""}`}
+      href=${p.href}
       id=${`d-${p.mac}`}
       class=${`card ${p.tone} ${p.marks}`}
       aria-label=${p.label}
@@ -171,7 +171,7 @@ function neighbourByKey(mesh, places, mac, key) {
 }
 
 /** @param {any} props */
-export function Tree({ mesh, route, places, way, withNeighbours }) {
+export function Tree({ mesh, route, places, way, withNeighbours, linkTo }) {
   const frame = useRef(null);
   const svg = useRef(/** @type {any} */ (null));
   const room = useWidth(frame);
@@ -269,7 +269,7 @@ export function Tree({ mesh, route, places, way, withNeighbours }) {
               .join(", ")}
             marks=${marks.join(" ")}
             isSelected=${at === mac}
-            isNeighbours=${withNeighbours}
+            href=${linkTo ? linkTo(mac) : `#/device/${mac}${withNeighbours ? "?view=neighbours" : ""}`}
           />`;
         })}
       </svg>

@@ -107,7 +107,7 @@ export interface Known {
 }
 
 export interface Route {
-  view: "tree" | "neighbours" | "stations" | "picture" | "events";
+  view: "tree" | "neighbours" | "stations" | "picture" | "events" | "history";
   kind?: "device" | "station";
   mac?: string;
   query: URLSearchParams;

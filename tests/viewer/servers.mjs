@@ -15,10 +15,9 @@ export const { chromium } = require("playwright-core");
 export const axe = require.resolve("axe-core/axe.min.js");
 
 /** qo1905 serve, until it has told its address. */
-export async function serve(folder, port = 0) {
-  const program = spawn(`${BUILD}/qo1905`, ["serve", folder, "--port", String(port), "--page", `${BUILD}/viewer`], {
-    stdio: ["ignore", "pipe", "ignore"],
-  });
+export async function serve(folder, port = 0, ...more) {
+  const words = ["serve", folder, "--port", String(port), "--page", `${BUILD}/viewer`, ...more];
+  const program = spawn(`${BUILD}/qo1905`, words, { stdio: ["ignore", "pipe", "ignore"] });
   const [line] = await once(program.stdout, "data");
   return {
     url: String(line).trim(),
