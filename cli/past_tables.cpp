@@ -34,9 +34,13 @@ std::string name_of(const history::Somebody &somebody, const Options &options) {
     return options.names ? somebody.name.value_or("") : "";
 }
 
-std::string in_tenths(double value) {
+// Of less than a day nobody knows what a day would bring.
+std::string a_day(Number count, double days) {
+    if (days < 0.99) {
+        return "";
+    }
     char text[32];
-    (void)std::snprintf(text, sizeof(text), "%.1f", value);
+    (void)std::snprintf(text, sizeof(text), "%.1f", static_cast<double>(count) / days);
     return text;
 }
 
@@ -129,9 +133,9 @@ Table roamers_table(const std::vector<history::Roamer> &roamers, double days, co
                      {"roams_per_day", "A DAY", true, true},
                      {"bounces", "BOUNCES", true, true}},
                     roamers, options, [&](const history::Roamer &roamer) {
-                        return std::vector<std::string>{
-                            name_of(roamer.station, options), roamer.station.mac.text(), std::to_string(roamer.roams),
-                            in_tenths(static_cast<double>(roamer.roams) / days), std::to_string(roamer.backs)};
+                        return std::vector<std::string>{name_of(roamer.station, options), roamer.station.mac.text(),
+                                                        std::to_string(roamer.roams), a_day(roamer.roams, days),
+                                                        std::to_string(roamer.backs)};
                     });
 }
 
@@ -152,9 +156,8 @@ Table bouncers_table(const std::vector<Bouncer> &bouncers, double days, const Op
         const history::Spot &from = bouncer.last ? bouncer.last->from : none;
         const history::Spot &to = bouncer.last ? bouncer.last->to : none;
         table.rows.push_back({name_of(roamer.station, options), roamer.station.mac.text(), std::to_string(roamer.backs),
-                              in_tenths(static_cast<double>(roamer.backs) / days),
-                              bouncer.last ? when(bouncer.last->time, options) : "", device_text(to, options),
-                              to.medium, device_text(from, options), from.medium});
+                              a_day(roamer.backs, days), bouncer.last ? when(bouncer.last->time, options) : "",
+                              device_text(to, options), to.medium, device_text(from, options), from.medium});
         if (is_json(options.format)) {
             auto json = history::to_json(roamer);
             if (bouncer.last) {
