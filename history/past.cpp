@@ -267,11 +267,15 @@ std::vector<Roam> Past::roams(Number home, const Span &span, std::size_t most, s
     Statement rows(database_,
                    "SELECT since, era, came FROM session WHERE node = ? AND since >= ? AND since < ? AND came "
                    "IN (2, 3) ORDER BY since DESC LIMIT ?");
-    Statement who(database_, std::string("SELECT") + kSomebody + "FROM node n WHERE n.source = ? AND n.is_station");
+    Statement who(database_,
+                  std::string("SELECT") + kSomebody + "FROM node n WHERE n.source = ? AND n.is_station ORDER BY n.mac");
     struct Found {
         Number time, era;
         std::size_t station;
-        bool operator<(const Found &other) const { return time > other.time; }
+        // What goes first when there are too many: the oldest, of these the last by MAC.
+        bool operator<(const Found &other) const {
+            return time != other.time ? time > other.time : station < other.station;
+        }
     };
     std::priority_queue<Found> newest;
     const std::vector<Somebody> stations = all_of(who.bind(home));

@@ -60,13 +60,26 @@ class Examples(unittest.TestCase):
             wanted += [line for line in lines if line.startswith("qo1905: ")]
             self.assertEqual(without_times(said.stdout), without_times("\n".join(wanted) + "\n"), command)
 
+    def test_every_example_of_the_past_gives_what_stands_below_it(self):
+        scenario = PROJECT / "lab/scenarios/home.json"
+        subprocess.run([QO1905.parent / "tests/make-past", scenario, self.folder / "home.db"], check=True)
+        found = [item for item in examples((PROJECT / "docs/history.md").read_text()) if item[1]]
+        self.assertGreaterEqual(len(found), 12)
+        for command, lines in found:
+            environment = {**self.environment, "QO1905_DB": "home.db", "TZ": "UTC"}
+            said = run(["bash", "-c", f"({command}) 2>words; cat words"], cwd=self.folder, env=environment)
+            self.assertEqual(said.stdout, "\n".join(lines) + "\n", command)
+
     def test_every_verb_has_an_example(self):
         page = (PROJECT / "docs/qo1905.md").read_text()
-        used = " ".join(command for command, _ in examples(page))
+        past = (PROJECT / "docs/history.md").read_text()
+        used = " ".join(command for command, _ in examples(page) + examples(past))
         for verb in verbs():
             if verb != "watch":  # which never ends; the terminal's tests have it
                 self.assertRegex(used, rf"\b{verb}\b")
             self.assertIn(f"`{verb}", page)
+        for verb in verbs(["history"]):
+            self.assertRegex(past, rf"history (--db home.db )?{verb}\b")
 
 
 def help_of(words):
