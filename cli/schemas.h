@@ -10,6 +10,6 @@ struct Schema {
     const char *text;
 };
 
-extern const std::array<Schema, 4> kSchemas;
+extern const std::array<Schema, 5> kSchemas;
 
 }  // namespace cli

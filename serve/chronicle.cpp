@@ -37,6 +37,16 @@ const history::HomeRow &choose(const std::vector<history::HomeRow> &homes, const
     throw Refusal{404, homes.empty() ? "nothing was recorded yet" : "nothing was recorded of " + memory.home};
 }
 
+// With what stands around every answer.
+Json with_heading(const history::HomeRow &home, const Span &span, const Json &answer) {
+    Json json = {{"schema", reader::kSchema},
+                 {"source", home.name},
+                 {"from", history::utc(span.from)},
+                 {"until", history::utc(span.until)}};
+    json.update(answer);
+    return json;
+}
+
 // The last day, if nobody says otherwise.
 Span span_of(const Question &question, const history::HomeRow &home) {
     const Number until =
@@ -66,12 +76,7 @@ Json Chronicle::ask(const Question &question, Answer answer) const {
     try {
         const Open open(memory_);
         const Span span = span_of(question, open.home);
-        Json json = {{"schema", reader::kSchema},
-                     {"source", open.home.name},
-                     {"from", history::utc(span.from)},
-                     {"until", history::utc(span.until)}};
-        json.update(answer(open.past, open.home, span));
-        return json;
+        return answer(open.past, open.home, span);
     } catch (const history::Failure &failure) {
         const bool is_missing = failure.kind() == history::Failure::Kind::kMissing;
         throw Refusal{is_missing ? 404 : 503, failure.what()};
@@ -79,7 +84,9 @@ Json Chronicle::ask(const Question &question, Answer answer) const {
 }
 
 Json Chronicle::span() const {
-    return ask({}, [](const Past &, const history::HomeRow &home, const Span &) { return history::to_json(home); });
+    return ask({}, [](const Past &, const history::HomeRow &home, const Span &span) {
+        return with_heading(home, span, history::to_json(home));
+    });
 }
 
 Json Chronicle::mesh(const Question &question) const {
@@ -117,31 +124,31 @@ Json Chronicle::somebody(const Question &question) const {
         if (has_more) {
             json["left_out"] = true;  // earlier sessions
         }
-        return json;
+        return with_heading(home, span, json);
     });
 }
 
 Json Chronicle::counts(const Question &question) const {
     return ask(question, [](const Past &past, const history::HomeRow &home, const Span &span) {
-        return Json{{"counts", list(past.counts(home.id, span, kPoints), 2 * kPoints)}};
+        return with_heading(home, span, {{"counts", list(past.counts(home.id, span, kPoints), 2 * kPoints)}});
     });
 }
 
 Json Chronicle::gaps(const Question &question) const {
     return ask(question, [](const Past &past, const history::HomeRow &home, const Span &span) {
-        return Json{{"gaps", list(past.gaps(home.id, span), kPoints)}};
+        return with_heading(home, span, {{"gaps", list(past.gaps(home.id, span), kPoints)}});
     });
 }
 
 Json Chronicle::roamers(const Question &question) const {
     return ask(question, [](const Past &past, const history::HomeRow &home, const Span &span) {
-        return Json{{"roamers", list(past.roamers(home.id, span), kMost)}};
+        return with_heading(home, span, {{"roamers", list(past.roamers(home.id, span), kMost)}});
     });
 }
 
 Json Chronicle::sticky(const Question &question) const {
     return ask(question, [](const Past &past, const history::HomeRow &home, const Span &span) {
-        return Json{{"sticky", list(past.sticky(home.id, span, history::kSticks, kMost), kMost)}};
+        return with_heading(home, span, {{"sticky", list(past.sticky(home.id, span, history::kSticks, kMost), kMost)}});
     });
 }
 

@@ -10,13 +10,14 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import urllib.request
 from pathlib import Path
 
 import jsonschema
 
 PROJECT, QO1905 = Path(sys.argv.pop(1)), Path(sys.argv.pop(1)).resolve()
 HOME = PROJECT / "docs/examples/home"
-NAMES = ("model", "change-log", "snapshot", "event")
+NAMES = ("model", "change-log", "snapshot", "event", "history")
 
 
 def run(command, **options):
@@ -142,6 +143,45 @@ class Formats(unittest.TestCase):
             self.assertEqual([error.message for error in event.iter_errors(value)], [])
             for path, broken in broken_copies(value):
                 self.assertFalse(event.is_valid(broken), path)
+
+    def test_the_past(self):
+        history = validator("history")
+        folder = Path(tempfile.mkdtemp(prefix="qo1905-past."))
+        self.addCleanup(shutil.rmtree, folder)
+        subprocess.run([QO1905.parent / "tests/make-past", PROJECT / "lab/scenarios/home.json", folder / "home.db"], check=True)
+        for words in (
+            ["sources"],
+            ["station", "phone-anna"],
+            ["link", "attic"],
+            ["link", "attic", "--at", "2026-11-22T03:00Z"],
+            ["roams"],
+            ["roams", "--top"],
+            ["pingpong"],
+            ["sticky"],
+            ["gaps"],
+            ["events"],
+        ):
+            value = json.loads(ask("-o", "json", "history", "--db", str(folder / "home.db"), *words, source="home"))
+            self.assertEqual([error.message for error in history.iter_errors(value)], [], words)
+            copies = list(broken_copies(value))
+            for path, broken in random.Random(1).sample(copies, min(len(copies), 60)):
+                self.assertFalse(history.is_valid(broken), f"{words}: {path}")
+
+    def test_the_past_over_http(self):
+        history, snapshot = validator("history"), validator("snapshot")
+        folder = Path(tempfile.mkdtemp(prefix="qo1905-past."))
+        self.addCleanup(shutil.rmtree, folder)
+        database = folder / "home.db"
+        subprocess.run([QO1905.parent / "tests/make-past", PROJECT / "lab/scenarios/home.json", database], check=True)
+        words = [QO1905, "serve", HOME, "--db", database, "--home", "home", "--port", "0"]
+        server = subprocess.Popen(words, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.addCleanup(lambda: (server.terminate(), server.wait(), server.stdout.close()))
+        url = server.stdout.readline().strip() + "api/v1/history"
+        for path in ("", "/who?mac=02:57:00:00:00:24", "/who?mac=02:0b:00:00:00:01&kind=device", "/counts", "/gaps", "/roamers", "/sticky"):
+            value = json.loads(urllib.request.urlopen(url + path).read())
+            self.assertEqual([error.message for error in history.iter_errors(value)], [], path)
+        value = json.loads(urllib.request.urlopen(url + "/mesh?at=1795316400").read())
+        self.assertEqual([error.message for error in snapshot.iter_errors(value)], [])
 
     def test_members_are_refused_that_have_gone(self):
         for name, value, keys in (
