@@ -17,8 +17,6 @@ namespace {
 constexpr std::size_t kPoints = 600;  // of a curve: as many as a page shows side by side
 constexpr std::size_t kMost = 50;     // of a list
 
-constexpr Number kLongest = 20 * 365 * history::kDay;
-
 template <class Item>
 Json list(const std::vector<Item> &items, std::size_t most) {
     Json json = Json::array();
@@ -47,15 +45,14 @@ Json with_heading(const history::HomeRow &home, const Span &span, const Json &an
     return json;
 }
 
-// The last day, if nobody says otherwise.
+// The last day, if nobody says otherwise; never more than was recorded.
 Span span_of(const Question &question, const history::HomeRow &home) {
-    const Number until =
-        std::clamp<Number>(question.until.value_or(home.last + 1), home.first, home.last + history::kDay);
-    const Number from = std::clamp(question.from.value_or(until - history::kDay), until - kLongest, until);
+    const Number until = question.until.value_or(home.last + 1);
+    const Number from = question.from.value_or(until - history::kDay);
     if (from >= until) {
         throw Refusal{400, "from has to be before until, in seconds since 1970"};
     }
-    return {from, until};
+    return {std::max(from, home.first - history::kDay), std::min(until, home.last + history::kDay)};
 }
 
 }  // namespace
