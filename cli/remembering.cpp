@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <memory>
 
 #include "cli/mesh.h"
@@ -193,8 +194,9 @@ std::string summary(const std::vector<history::Session> &sessions, bool is_stati
         bounces += is_in && session.came == history::Came::kBack ? 1 : 0;
     }
     const std::string count = counted(sessions.size(), "session");
-    return !is_station ? count : count + ", " + counted(roams, "roam") +
-           (bounces == 0 ? "" : ", " + std::to_string(bounces) + " of them back within a minute");
+    return !is_station ? count
+                       : count + ", " + counted(roams, "roam") +
+                             (bounces == 0 ? "" : ", " + std::to_string(bounces) + " of them back within a minute");
 }
 
 void tell_somebody(const Book &book, const history::Somebody &somebody, const Options &options, Answer &answer,
@@ -206,7 +208,8 @@ void tell_somebody(const Book &book, const history::Somebody &somebody, const Op
     }
     if (is_for_people(options.format) && options.columns.empty()) {
         const auto curve = book.past().curve(book.home(), somebody.node, book.span(), kPoints);
-        answer.text += visible(who_text(somebody, options) + ": " + summary(sessions, somebody.is_station, book.span())) + "\n\n";
+        answer.text +=
+            visible(who_text(somebody, options) + ": " + summary(sessions, somebody.is_station, book.span())) + "\n\n";
         const std::string drawn = curve_text(curve, sessions, book.span(), options);
         answer.text += drawn + (drawn.empty() ? "" : "\n");
     }
@@ -411,9 +414,10 @@ void add_pingpong(CLI::App &parent, Question &question, const std::shared_ptr<As
                              [](const history::Roamer &a, const history::Roamer &b) { return a.backs > b.backs; });
             keep_first(roamers, *limit);
             std::vector<Bouncer> bouncers;
-            for (const history::Roamer &roamer : roamers) {
-                bouncers.push_back({roamer, book.past().last_bounce(roamer.station, book.span())});
-            }
+            std::transform(roamers.begin(), roamers.end(), std::back_inserter(bouncers),
+                           [&](const history::Roamer &roamer) {
+                               return Bouncer{roamer, book.past().last_bounce(roamer.station, book.span())};
+                           });
             put_table(bouncers_table(bouncers, book.days(), options), book, "bouncers", "nobody bounced", options,
                       answer);
         });

@@ -229,44 +229,44 @@ void Home::load_sessions() {
     }
 }
 
-// Samples that are in no chunk yet: those of the running hour go on, those of the one before are to be packed. Ordered
-// by time, so that the last signal is the newest.
+// Samples that are in no chunk yet, hour by hour: the last signal is the newest.
 void Home::load_tail() {
     Statement rows(store_.database(), "SELECT era, data FROM tail WHERE source = ? ORDER BY id");
-    Statement packed(store_.database(), "SELECT 1 FROM chunk WHERE hour = ? AND node = ? AND era = ?");
     Statement who(store_.database(), "SELECT is_station, mac FROM node WHERE id = ?");
-    std::map<std::tuple<Number, Number, Number>, std::vector<LinkedSample>> hours;
+    std::map<TailHour, std::vector<LinkedSample>> hours;
     rows.bind(source_);
     while (rows.step()) {
         for (const TailSample &tail : unpack_tail(rows.text(1))) {
-            hours[{rows.number(0), start_of(kHour, tail.linked.sample.time), tail.node}].push_back(tail.linked);
+            const Number hour = start_of(kHour, tail.linked.sample.time);
+            hours[{rows.number(0), hour, tail.node}].push_back(tail.linked);
         }
     }
-    for (auto &[key, samples] : hours) {
-        const auto &[era, hour, node] = key;
-        const bool is_packed = packed.bind(hour).bind(node).bind(era).step();
-        packed.reset();
-        const auto mac = who.bind(node).step() ? Mac::parse(who.text(1)) : std::nullopt;
+    for (auto &[hour, samples] : hours) {
+        const auto mac = who.bind(hour.node).step() ? Mac::parse(who.text(1)) : std::nullopt;
         const bool is_station = mac && who.number(0) != 0;
         who.reset();
-        if (!mac) {
-            continue;
-        }
-        Live &live = find(is_station, *mac);
-        if (live.session && era == era_) {
-            const auto signal = last_signal(samples, live.session->key.since);
-            live.signal = signal ? signal : live.signal;
-        }
-        if (is_packed) {
-            continue;
-        }
-        if (era == era_ && hour == start_of(kHour, last_)) {
-            live.hour = std::move(samples);
-        } else {
-            due_.push_back({node, era, std::move(samples)});
+        if (mac) {
+            load_hour(find(is_station, *mac), hour, std::move(samples));
         }
     }
     at_once_ = std::max(kLeastAtOnce, due_.size() / kMoments);
+}
+
+// The running hour goes on; one before is to be packed, if it was not.
+void Home::load_hour(Live &live, const TailHour &hour, std::vector<LinkedSample> samples) {
+    if (live.session && hour.era == era_) {
+        const auto signal = last_signal(samples, live.session->key.since);
+        live.signal = signal ? signal : live.signal;
+    }
+    Statement packed(store_.database(), "SELECT 1 FROM chunk WHERE hour = ? AND node = ? AND era = ?");
+    if (packed.bind(hour.hour).bind(hour.node).bind(hour.era).step()) {
+        return;
+    }
+    if (hour.era == era_ && hour.hour == start_of(kHour, last_)) {
+        live.hour = std::move(samples);
+    } else {
+        due_.push_back({hour.node, hour.era, std::move(samples)});
+    }
 }
 
 // --- a moment ---
@@ -437,7 +437,7 @@ void Home::describe(Live &live, const Description &description) {
     live.is_described = true;
 }
 
-void Home::connect(Live &live, bool is_station, Place place, Came came, const std::optional<int> &signal) {
+void Home::connect(Live &live, bool is_station, const Place &place, Came came, const std::optional<int> &signal) {
     if (!live.session) {
         open(live, place, came, std::nullopt, signal);
         return;

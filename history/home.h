@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <unordered_map>
 #include <vector>
 
@@ -55,6 +56,13 @@ private:
     void load();
     void load_sessions();
     void load_tail();
+    struct TailHour {
+        Number era, hour, node;
+        bool operator<(const TailHour &other) const {
+            return std::tie(era, hour, node) < std::tie(other.era, other.hour, other.node);
+        }
+    };
+    void load_hour(Live &live, const TailHour &hour, std::vector<LinkedSample> samples);
 
     void note_time(Number time, double uptime);
     void note_missing(const reader::Snapshot &snapshot);
@@ -67,7 +75,7 @@ private:
 
     Live &find(bool is_station, reader::Mac mac);
     void describe(Live &live, const Description &description);
-    void connect(Live &live, bool is_station, Place place, Came came, const std::optional<int> &signal);
+    void connect(Live &live, bool is_station, const Place &place, Came came, const std::optional<int> &signal);
     void open(Live &live, const Place &place, Came came, const std::optional<Place> &from,
               const std::optional<int> &signal);
     void end(Live &live, Number until, Went went);

@@ -203,6 +203,43 @@ std::vector<RollUp> roll_ups_in(const Database &database, Number home, Number no
     return parts;
 }
 
+// --- roams ---
+
+struct RoamKey {
+    Number time, era;
+    std::size_t station;  // place in a list
+
+    // What goes first when there are too many: the oldest, of these the last in the list.
+    bool operator<(const RoamKey &other) const {
+        return time != other.time ? time > other.time : station < other.station;
+    }
+};
+
+// Of each station the newest few, and of these the newest few; the newest first.
+std::vector<RoamKey> newest_roams(const Database &database, const std::vector<Somebody> &stations, const Span &span,
+                                  std::size_t most) {
+    Statement rows(
+        database,
+        "SELECT since, era FROM session WHERE node = ? AND since >= ? AND since < ? AND came IN (2, 3) ORDER "
+        "BY since DESC LIMIT ?");
+    std::priority_queue<RoamKey> newest;
+    for (std::size_t i = 0; i < stations.size(); ++i) {
+        rows.bind(stations[i].node).bind(span.from).bind(span.until).bind(static_cast<Number>(most));
+        while (rows.step()) {
+            newest.push({rows.number(0), rows.number(1), i});
+            if (newest.size() > most) {
+                newest.pop();
+            }
+        }
+    }
+    std::vector<RoamKey> keys(newest.size());
+    for (auto key = keys.rbegin(); key != keys.rend(); ++key) {
+        *key = newest.top();
+        newest.pop();
+    }
+    return keys;
+}
+
 }  // namespace
 
 Past::Past(const std::string &path) : database_(open_for_reading(path)) {}
@@ -263,53 +300,30 @@ std::vector<Session> Past::sessions(Number node, const Span &span) const {
 
 std::vector<Roam> Past::roams(Number home, const Span &span, std::size_t most, std::optional<Number> station) const {
     const Reading reading(database_);
-    // Of each station the newest few, and of these the newest few.
-    Statement rows(database_,
-                   "SELECT since, era, came FROM session WHERE node = ? AND since >= ? AND since < ? AND came "
-                   "IN (2, 3) ORDER BY since DESC LIMIT ?");
     Statement who(database_,
                   std::string("SELECT") + kSomebody + "FROM node n WHERE n.source = ? AND n.is_station ORDER BY n.mac");
-    struct Found {
-        Number time, era;
-        std::size_t station;
-        // What goes first when there are too many: the oldest, of these the last by MAC.
-        bool operator<(const Found &other) const {
-            return time != other.time ? time > other.time : station < other.station;
-        }
-    };
-    std::priority_queue<Found> newest;
-    const std::vector<Somebody> stations = all_of(who.bind(home));
-    for (std::size_t i = 0; i < stations.size(); ++i) {
-        if (station && stations[i].node != *station) {
-            continue;
-        }
-        rows.bind(stations[i].node).bind(span.from).bind(span.until).bind(static_cast<Number>(most));
-        while (rows.step()) {
-            newest.push({rows.number(0), rows.number(1), i});
-            if (newest.size() > most) {
-                newest.pop();
-            }
-        }
+    std::vector<Somebody> stations = all_of(who.bind(home));
+    if (station) {
+        const auto is_other = [=](const Somebody &somebody) { return somebody.node != *station; };
+        stations.erase(std::remove_if(stations.begin(), stations.end(), is_other), stations.end());
     }
-    Statement session(database_, sessions_where("s.node = ? AND s.since = ? AND s.era = ?"));
+    Statement after(database_, sessions_where("s.node = ? AND s.since = ? AND s.era = ?"));
     Statement before(database_,
                      sessions_where("s.node = ? AND s.since < ? AND s.era = ? ORDER BY s.since DESC LIMIT 1"));
     std::vector<Roam> roams;
-    for (; !newest.empty(); newest.pop()) {
-        const Found &found = newest.top();
-        const Number node = stations[found.station].node;
-        session.bind(node).bind(found.time).bind(found.era);
-        before.bind(node).bind(found.time).bind(found.era);
-        if (session.step() && before.step()) {
-            const Session to = session_of(session, spot_of(session, kSpotInSession));
+    for (const RoamKey &key : newest_roams(database_, stations, span, most)) {
+        const Somebody &who_roamed = stations[key.station];
+        after.bind(who_roamed.node).bind(key.time).bind(key.era);
+        before.bind(who_roamed.node).bind(key.time).bind(key.era);
+        if (after.step() && before.step()) {
+            const Session to = session_of(after, spot_of(after, kSpotInSession));
             const Session from = session_of(before, spot_of(before, kSpotInSession));
-            roams.push_back({found.time, stations[found.station], from.spot, to.spot, from.last_signal, to.first_signal,
-                             to.came == Came::kBack});
+            roams.push_back(
+                {key.time, who_roamed, from.spot, to.spot, from.last_signal, to.first_signal, to.came == Came::kBack});
         }
-        session.reset();
+        after.reset();
         before.reset();
     }
-    std::reverse(roams.begin(), roams.end());
     return roams;
 }
 

@@ -26,12 +26,12 @@ public:
     Recorder(const Recorder &) = delete;
     Recorder &operator=(const Recorder &) = delete;
 
-    // One moment of a home. `uptime`: seconds of a clock that nobody sets. After a Failure what was not committed is
+    // One moment of a source. `uptime`: seconds of a clock that nobody sets. After a Failure what was not committed is
     // lost and everything else is well: the next moment goes on from there, with a gap if that is long ago.
-    void take(const std::string &home, const reader::Snapshot &snapshot, double uptime);
+    void take(const std::string &source, const reader::Snapshot &snapshot, double uptime);
 
-    // Why a home has no moment just now.
-    void miss(const std::string &home, const std::string &cause) { causes_[home] = cause; }
+    // Why a source has no moment just now.
+    void miss(const std::string &source, const std::string &cause) { causes_[source] = cause; }
 
     // Commits when the last commit is long enough ago, or the first moment has come. Throws Failure, as above.
     void commit_if_due(double uptime);

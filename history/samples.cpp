@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 namespace history {
 namespace {
@@ -315,9 +316,8 @@ std::vector<LinkedSample> unpack_samples(const std::string &bytes) {
 std::string pack(const std::vector<RollUp> &parts) {
     RollUpColumns columns;
     std::vector<Columns> rows;
-    for (const RollUp &part : parts) {
-        rows.push_back(columns.next(part));
-    }
+    std::transform(parts.begin(), parts.end(), std::back_inserter(rows),
+                   [&](const RollUp &part) { return columns.next(part); });
     Writer writer;
     writer.put(rows.size());
     for (std::size_t column = 0; column < kColumns; ++column) {
@@ -339,8 +339,9 @@ std::vector<RollUp> unpack_roll_ups(const std::string &bytes) {
     }
     RollUpColumns columns;
     std::vector<RollUp> parts;
-    for (std::size_t i = 0; i < rows.size() && reader.is_good(); ++i) {
-        parts.push_back(columns.back(rows[i]));
+    if (reader.is_good()) {
+        std::transform(rows.begin(), rows.end(), std::back_inserter(parts),
+                       [&](const Columns &row) { return columns.back(row); });
     }
     return parts;
 }

@@ -61,8 +61,8 @@ Store::Store(Database &database)
 SourceRow Store::source(const std::string &name, const std::string &anonymous, Number first) {
     find_source_.bind(name);
     if (find_source_.step()) {
-        const SourceRow row{find_source_.number(0), find_source_.text(1),   find_source_.number(2),
-                            find_source_.number(3), find_source_.number(4), false};
+        SourceRow row{find_source_.number(0), find_source_.text(1),   find_source_.number(2),
+                      find_source_.number(3), find_source_.number(4), false};
         find_source_.reset();
         return row;
     }
@@ -107,8 +107,8 @@ std::optional<Description> Store::description_of(Number node) {
     if (!find_description_.step()) {
         return std::nullopt;
     }
-    const Description description{find_description_.optional_text(0), find_description_.optional_text(1),
-                                  find_description_.text(2)};
+    Description description{find_description_.optional_text(0), find_description_.optional_text(1),
+                            find_description_.text(2)};
     find_description_.reset();
     return description;
 }

@@ -11,6 +11,7 @@ using cli::read_time;
 
 // Tuesday, 2026-11-24 14:30:00 UTC; 15:30 in Vienna.
 constexpr std::int64_t kNow = 1795530600;
+constexpr std::int64_t kMinute = 60, kHour = 3600, kDay = 86400;
 
 class Times : public testing::Test {
 protected:
@@ -33,38 +34,38 @@ TEST_F(Times, AgoIsBeforeNow) {
     EXPECT_EQ(in_utc("-2h"), kNow - 7200);
     EXPECT_EQ(in_utc("-30m"), kNow - 1800);
     EXPECT_EQ(in_utc("-45s"), kNow - 45);
-    EXPECT_EQ(here("-3d"), kNow - 3 * 86400);
-    EXPECT_EQ(here("-1w"), kNow - 7 * 86400);
+    EXPECT_EQ(here("-3d"), kNow - 3 * kDay);
+    EXPECT_EQ(here("-1w"), kNow - 7 * kDay);
 }
 
 TEST_F(Times, AClockAloneIsTheLastOneThatHasBeen) {
-    EXPECT_EQ(in_utc("03:00"), kNow - (11 * 60 + 30) * 60);
+    EXPECT_EQ(in_utc("03:00"), kNow - (11 * kHour + 30 * kMinute));
     EXPECT_EQ(in_utc("14:30"), kNow);
-    EXPECT_EQ(in_utc("14:30:01"), kNow - 86400 + 1);
-    EXPECT_EQ(here("15:00"), kNow - 30 * 60);
-    EXPECT_EQ(here("16:00"), kNow + 30 * 60 - 86400);
+    EXPECT_EQ(in_utc("14:30:01"), kNow - kDay + 1);
+    EXPECT_EQ(here("15:00"), kNow - 30 * kMinute);
+    EXPECT_EQ(here("16:00"), kNow + 30 * kMinute - kDay);
 }
 
 TEST_F(Times, DaysHaveNamesAndBeginAtMidnight) {
-    const std::int64_t midnight = kNow - (14 * 60 + 30) * 60;
+    const std::int64_t midnight = kNow - (14 * kHour + 30 * kMinute);
     EXPECT_EQ(in_utc("today"), midnight);
-    EXPECT_EQ(in_utc("today 23:00"), midnight + 23 * 3600);
-    EXPECT_EQ(in_utc("yesterday"), midnight - 86400);
-    EXPECT_EQ(in_utc("Yesterday 03:00"), midnight - 86400 + 3 * 3600);
-    EXPECT_EQ(here("yesterday 03:00"), midnight - 86400 + 2 * 3600);
-    EXPECT_EQ(in_utc("monday 14:00"), midnight - 86400 + 14 * 3600);
-    EXPECT_EQ(in_utc("tuesday 14:00"), midnight + 14 * 3600);
-    EXPECT_EQ(in_utc("tuesday 15:00"), midnight + 15 * 3600 - 7 * 86400) << "today's is still to come";
-    EXPECT_EQ(in_utc("wednesday"), midnight - 6 * 86400);
+    EXPECT_EQ(in_utc("today 23:00"), midnight + 23 * kHour);
+    EXPECT_EQ(in_utc("yesterday"), midnight - kDay);
+    EXPECT_EQ(in_utc("Yesterday 03:00"), midnight - kDay + 3 * kHour);
+    EXPECT_EQ(here("yesterday 03:00"), midnight - kDay + 2 * kHour);
+    EXPECT_EQ(in_utc("monday 14:00"), midnight - kDay + 14 * kHour);
+    EXPECT_EQ(in_utc("tuesday 14:00"), midnight + 14 * kHour);
+    EXPECT_EQ(in_utc("tuesday 15:00"), midnight + 15 * kHour - 7 * kDay) << "today's is still to come";
+    EXPECT_EQ(in_utc("wednesday"), midnight - 6 * kDay);
 }
 
 TEST_F(Times, DatesAreOfThePlaceUnlessTheySayOtherwise) {
     EXPECT_EQ(in_utc("2026-11-21 03:00"), 1795230000);
-    EXPECT_EQ(here("2026-11-21 03:00"), 1795230000 - 3600);
-    EXPECT_EQ(here("2026-11-21"), 1795219200 - 3600);
+    EXPECT_EQ(here("2026-11-21 03:00"), 1795230000 - kHour);
+    EXPECT_EQ(here("2026-11-21"), 1795219200 - kHour);
     EXPECT_EQ(here("2026-07-21 03:00"), 1784602800 - 7200) << "summer time";
     EXPECT_EQ(here("2026-11-21T03:00:05Z"), 1795230005);
-    EXPECT_EQ(here("2026-11-21T03:00:05+01:00"), 1795230005 - 3600);
+    EXPECT_EQ(here("2026-11-21T03:00:05+01:00"), 1795230005 - kHour);
     EXPECT_EQ(here("2026-11-21T03:00-0530"), 1795230000 + 19800);
     EXPECT_EQ(in_utc("2024-02-29"), 1709164800);
 }
@@ -135,8 +136,8 @@ TEST_F(Times, DurationsAreToldInTheirTwoLargestUnits) {
     EXPECT_EQ(cli::duration_text(40), "40 s");
     EXPECT_EQ(cli::duration_text(300), "5 min");
     EXPECT_EQ(cli::duration_text(4800), "1 h 20 min");
-    EXPECT_EQ(cli::duration_text(86400), "1 d");
-    EXPECT_EQ(cli::duration_text(86400 * 2 + 3600 * 3 + 60 * 59), "2 d 3 h");
+    EXPECT_EQ(cli::duration_text(kDay), "1 d");
+    EXPECT_EQ(cli::duration_text(2 * kDay + 3 * kHour + 59 * kMinute), "2 d 3 h");
     EXPECT_EQ(cli::duration_text(86460), "1 d") << "the second unit is 0";
 }
 

@@ -25,7 +25,8 @@ using lab::World;
 
 constexpr Number kStart = 1760000400;
 constexpr Number kCycle = 20;
-constexpr Number kCycles = 4 * 24 * 180;
+constexpr Number kAnHour = 180;  // cycles
+constexpr Number kCycles = kAnHour * 24 * 4;
 constexpr int kKills = 200;
 
 lab::Scenario scenario() {

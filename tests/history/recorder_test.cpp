@@ -349,7 +349,7 @@ TEST_F(RecorderTest, AFileThatMayNotGrowSaysSoAndGoesOnWhenItMay) {
     EXPECT_THROW(
         {
             for (int i = 1; i < 1000; ++i) {
-                take(moment(time + i * 20));
+                take(moment(time + Number{i} * 20));
                 recorder_->commit();
             }
         },
@@ -442,7 +442,7 @@ TEST_F(RecorderTest, TablesOfAnEarlierVersionAreBroughtUpToDate) {
     const Number home = past.homes().at(0).id;
     EXPECT_EQ(past.sessions(past.find(home, kPhone, true)->node, kEver).size(), 3U);
     // Of whole days, which only the new table has.
-    const auto roamers = past.roamers(home, {kStart - 86400 * 2, kStart + 86400 * 2});
+    const auto roamers = past.roamers(home, {kStart - 2 * history::kDay, kStart + 2 * history::kDay});
     ASSERT_EQ(roamers.size(), 1U);
     EXPECT_EQ(roamers[0].roams, 2);
     EXPECT_EQ(roamers[0].backs, 1);
@@ -527,8 +527,8 @@ TEST_F(RecorderTest, AClockSetFarAheadDropsNothingAtOnce) {
     live(kStart, kStart + 7200);
     double uptime = kStart + 7200;
     for (int i = 0; i < 100; ++i, uptime += 20) {
-        recorder_->take("home", moment(kStart + 100 * history::kDay + i * 20), uptime);
-        recorder_->look_after(kStart + 100 * history::kDay + i * 20, uptime);
+        recorder_->take("home", moment(kStart + 100 * history::kDay + Number{i} * 20), uptime);
+        recorder_->look_after(kStart + 100 * history::kDay + Number{i} * 20, uptime);
     }
     EXPECT_EQ(sessions().size(), 2U);
     history::Database database(file_, history::Database::Use::kRead);

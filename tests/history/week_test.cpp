@@ -30,15 +30,16 @@ using lab::World;
 
 constexpr Number kStart = 1760000400;  // not at the beginning of anything
 constexpr Number kCycle = 20;
-constexpr Number kCycles = 7 * 24 * 180;
+constexpr Number kAnHour = 180;  // cycles
+constexpr Number kCycles = kAnHour * 24 * 7;
 constexpr Number kEnd = kStart + (kCycles - 1) * kCycle;
 constexpr Span kWeek = {kStart, kEnd + 1};
 
 // Two that were made for this: one that sticks, one that bounces.
 constexpr std::size_t kSticky = 0, kBouncing = 1;
 // What happens besides: the gateway is without a model for two hours, an Agent without power for one.
-constexpr Number kGapFrom = 50 * 180, kGapUntil = 52 * 180;
-constexpr Number kDownFrom = 80 * 180, kDownUntil = 81 * 180;
+constexpr Number kGapFrom = 50 * kAnHour, kGapUntil = 52 * kAnHour;
+constexpr Number kDownFrom = 80 * kAnHour, kDownUntil = 81 * kAnHour;
 constexpr std::size_t kDown = 2;
 
 lab::Scenario scenario() {
@@ -195,7 +196,7 @@ TEST_F(ARecordedWeek, TellsTheNewestRoamsFirstAndNoMoreThanWanted) {
 // Spans that begin and end within a day, whole days and longer.
 TEST_F(ARecordedWeek, CountsRoamsAndBouncesOfAnySpan) {
     for (const Span span : {kWeek, Span{kStart + 5000, kStart + 9000}, Span{kStart + 12345, kStart + 400001},
-                            Span{kStart - 100, kStart + 86400 * 3}, Span{kStart + 70000, kStart + 100000}}) {
+                            Span{kStart - 100, kStart + 3 * history::kDay}, Span{kStart + 70000, kStart + 100000}}) {
         std::map<std::string, std::pair<Number, Number>> expected;
         for (std::size_t i = 0; i < week_.log().stations.size(); ++i) {
             for (const Stay &stay : week_.log().stations[i].stays) {

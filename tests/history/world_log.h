@@ -2,6 +2,8 @@
 // it came and went. Knows nothing of how a history is kept.
 #pragma once
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -109,17 +111,15 @@ inline std::string text(const history::Session &session) {
 // The same of all sessions of a station in a span.
 inline std::vector<std::string> texts(const lab::World &world, const StationLog &log) {
     std::vector<std::string> all;
-    for (const Stay &stay : log.stays) {
-        all.push_back(text(world, stay));
-    }
+    std::transform(log.stays.begin(), log.stays.end(), std::back_inserter(all),
+                   [&](const Stay &stay) { return text(world, stay); });
     return all;
 }
 
 inline std::vector<std::string> texts(const std::vector<history::Session> &sessions) {
     std::vector<std::string> all;
-    for (const history::Session &session : sessions) {
-        all.push_back(text(session));
-    }
+    std::transform(sessions.begin(), sessions.end(), std::back_inserter(all),
+                   [](const history::Session &session) { return text(session); });
     return all;
 }
 

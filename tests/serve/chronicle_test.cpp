@@ -16,8 +16,7 @@ protected:
     // A moment of the example, at that time.
     reader::Snapshot moment(history::Number time) const {
         auto source = reader::open_source(mesh_.string());
-        reader::Snapshot moment =
-            reader::make_snapshot(std::get<std::unique_ptr<reader::Source>>(source)->read());
+        reader::Snapshot moment = reader::make_snapshot(std::get<std::unique_ptr<reader::Source>>(source)->read());
         moment.time = reader::time_of(time);
         return moment;
     }
@@ -49,7 +48,8 @@ protected:
 
 TEST_F(ChronicleTest, WithoutADatabaseEveryQuestionSaysSo) {
     start();
-    for (const char *path : {"", "/mesh?at=5", "/who?mac=02:57:00:00:00:24", "/counts", "/gaps", "/roamers", "/sticky"}) {
+    for (const char *path :
+         {"", "/mesh?at=5", "/who?mac=02:57:00:00:00:24", "/counts", "/gaps", "/roamers", "/sticky"}) {
         EXPECT_EQ(status(path), 404) << path;
         EXPECT_THAT(answer(path)["error"], HasSubstr("serve --db FILE")) << path;
     }
@@ -145,6 +145,7 @@ TEST_F(ChronicleTest, AnswersAreWholeWhileItIsRecorded) {
         }
     });
     std::vector<std::thread> askers;
+    askers.reserve(3);
     std::atomic<int> good{0};
     for (int i = 0; i < 3; ++i) {
         askers.emplace_back([&] {
