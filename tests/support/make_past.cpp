@@ -1,4 +1,5 @@
-// A day and a night at home, recorded: for tests and for the examples of the pages. Of the same scenario always the same.
+// A day and a night at home, recorded: for tests and for the examples of the pages. Of the same scenario always the
+// same.
 //
 // usage: make-past SCENARIO FILE
 //
