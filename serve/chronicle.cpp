@@ -87,10 +87,10 @@ Json Chronicle::span() const {
 }
 
 Json Chronicle::mesh(const Question &question) const {
-    if (!question.at) {
-        throw Refusal{400, "at is missing: seconds since 1970"};
-    }
     return ask({}, [&](const Past &past, const history::HomeRow &home, const Span &) {
+        if (!question.at) {
+            throw Refusal{400, "at is missing: seconds since 1970"};
+        }
         const auto moment = past.at(home.id, *question.at);
         if (!moment) {
             throw Refusal{404, "nothing is known of that time"};
@@ -100,11 +100,11 @@ Json Chronicle::mesh(const Question &question) const {
 }
 
 Json Chronicle::somebody(const Question &question) const {
-    const auto mac = reader::Mac::parse(question.mac);
-    if (!mac) {
-        throw Refusal{400, "mac is missing: of a station, or with kind=device an AL MAC"};
-    }
     return ask(question, [&](const Past &past, const history::HomeRow &home, const Span &span) {
+        const auto mac = reader::Mac::parse(question.mac);
+        if (!mac) {
+            throw Refusal{400, "mac is missing: of a station, or with kind=device an AL MAC"};
+        }
         const auto somebody = past.find(home.id, *mac, question.is_station);
         if (!somebody) {
             throw Refusal{404, "nobody of that MAC was ever there"};

@@ -108,7 +108,7 @@ TEST_F(CommandTest, WrongWordsAreNamed) {
     EXPECT_EQ(ask("-s mesh check -o json").status, 3);
     EXPECT_THAT(errors_, HasSubstr("check: has one output, which -o and --columns do not change\n"));
     ask("schema none");
-    EXPECT_EQ(errors_, "qo1905: there is no schema none; there are: model, change-log, snapshot, event\n");
+    EXPECT_EQ(errors_, "qo1905: there is no schema none; there are: model, change-log, snapshot, event, history\n");
     ask("-s mesh -o xml devices");
     EXPECT_THAT(errors_, HasSubstr("xml not in {"));
     ask("-s mesh -o value path phone");
