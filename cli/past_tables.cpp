@@ -34,6 +34,12 @@ std::string name_of(const history::Somebody &somebody, const Options &options) {
     return options.names ? somebody.name.value_or("") : "";
 }
 
+// The MAC of who has no name.
+std::string short_name(const history::Somebody &somebody, const Options &options) {
+    const std::string name = name_of(somebody, options);
+    return name.empty() ? somebody.mac.text() : name;
+}
+
 // Of less than a day nobody knows what a day would bring.
 std::string a_day(Number count, double days) {
     if (days < 0.99) {
@@ -76,16 +82,16 @@ Table sessions_table(const std::vector<history::Session> &sessions, const histor
                      const Options &options) {
     const std::string at = whose.is_station ? "AT" : "LINKED TO";
     return table_of({{"since", "SINCE"},
-                     {"until", "UNTIL", true, false, false, 5},
-                     {"lasted", "LASTED", true, true, false, 3},
+                     {"until", "UNTIL"},
+                     {"lasted", "LASTED", true, true, false, 6},
                      {"device", at},
-                     {"medium", "OVER"},
-                     {"came", "CAME BY"},
-                     {"went", "WENT BY"},
+                     {"medium", "OVER", true, false, false, 3},
+                     {"came", "CAME BY", true, false, false, 4},
+                     {"went", "WENT BY", true, false, false, 5},
                      {"first_signal", "FIRST dBm", true, true, true, 2},
                      {"last_signal", "LAST dBm", true, true, true, 2},
-                     {"al_mac", "AL MAC", false},
-                     {"interface", "INTERFACE", false}},
+                     {"al_mac", "AL MAC", false, false, false, 8},
+                     {"interface", "INTERFACE", false, false, false, 7}},
                     sessions, options, [&](const history::Session &session) {
                         return std::vector<std::string>{when(session.since, options),
                                                         when(session.until, options),
@@ -178,26 +184,27 @@ Table sticky_table(const std::vector<history::Sticky> &sticky, const Options &op
                      {"times", "TIMES", true, true},
                      {"longest", "LONGEST", true, true, false, 5},
                      {"last_since", "LAST SINCE", true, false, false, 4},
-                     {"other", "BETTER"},
-                     {"other_signal", "ITS STATIONS dBm", true, true, false, 2},
-                     {"own_at_other", "HEARD THERE dBm", true, true, true, 3}},
+                     {"best", "HEARD BEST AT"},
+                     {"best_signal", "THERE dBm", true, true, true},
+                     {"other", "HEARS WELL", false, false, false, 8},
+                     {"other_signal", "ITS STATIONS dBm", false, true, false, 7}},
                     sticky, options, [&](const history::Sticky &item) {
                         const bool is_text = is_for_people(options.format);
                         const auto lasted_for = [&](Number seconds) {
                             return is_text ? duration_text(seconds) : std::to_string(seconds);
                         };
-                        return std::vector<std::string>{
-                            name_of(item.station, options),
-                            item.station.mac.text(),
-                            device_text(item.at, options),
-                            std::to_string(std::lround(item.signal)),
-                            lasted_for(item.seconds),
-                            std::to_string(item.times),
-                            lasted_for(item.longest),
-                            when(item.last_since, options),
-                            name_of(item.other, options).empty() ? item.other.mac.text() : name_of(item.other, options),
-                            std::to_string(item.other_signal),
-                            number(item.own_at_other)};
+                        return std::vector<std::string>{name_of(item.station, options),
+                                                        item.station.mac.text(),
+                                                        device_text(item.at, options),
+                                                        std::to_string(std::lround(item.signal)),
+                                                        lasted_for(item.seconds),
+                                                        std::to_string(item.times),
+                                                        lasted_for(item.longest),
+                                                        when(item.last_since, options),
+                                                        item.best ? short_name(*item.best, options) : "",
+                                                        number(item.best_signal),
+                                                        short_name(item.other, options),
+                                                        std::to_string(item.other_signal)};
                     });
 }
 
@@ -279,11 +286,11 @@ public:
             return "";
         }
         const int low = static_cast<int>(all_.min) - 2;
-        const int high = std::max(low + kRows, static_cast<int>(all_.max));
+        const int step = std::max(1, (static_cast<int>(all_.max) - low + kRows - 1) / kRows);
         std::string text;
         for (int row = kRows - 1; row >= 0; --row) {
-            const int base = low + (high - low) * row / kRows;
-            const int top = low + (high - low) * (row + 1) / kRows;
+            const int base = low + step * row;
+            const int top = base + step;
             text += pad(std::to_string(top) + " dBm ", kMargin, true) + line(base, top) + '\n';
         }
         return text + devices() + times();

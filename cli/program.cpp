@@ -121,6 +121,10 @@ int Program::parse(int argc, const char *const *argv) {
         app_.parse(argc, argv);
     } catch (const CLI::RequiredError &error) {
         const std::vector<std::string> extras = app_.remaining();
+        if (std::string(error.what()).find("subcommand") == std::string::npos) {
+            say(std::string(error.what()) + "; --help tells more");
+            return status_of_wrong_words();
+        }
         say(extras.empty() ? std::string("a verb is missing; --help lists them")
                            : "there is no verb " + extras[0] + " here; --help lists them");
         return status_of_wrong_words();

@@ -3,7 +3,8 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <iostream>
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -40,8 +41,11 @@ public:
         attempt([&] {
             recorder_.take(source, moment, uptime());
             recorder_.look_after(history::seconds_of(moment.time), uptime());
+            ++moments_;
         });
     }
+
+    std::size_t moments() const { return moments_; }
 
     void miss(const std::string &source, const std::string &cause) {
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -84,13 +88,15 @@ private:
     std::mutex mutex_;
     history::Recorder recorder_;
     std::string said_;
+    std::size_t moments_ = 0;
 };
 
 // One source, followed by a thread of its own.
 class Followed {
 public:
-    Followed(const std::string &name, bool is_one_of_many, Writer &writer, int stop, std::chrono::milliseconds pause)
-        : name_(name), source_(open_changing(name)), writer_(writer), teller_(is_one_of_many ? name + ": " : "") {
+    Followed(const std::string &name, std::unique_ptr<reader::Source> source, bool is_one_of_many, Writer &writer,
+             int stop, std::chrono::milliseconds pause)
+        : name_(name), source_(std::move(source)), writer_(writer), teller_(is_one_of_many ? name + ": " : "") {
         thread_ = std::thread([this, stop, pause] { reader::follow(*source_, pause, stop, [this] { look(); }); });
     }
     ~Followed() { thread_.join(); }
@@ -153,6 +159,9 @@ void record(Recording &wanted, const Options &options, Answer &answer) {
         wanted.sources.empty() ? std::vector<std::string>{options.source} : wanted.sources;
     constexpr double kMebibyte = 1 << 20;
     wanted.options.most_bytes = static_cast<history::Number>(wanted.most_mib * kMebibyte);
+    // A source that is none makes no database.
+    std::vector<std::unique_ptr<reader::Source>> opened;
+    std::transform(sources.begin(), sources.end(), std::back_inserter(opened), open_changing);
     const EndingSignals signals;
     Writer writer(wanted);
     {
@@ -160,9 +169,9 @@ void record(Recording &wanted, const Options &options, Answer &answer) {
         std::vector<std::unique_ptr<Followed>> followed;
         const auto pause = std::chrono::milliseconds(static_cast<long>(wanted.every * 1000));
         try {
-            for (const std::string &source : sources) {
-                followed.push_back(
-                    std::make_unique<Followed>(source, sources.size() > 1, writer, stopper.descriptor(), pause));
+            for (std::size_t i = 0; i < sources.size(); ++i) {
+                followed.push_back(std::make_unique<Followed>(sources[i], std::move(opened[i]), sources.size() > 1,
+                                                              writer, stopper.descriptor(), pause));
             }
             std::string names = sources[0];
             for (std::size_t i = 1; i < sources.size(); ++i) {
@@ -179,6 +188,7 @@ void record(Recording &wanted, const Options &options, Answer &answer) {
     if (!writer.commit()) {
         answer.end_with(kUnreadable);
     }
+    say("recorded " + counted(writer.moments(), "moment"));
     signals.let_go();
 }
 

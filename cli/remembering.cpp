@@ -4,6 +4,7 @@
 #include <cmath>
 #include <iterator>
 #include <memory>
+#include <set>
 
 #include "cli/mesh.h"
 #include "cli/past_tables.h"
@@ -23,8 +24,8 @@ using history::Past;
 using history::Span;
 using Json = nlohmann::ordered_json;
 
-constexpr std::size_t kPoints = 600;  // of a curve
-constexpr Number kWindow = history::kDay;
+constexpr std::size_t kPoints = 600;           // of a curve
+constexpr Number kWindow = history::kDay + 1;  // both its ends
 
 struct Asked {
     std::string file;
@@ -53,9 +54,12 @@ public:
     const history::HomeRow &row() const { return home_; }
     const Span &span() const { return span_; }
 
+    // What of it was recorded.
+    Span recorded() const { return {std::max(span_.from, home_.first), std::min(span_.until, home_.last + 1)}; }
+
     double days() const {
-        return static_cast<double>(std::min(span_.until, home_.last + 1) - std::max(span_.from, home_.first)) /
-               static_cast<double>(history::kDay);
+        const Span known = recorded();
+        return static_cast<double>(known.until - known.from) / static_cast<double>(history::kDay);
     }
 
     // What JSON says around an answer.
@@ -75,9 +79,13 @@ public:
     // Everybody who is called so; says who is called nearly so where nobody is.
     std::vector<history::Somebody> find(const std::string &text, bool stations, Answer &answer) const {
         std::vector<history::Somebody> found = past_.find(home_.id, text);
+        const bool is_somebody = !found.empty();
         const auto is_other = [=](const history::Somebody &somebody) { return somebody.is_station != stations; };
         found.erase(std::remove_if(found.begin(), found.end(), is_other), found.end());
-        if (found.empty()) {
+        if (found.empty() && is_somebody) {
+            answer.say(text + (stations ? " is a device: history link " : " is a station: history station ") + text);
+            answer.end_with(kNothingMatched);
+        } else if (found.empty()) {
             answer.say(std::string("no ") + (stations ? "station" : "device") + " was ever called " + text +
                        near(text));
             answer.end_with(kNothingMatched);
@@ -105,8 +113,9 @@ private:
         const Number until = asked.until.empty() ? home_.last + 1 : read_moment(asked.until, options);
         const Span span{asked.since.empty() ? until - kWindow : read_moment(asked.since, options), until};
         if (span.from >= span.until) {
-            say("--since has to be before --until, or before the last that was recorded: " +
-                time_text(reader::time_of(home_.last), options));
+            say("--since is " + time_text(reader::time_of(span.from), options) + ", which is not before " +
+                (asked.until.empty() ? "the last that was recorded: " : "--until: ") +
+                time_text(reader::time_of(span.until - (asked.until.empty() ? 1 : 0)), options));
             throw Stop{kUsage};
         }
         return span;
@@ -174,6 +183,27 @@ void put_table(const Table &table, const Book &book, const char *key, const std:
     }
 }
 
+// Why there is nothing of a time.
+std::string why_not(const Book &book, Number time, const Options &options) {
+    const auto text = [&](Number moment) { return time_text(reader::time_of(moment), options); };
+    for (const history::Gap &gap : book.past().gaps(book.home(), {time, time + 1})) {
+        if (gap.part == "model" && gap.until) {
+            return "nothing is known of " + text(time) + ": " + gap.cause + ", from " + text(gap.since) + " until " +
+                   text(*gap.until);
+        }
+    }
+    return "nothing is known of " + text(time) + ": recorded is from " + text(book.row().first) + " until " +
+           text(book.row().last);
+}
+
+// Nobody was there, or nobody looked.
+std::string absent_text(const Book &book, const std::string &who, const Options &options) {
+    const Span known = book.recorded();
+    const bool is_known = known.from < known.until &&
+                          (book.past().at(book.home(), known.from) || book.past().at(book.home(), known.until - 1));
+    return is_known ? who + " was not there " + book.span_text(options) : why_not(book, book.span().from, options);
+}
+
 // --- somebody ---
 
 Json somebody_json(const Book &book, const history::Somebody &somebody, const std::vector<history::Session> &sessions) {
@@ -182,8 +212,27 @@ Json somebody_json(const Book &book, const history::Somebody &somebody, const st
     for (const history::Session &session : sessions) {
         json["sessions"].push_back(history::to_json(session));
     }
+    json["weak"] = Json::array();
+    for (const history::WeakSpell &spell : book.past().weak_spells(somebody.node, book.span())) {
+        json["weak"].push_back(history::to_json(spell));
+    }
     json["curve"] = history::to_json(book.past().curve(book.home(), somebody.node, book.span(), kPoints));
     return json;
+}
+
+// "weak from 2026-11-22 02:30:00 until 2026-11-22 04:09:40: -81 dBm on average, at living-room".
+std::string weak_text(const Book &book, const history::Somebody &somebody,
+                      const std::vector<history::Session> &sessions, const Options &options) {
+    std::string text;
+    for (const history::WeakSpell &spell : book.past().weak_spells(somebody.node, book.span())) {
+        const auto session = std::find_if(sessions.begin(), sessions.end(),
+                                          [&](const history::Session &item) { return item.link == spell.link; });
+        text += "weak from " + time_text(reader::time_of(spell.since), options) + " until " +
+                time_text(reader::time_of(spell.until), options) + ": " + std::to_string(std::lround(spell.signal)) +
+                " dBm on average" +
+                (session == sessions.end() ? "" : ", at " + visible(device_text(session->spot, options))) + '\n';
+    }
+    return text.empty() ? "" : text + '\n';
 }
 
 std::string summary(const std::vector<history::Session> &sessions, bool is_station, const Span &span) {
@@ -207,15 +256,16 @@ void tell_somebody(const Book &book, const history::Somebody &somebody, const Op
         return;
     }
     if (is_for_people(options.format) && options.columns.empty()) {
-        const auto curve = book.past().curve(book.home(), somebody.node, book.span(), kPoints);
+        const Span known = book.recorded();
+        const auto curve = book.past().curve(book.home(), somebody.node, known, kPoints);
         answer.text +=
             visible(who_text(somebody, options) + ": " + summary(sessions, somebody.is_station, book.span())) + "\n\n";
-        const std::string drawn = curve_text(curve, sessions, book.span(), options);
-        answer.text += drawn + (drawn.empty() ? "" : "\n");
+        const std::string drawn = curve_text(curve, sessions, known, options);
+        answer.text += drawn + (drawn.empty() ? "" : "\n") + weak_text(book, somebody, sessions, options);
     }
     answer.text += print(sessions_table(sessions, somebody, options), options, Json(), "");
     if (sessions.empty()) {
-        answer.say(who_text(somebody, options) + " was not there " + book.span_text(options));
+        answer.say(absent_text(book, who_text(somebody, options), options));
         answer.end_with(kNothingMatched);
     }
 }
@@ -232,18 +282,7 @@ void tell_of(const std::string &name, bool stations, const Book &book, const Opt
     }
 }
 
-void add_station(CLI::App &parent, Question &question, const std::shared_ptr<Asked> &asked) {
-    const auto name = std::make_shared<std::string>();
-    CLI::App *verb =
-        add_verb(parent, question, asked, "station", "Where a station was, how well it was heard, its roams",
-                 [name](const Book &book, const Options &options, Answer &answer) {
-                     tell_of(*name, true, book, options, answer);
-                 });
-    verb->add_option("NAME", *name, "A name, MAC or address, of now or then")->required();
-    add_span(*verb, *asked);
-}
-
-// --- a link at one moment ---
+// --- somebody at one moment ---
 
 const history::Session *session_at(const std::vector<history::Session> &sessions, Number time) {
     const auto found = std::find_if(sessions.rbegin(), sessions.rend(), [=](const history::Session &session) {
@@ -263,21 +302,21 @@ std::string range_text(const history::Range &range, const char *unit) {
 
 // Signal and rate around a time, and in the day before it to compare with.
 struct LinkThen {
-    history::Somebody device;
+    history::Somebody who;
     const history::Session *session;
     history::Range signal, rate, day_signal, day_rate;
 };
 
-LinkThen link_then(const Book &book, const history::Somebody &device, const std::vector<history::Session> &sessions,
+LinkThen link_then(const Book &book, const history::Somebody &who, const std::vector<history::Session> &sessions,
                    Number time) {
-    LinkThen link{device, session_at(sessions, time), {}, {}, {}, {}};
+    LinkThen link{who, session_at(sessions, time), {}, {}, {}, {}};
     const Number slot = history::start_of(history::kSlot, time);
     const Span around{slot, slot + history::kSlot}, day{time - history::kDay, time};
-    for (const history::Point &point : book.past().curve(book.home(), device.node, around, kPoints).points) {
+    for (const history::Point &point : book.past().curve(book.home(), who.node, around, kPoints).points) {
         link.signal.add(point.signal);
         link.rate.add(point.rate);
     }
-    for (const history::Point &point : book.past().curve(book.home(), device.node, day, kPoints).points) {
+    for (const history::Point &point : book.past().curve(book.home(), who.node, day, kPoints).points) {
         link.day_signal.add(point.signal);
         link.day_rate.add(point.rate);
     }
@@ -285,13 +324,15 @@ LinkThen link_then(const Book &book, const history::Somebody &device, const std:
 }
 
 std::string link_text(const LinkThen &link, Number time, const Options &options) {
-    const std::string when = time_text(reader::time_of(time), options);
+    const std::string who = visible(who_text(link.who, options)) + " at " + time_text(reader::time_of(time), options);
+    const bool is_station = link.who.is_station;
     if (link.session == nullptr) {
-        return visible(who_text(link.device, options)) + " was not there at " + when + '\n';
+        return who + ": was not there\n";
     }
     const std::string to = device_text(link.session->spot, options);
-    std::string text = visible(who_text(link.device, options)) + " at " + when + '\n';
-    text += "  linked to       " + (to.empty() ? "nothing: it is the root" : visible(to));
+    std::string text = who + '\n';
+    text += std::string(is_station ? "  connected to    " : "  linked to       ") +
+            (to.empty() ? "nothing: it is the root" : visible(to));
     text += link.session->spot.medium.empty() ? "\n" : ", " + link.session->spot.medium + '\n';
     text += "  since           " + time_text(reader::time_of(link.session->since), options) + '\n';
     text += "  5 minutes then  " + range_text(link.signal, " dBm") + "; " + range_text(link.rate, " Mbit/s") + '\n';
@@ -301,7 +342,7 @@ std::string link_text(const LinkThen &link, Number time, const Options &options)
 }
 
 Json link_json(const LinkThen &link, Number time) {
-    Json json = history::to_json(link.device);
+    Json json = history::to_json(link.who);
     json["time"] = history::utc(time);
     if (link.session != nullptr) {
         json["session"] = history::to_json(*link.session);
@@ -313,16 +354,22 @@ Json link_json(const LinkThen &link, Number time) {
     return json;
 }
 
-void tell_link_at(const std::string &name, const std::string &at, const Book &book, const Options &options,
-                  Answer &answer) {
+void tell_at(const std::string &name, bool stations, const std::string &at, const Book &book, const Options &options,
+             Answer &answer) {
     if (options.format == Format::kTsv || options.format == Format::kValue || !options.columns.empty()) {
-        throw CLI::ValidationError("link --at", "has no rows and columns; table and json are its outputs");
+        throw CLI::ValidationError("--at", "has no rows and columns; table and json are its outputs");
     }
     const Number time = read_moment(at, options);
+    const std::vector<history::Somebody> found = book.find(name, stations, answer);
+    if (!found.empty() && !book.past().at(book.home(), time)) {
+        answer.say(why_not(book, time, options));
+        answer.end_with(kNothingMatched);
+        return;
+    }
     Json all = Json::array();
-    for (const history::Somebody &device : book.find(name, false, answer)) {
-        const auto sessions = book.past().sessions(device.node, {time - history::kDay, time + 1});
-        const LinkThen link = link_then(book, device, sessions, time);
+    for (const history::Somebody &who : found) {
+        const auto sessions = book.past().sessions(who.node, {time - history::kDay, time + 1});
+        const LinkThen link = link_then(book, who, sessions, time);
         if (link.session == nullptr) {
             answer.end_with(kNothingMatched);
         }
@@ -334,27 +381,33 @@ void tell_link_at(const std::string &name, const std::string &at, const Book &bo
     }
     if (is_json(options.format)) {
         Json whole = book.heading();
-        whole["devices"] = all;
+        whole[stations ? "stations" : "devices"] = all;
         answer.text += print(whole, options.format);
     }
 }
 
-void add_link(CLI::App &parent, Question &question, const std::shared_ptr<Asked> &asked) {
+// `station` and `link`: where somebody was, over a time or at one.
+void add_somebody(CLI::App &parent, Question &question, const std::shared_ptr<Asked> &asked, bool stations) {
     struct Wanted {
-        std::string device, at;
+        std::string name, at;
     };
     const auto wanted = std::make_shared<Wanted>();
-    CLI::App *verb = add_verb(parent, question, asked, "link", "How a device was linked to the one before it",
-                              [wanted](const Book &book, const Options &options, Answer &answer) {
+    CLI::App *verb = add_verb(parent, question, asked, stations ? "station" : "link",
+                              stations ? "Where a station was, how well it was heard, its roams"
+                                       : "How a device was linked to the one before it",
+                              [wanted, stations](const Book &book, const Options &options, Answer &answer) {
                                   if (wanted->at.empty()) {
-                                      tell_of(wanted->device, false, book, options, answer);
+                                      tell_of(wanted->name, stations, book, options, answer);
                                   } else {
-                                      tell_link_at(wanted->device, wanted->at, book, options, answer);
+                                      tell_at(wanted->name, stations, wanted->at, book, options, answer);
                                   }
                               });
-    verb->add_option("DEVICE", wanted->device, "A name, MAC or address, of now or then")->required();
-    verb->add_option("--at", wanted->at, std::string("Only at this time, ") + kTimeWords)->type_name("TIME");
+    verb->add_option(stations ? "NAME" : "DEVICE", wanted->name, "A name, MAC or address, of now or then")->required();
     add_span(*verb, *asked);
+    verb->add_option("--at", wanted->at, std::string("Only at this time, ") + kTimeWords)
+        ->type_name("TIME")
+        ->excludes("--since")
+        ->excludes("--until");
 }
 
 // --- who roams, bounces, sticks ---
@@ -442,25 +495,18 @@ void add_sticky(CLI::App &parent, Question &question, const std::shared_ptr<Aske
             "Below -75 dBm for so long at a time, 10m or longer")
         ->type_name("DURATION")
         ->default_str("10m")
-        ->check(CLI::Validator(check_duration, ""));
+        ->check(CLI::Validator(
+            [](const std::string &text) {
+                const auto seconds = read_duration(text);
+                return seconds && *seconds < history::kSticks ? "10m is the shortest time that is kept"
+                                                              : check_duration(text);
+            },
+            ""));
     add_limit(*verb, wanted->limit);
     add_span(*verb, *asked);
 }
 
 // --- the whole mesh ---
-
-// Why there is nothing of a time.
-std::string why_not(const Book &book, Number time, const Options &options) {
-    const auto text = [&](Number moment) { return time_text(reader::time_of(moment), options); };
-    for (const history::Gap &gap : book.past().gaps(book.home(), {time, time + 1})) {
-        if (gap.part == "model" && gap.until) {
-            return "nothing is known of " + text(time) + ": " + gap.cause + ", from " + text(gap.since) + " until " +
-                   text(*gap.until);
-        }
-    }
-    return "nothing is known of " + text(time) + ": recorded is from " + text(book.row().first) + " until " +
-           text(book.row().last);
-}
 
 void add_at(CLI::App &parent, Question &question, const std::shared_ptr<Asked> &asked) {
     const auto time_words = std::make_shared<std::string>();
@@ -558,6 +604,7 @@ void import_bundles(const std::string &file, const Import &wanted, Answer &answe
     const std::vector<Bundle> bundles = read_bundles(wanted.bundles, answer);
     history::Recorder recorder(file, {});
     std::size_t count = 0;
+    std::set<std::string> homes;
     for (const Bundle &bundle : bundles) {
         const std::string home = wanted.as.empty() ? home_of(bundle.moment) : wanted.as;
         const Number time = history::seconds_of(bundle.moment.time);
@@ -569,8 +616,13 @@ void import_bundles(const std::string &file, const Import &wanted, Answer &answe
         recorder.take(home, bundle.moment, static_cast<double>(time));
         recorder.commit();
         ++count;
+        homes.insert(history::Recorder::name_of(home, bundle.moment));
     }
-    answer.say(file + ": " + counted(count, "moment") + " more");
+    std::string of;
+    for (const std::string &home : homes) {
+        of += (of.empty() ? " of " : ", ") + home;
+    }
+    answer.say(file + ": " + counted(count, "moment") + " more" + of);
 }
 
 void add_import(CLI::App &parent, Question &question, const std::shared_ptr<Asked> &asked) {
@@ -595,12 +647,13 @@ void add_history(CLI::App &app, Question &question) {
         "  qo1905 history --db home.db station phone-anna             where was it, and how well was it heard?\n"
         "  qo1905 history --db home.db link attic --at 03:00          was its link bad at night?\n"
         "  qo1905 history --db home.db at \"yesterday 20:15\" tree      the mesh as it was\n"
-        "  qo1905 history --db home.db roams --top --since -7d        who roams most?");
+        "  qo1905 history --db home.db roams --top --since -7d        who roams most?\n\n"
+        "-s chooses one of several sources by the name that record was given; QO1905_DB can name the database.");
     add_database(*verb, asked->file)->required();
     verb->require_subcommand(1);
     verb->fallthrough();
-    add_station(*verb, question, asked);
-    add_link(*verb, question, asked);
+    add_somebody(*verb, question, asked, true);
+    add_somebody(*verb, question, asked, false);
     add_roams(*verb, question, asked);
     add_pingpong(*verb, question, asked);
     add_sticky(*verb, question, asked);

@@ -51,6 +51,17 @@ void check_access(const Serving &wanted) {
     }
 }
 
+// A past that cannot be told yet is none that never will be.
+void tell_memory(const serve::Memory &memory) {
+    try {
+        if (!memory.file.empty()) {
+            (void)serve::Chronicle(memory).span();
+        }
+    } catch (const serve::Refusal &refusal) {
+        say("no past to show yet: " + refusal.words);
+    }
+}
+
 // The address alone goes to standard output, for scripts.
 void tell_start(const serve::Server &server, const std::string &source) {
     std::cout << server.url() << std::endl;
@@ -71,6 +82,7 @@ void run(Serving &wanted, const Options &options) {
     wanted.server.pause = std::chrono::milliseconds(static_cast<long>(wanted.pause * 1000));
     const std::string source = wanted.source.empty() ? options.source : wanted.source;
     wanted.server.memory.home = wanted.home.empty() ? source : wanted.home;
+    wanted.server.memory.is_certain = !wanted.home.empty();
     auto opened = open_source(source);
     const EndingSignals signals;
     const auto server = make_server(std::move(opened), wanted.server);
@@ -81,6 +93,7 @@ void run(Serving &wanted, const Options &options) {
         throw Stop{kUnreadable};
     }
     tell_start(*server, source);
+    tell_memory(wanted.server.memory);
     (void)signals.wait();
     signals.let_go();  // who presses it again does not want to wait for anything
 }

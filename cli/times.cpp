@@ -92,7 +92,8 @@ struct Zone {
 
 // "03:00" or "03:00:05".
 bool take_clock(Words &words, std::tm &parts) {
-    const auto hour = words.number(2, 0, 23);
+    auto hour = words.number(2, 0, 23);
+    hour = hour ? hour : words.number(1, 0, 9);
     if (!hour || !words.take(":")) {
         return false;
     }
@@ -132,7 +133,7 @@ std::optional<Day> take_day(Words &words, int today) {
     }
     constexpr int kWeek = 7;
     for (int day = 0; day < kWeek; ++day) {
-        if (words.take(kDays[day])) {
+        if (words.take(kDays[day]) || words.take(std::string(kDays[day], 3))) {
             return Day{(today - day + kWeek) % kWeek, kWeek};
         }
     }
@@ -207,6 +208,15 @@ std::optional<std::int64_t> read_date(const std::string &text, const Zone &zone)
     return offset ? timegm(&parts) - *offset : zone.time(parts);
 }
 
+// As programs write them: ten digits, which no date has.
+std::optional<std::int64_t> read_seconds(const std::string &text) {
+    constexpr std::size_t kDigits = 10;
+    std::int64_t seconds = 0;
+    const bool is_number = text.size() == kDigits && text.find_first_not_of("0123456789") == std::string::npos &&
+                           std::from_chars(text.data(), text.data() + text.size(), seconds).ec == std::errc();
+    return is_number ? std::optional(seconds) : std::nullopt;
+}
+
 }  // namespace
 
 std::optional<std::int64_t> read_time(const std::string &text, std::int64_t now, bool in_utc) {
@@ -219,6 +229,14 @@ std::optional<std::int64_t> read_time(const std::string &text, std::int64_t now,
         return time;
     }
     if (const auto time = read_day(lower, now, zone)) {
+        return time;
+    }
+    if (!lower.empty() && lower.back() == 'z') {
+        if (const auto time = read_day(lower.substr(0, lower.size() - 1), now, Zone{true})) {
+            return time;
+        }
+    }
+    if (const auto time = read_seconds(lower)) {
         return time;
     }
     return read_date(lower, zone);

@@ -12,9 +12,11 @@ namespace cli {
 //     now, -2h, -30m, -3d, -1w            before now
 //     03:00, today 03:00                  03:00 alone is the last one that has been
 //     yesterday, yesterday 03:00          days begin at midnight
-//     monday 14:00                        the last one that has been
+//     monday 14:00, mon 14:00             the last one that has been
 //     2026-11-21, 2026-11-21 03:00[:05]   of the place
 //     2026-11-21T03:00:05Z, ...+01:00     ISO 8601
+//     03:00Z                              in UTC, also with a day before it
+//     1795316400                          seconds since 1970
 //
 // in the zone of the place, or in UTC. Of an hour that the end of summer time brings twice it is the first. None if it
 // means nothing.

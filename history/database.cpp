@@ -39,20 +39,50 @@ void expect_file(const std::string &path) {
     }
 }
 
+bool is_about_marks(int error) {
+    const int kind = error & 0xff;
+    return kind == SQLITE_READONLY || kind == SQLITE_CANTOPEN;
+}
+
+// With what has a meaning in an address spelt out.
+std::string uri_of(const std::string &path) {
+    constexpr const char *kDigits = "0123456789abcdef";
+    std::string uri = "file:";
+    for (const char c : path) {
+        if (c == '%' || c == '?' || c == '#') {
+            const auto byte = static_cast<unsigned char>(c);
+            uri += std::string("%") + kDigits[byte >> 4U] + kDigits[byte & 0xfU];
+        } else {
+            uri += c;
+        }
+    }
+    return uri;
+}
+
 }  // namespace
 
 void Database::Close::operator()(sqlite3 *handle) const { sqlite3_close_v2(handle); }
 
 Database::Database(const std::string &path, Use use) : path_(path) {
-    if (use == Use::kRead) {
-        expect_file(path);
+    if (use == Use::kWrite) {
+        open(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+        return;
     }
-    const int flags = use == Use::kRead ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+    expect_file(path);
+    open(path, SQLITE_OPEN_READONLY);
+    // Where this process may not put its marks beside the file, nobody writes it either: it is taken as it stands.
+    if (sqlite3_exec(handle_.get(), "SELECT 1 FROM sqlite_master", nullptr, nullptr, nullptr) != SQLITE_OK &&
+        is_about_marks(sqlite3_errcode(handle_.get()))) {
+        open(uri_of(path) + "?immutable=1", SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+    }
+}
+
+void Database::open(const std::string &name, int flags) {
     sqlite3 *handle = nullptr;
-    const int result = sqlite3_open_v2(path.c_str(), &handle, flags | SQLITE_OPEN_EXRESCODE, nullptr);
+    const int result = sqlite3_open_v2(name.c_str(), &handle, flags | SQLITE_OPEN_EXRESCODE, nullptr);
     handle_.reset(handle);
     if (handle == nullptr) {
-        throw Failure(Failure::Kind::kUnreadable, path + ": no memory");
+        throw Failure(Failure::Kind::kUnreadable, path_ + ": no memory");
     }
     if (result != SQLITE_OK) {
         fail();

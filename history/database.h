@@ -92,6 +92,8 @@ public:
     [[noreturn]] void fail() const;
 
 private:
+    void open(const std::string &name, int flags);
+
     friend class Statement;
     struct Close {
         void operator()(sqlite3 *handle) const;

@@ -288,7 +288,7 @@ void Home::take(const Snapshot &snapshot, double uptime) {
     note_missing(snapshot);
     note_events(now);
     for (const Device &device : now.devices) {
-        note_device(device);
+        note_device(device, now);
     }
     note_stations(now, snapshot.knows_local_stations);
     note_who_left();
@@ -351,7 +351,7 @@ void Home::note_events(const Snapshot &now) {
     }
 }
 
-void Home::note_device(const Device &device) {
+void Home::note_device(const Device &device, const Snapshot &now) {
     Live &live = find(false, device.al_mac);
     live.seen = moment_;
     const Device *before = before_ ? before_->find_device(device.al_mac) : nullptr;
@@ -360,6 +360,7 @@ void Home::note_device(const Device &device) {
     }
     connect(live, false, place_of(device), goes_on_ ? Came::kJoin : Came::kStart, device.signal);
     sample(live, device.signal, device.rate);
+    watch_spell(live, device.signal, now);
 }
 
 // `knows_local`: this moment tells of the stations of the device that wrote it; else they are those of before.
@@ -601,8 +602,10 @@ void Home::settle() {
         return;
     }
     put_tail();
-    for (const auto &[mac, live] : stations_) {
-        keep_spell(live);
+    for (const Everybody *everybody : {&devices_, &stations_}) {
+        for (const auto &[mac, live] : *everybody) {
+            keep_spell(live);
+        }
     }
     store_.set_last(source_, last_, era_);
 }

@@ -67,7 +67,7 @@ private:
     void note_time(Number time, double uptime);
     void note_missing(const reader::Snapshot &snapshot);
     void note_events(const reader::Snapshot &now);
-    void note_device(const reader::Device &device);
+    void note_device(const reader::Device &device, const reader::Snapshot &now);
     void note_stations(const reader::Snapshot &now, bool knows_local);
     void note_station(const reader::Station &station, Came came, bool is_fresh, const reader::Snapshot &now);
     void note_who_left();

@@ -102,8 +102,18 @@ Json to_json(const Sticky &sticky) {
                  {"last_since", utc(sticky.last_since)},
                  {"other", to_json(sticky.other)},
                  {"other_signal", sticky.other_signal}};
-    put(json, "own_at_other", sticky.own_at_other);
+    if (sticky.best) {
+        json["best"] = to_json(*sticky.best);
+    }
+    put(json, "best_signal", sticky.best_signal);
     return json;
+}
+
+Json to_json(const WeakSpell &spell) {
+    return {{"since", utc(spell.since)},
+            {"until", utc(spell.until)},
+            {"link", spell.link},
+            {"signal", in_tenths(spell.signal)}};
 }
 
 Json to_json(const Gap &gap) {

@@ -14,6 +14,7 @@ nlohmann::ordered_json to_json(const Session &session);
 nlohmann::ordered_json to_json(const Roam &roam);
 nlohmann::ordered_json to_json(const Roamer &roamer);
 nlohmann::ordered_json to_json(const Sticky &sticky);
+nlohmann::ordered_json to_json(const WeakSpell &spell);
 nlohmann::ordered_json to_json(const Gap &gap);
 nlohmann::ordered_json to_json(const Happening &happening);
 nlohmann::ordered_json to_json(const Counts &counts);

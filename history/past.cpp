@@ -287,9 +287,11 @@ std::vector<std::string> Past::names(Number home) const {
 }
 
 std::vector<Session> Past::sessions(Number node, const Span &span) const {
-    Statement rows(database_,
-                   sessions_where("s.node = ?1 AND s.since < ?3 AND (s.until IS NULL OR s.until > ?2) ORDER BY "
-                                  "s.since, s.era"));
+    Statement rows(
+        database_,
+        sessions_where("s.node = ?1 AND s.since < ?3 AND coalesce(s.until, (SELECT last + 1 FROM source JOIN node n "
+                       "ON n.source = source.id WHERE n.id = ?1)) > ?2 ORDER BY "
+                       "s.since, s.era"));
     rows.bind(node).bind(span.from).bind(span.until);
     std::vector<Session> sessions;
     while (rows.step()) {
@@ -395,7 +397,7 @@ std::vector<Sticky> Past::sticky(Number home, const Span &span, Number at_least,
     Statement rows(
         database_,
         std::string("SELECT") + kSomebody +
-            ", s.times, s.seconds, s.longest, s.since, s.n, s.sum, s.other_signal, s.other," + kSpot +
+            ", s.times, s.seconds, s.longest, s.since, s.n, s.sum, s.other_signal, s.other, s.link," + kSpot +
             "FROM (SELECT node, link, count(*) AS times, sum(until - since) AS seconds, max(until - since) AS "
             "longest, since, sum(n) AS n, sum(sum) AS sum, other, other_signal, max(since) FROM spell "
             "WHERE node IN (SELECT id FROM node WHERE source = ?1 AND is_station) AND since < ?3 AND until > ?2 "
@@ -404,25 +406,30 @@ std::vector<Sticky> Past::sticky(Number home, const Span &span, Number at_least,
             kSpotTables + "ORDER BY s.seconds DESC, n.mac");
     rows.bind(home).bind(span.from).bind(span.until).bind(at_least).bind(static_cast<Number>(most));
     Statement other(database_, std::string("SELECT") + kSomebody + "FROM node n WHERE n.id = ?");
-    Statement own(
-        database_,
-        "SELECT s.last_signal FROM session s JOIN link l ON l.id = s.link WHERE s.node = ? AND l.device = ? AND "
-        "s.last_signal IS NOT NULL ORDER BY s.since DESC LIMIT 1");
+    // Where the station itself was heard best, but there.
+    Statement best(database_, std::string("SELECT") + kSomebody +
+                                  ", max(s.last_signal, s.first_signal) AS heard FROM session s JOIN link l ON l.id = "
+                                  "s.link JOIN node n ON n.id = l.device WHERE s.node = ?1 AND n.id != (SELECT device "
+                                  "FROM link WHERE id = ?2) AND heard IS NOT NULL ORDER BY heard DESC LIMIT 1");
     std::vector<Sticky> all;
     while (rows.step()) {
         constexpr int kTimes = kAfterSomebody, kSeconds = kTimes + 1, kLongest = kTimes + 2, kSince = kTimes + 3;
-        constexpr int kN = kTimes + 4, kSum = kTimes + 5, kSignal = kTimes + 6, kOther = kTimes + 7, kAt = kTimes + 8;
+        constexpr int kN = kTimes + 4, kSum = kTimes + 5, kSignal = kTimes + 6, kOther = kTimes + 7, kLink = kTimes + 8;
+        constexpr int kAt = kTimes + 9;
         const auto station = somebody_of(rows);
         const auto better = all_of(other.bind(rows.number(kOther)));
         if (!station || better.empty()) {
             continue;
         }
         const Range signals{rows.number(kN), 0, rows.number(kSum), 0};
-        const auto heard = own.bind(station->node).bind(better[0].node).step() ? own.optional_number(0) : std::nullopt;
-        own.reset();
+        best.bind(station->node).bind(rows.number(kLink));
+        const bool is_heard = best.step();
+        const auto heard_best = is_heard ? somebody_of(best) : std::nullopt;
+        const auto best_signal = is_heard ? best.optional_number(kAfterSomebody) : std::nullopt;
+        best.reset();
         all.push_back({*station, spot_of(rows, kAt), rows.number(kTimes), rows.number(kSeconds), rows.number(kLongest),
                        rows.number(kSince), signals.mean(), better[0], static_cast<int>(rows.number(kSignal)),
-                       as_int(heard)});
+                       heard_best, as_int(best_signal)});
     }
     return all;
 }

@@ -82,13 +82,14 @@ struct Sticky {
     Somebody station;
     Spot at;
     Number times;
-    Number seconds;                   // in all
-    Number longest;                   // seconds
-    Number last_since;                // of the last time
-    double signal;                    // dBm, mean of all samples
-    Somebody other;                   // of the last time
-    int other_signal;                 // dBm, mean of the stations of `other`
-    std::optional<int> own_at_other;  // dBm: how `other` heard this very station when it left it last
+    Number seconds;                  // in all
+    Number longest;                  // seconds
+    Number last_since;               // of the last time
+    double signal;                   // dBm, mean of all samples
+    Somebody other;                  // of the last time
+    int other_signal;                // dBm, mean of the stations of `other`
+    std::optional<Somebody> best;    // the device but `at` that ever heard this very station best
+    std::optional<int> best_signal;  // dBm, when it did
 };
 
 struct Gap {

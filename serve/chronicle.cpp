@@ -28,7 +28,7 @@ Json list(const std::vector<Item> &items, std::size_t most) {
 
 const history::HomeRow &choose(const std::vector<history::HomeRow> &homes, const Memory &memory) {
     for (const history::HomeRow &home : homes) {
-        if (homes.size() == 1 || home.name == memory.home) {
+        if (home.name == memory.home || (homes.size() == 1 && !memory.is_certain)) {
             return home;
         }
     }
@@ -45,10 +45,20 @@ Json with_heading(const history::HomeRow &home, const Span &span, const Json &an
     return json;
 }
 
+// ": the model was not written"; empty where there is no gap.
+std::string why_not(const Past &past, const history::HomeRow &home, Number time) {
+    for (const history::Gap &gap : past.gaps(home.id, {time, time + 1})) {
+        if (gap.part == "model" && gap.until) {
+            return ": " + gap.cause;
+        }
+    }
+    return "";
+}
+
 // The last day, if nobody says otherwise; never more than was recorded.
 Span span_of(const Question &question, const history::HomeRow &home) {
     const Number until = question.until.value_or(home.last + 1);
-    const Number from = question.from.value_or(until - history::kDay);
+    const Number from = question.from.value_or(until - history::kDay - 1);
     if (from >= until) {
         throw Refusal{400, "from has to be before until, in seconds since 1970"};
     }
@@ -93,7 +103,7 @@ Json Chronicle::mesh(const Question &question) const {
         }
         const auto moment = past.at(home.id, *question.at);
         if (!moment) {
-            throw Refusal{404, "nothing is known of that time"};
+            throw Refusal{404, "nothing is known of that time" + why_not(past, home, *question.at)};
         }
         return reader::to_json(*moment);
     });

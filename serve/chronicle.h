@@ -11,8 +11,9 @@ namespace serve {
 
 // Where the past is kept.
 struct Memory {
-    std::string file;  // empty: nothing is remembered
-    std::string home;  // which of several
+    std::string file;         // empty: nothing is remembered
+    std::string home;         // which of several
+    bool is_certain = false;  // else the only one is meant, whatever it is called
 };
 
 // Why a question has no answer: a status of HTTP and words.

@@ -300,8 +300,14 @@ namespace {
 
 std::optional<history::Number> time_of(const Request &request, const char *key) {
     constexpr std::uint64_t kLast = 253402300799;  // of the year 9999
+    if (!request.has_param(key)) {
+        return std::nullopt;
+    }
     const std::uint64_t number = number_of(request, key, kLast + 1);
-    return number <= kLast ? std::optional(static_cast<history::Number>(number)) : std::nullopt;
+    if (number > kLast) {
+        throw Refusal{400, std::string(key) + " has to be in seconds since 1970"};
+    }
+    return static_cast<history::Number>(number);
 }
 
 Question question_of(const Request &request) {

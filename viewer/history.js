@@ -183,7 +183,7 @@ function Whole({ span, to }) {
         spotWords(item.at),
         texts.span(item.seconds),
         signalWords(Math.round(item.signal)),
-        html`<${WhoLink} who=${item.other} to=${to} />`,
+        item.best && html`<${WhoLink} who=${item.best} to=${to} />`,
       ])}
     />`}
     ${gaps?.gaps?.length > 0 &&

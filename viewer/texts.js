@@ -151,7 +151,7 @@ export const texts = {
   roamers: "Who roamed most",
   roamerColumns: ["Station", "Roams", "Back within a minute"],
   sticky: "Who stuck to a device that hears it badly",
-  stickyColumns: ["Station", "At", "In all", "Mean", "Better"],
+  stickyColumns: ["Station", "At", "In all", "Mean", "Heard best at"],
   gaps: "When nothing was recorded",
   gapColumns: ["Since", "Lasted", "Cause"],
   lines: { devices: "devices", weak: "weak stations" },

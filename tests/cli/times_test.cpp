@@ -46,6 +46,15 @@ TEST_F(Times, AClockAloneIsTheLastOneThatHasBeen) {
     EXPECT_EQ(here("16:00"), kNow + 30 * kMinute - kDay);
 }
 
+TEST_F(Times, TimesMayBeShortOrInUtcOrSeconds) {
+    const std::int64_t midnight = kNow - (14 * kHour + 30 * kMinute);
+    EXPECT_EQ(in_utc("3:00"), midnight + 3 * kHour);
+    EXPECT_EQ(in_utc("mon 14:00"), midnight - kDay + 14 * kHour);
+    EXPECT_EQ(here("03:00Z"), midnight + 3 * kHour);
+    EXPECT_EQ(here("yesterday 03:00z"), midnight - kDay + 3 * kHour);
+    EXPECT_EQ(here("1795316400"), 1795316400);
+}
+
 TEST_F(Times, DaysHaveNamesAndBeginAtMidnight) {
     const std::int64_t midnight = kNow - (14 * kHour + 30 * kMinute);
     EXPECT_EQ(in_utc("today"), midnight);
@@ -93,7 +102,7 @@ TEST_F(Times, WhatMeansNothingIsNone) {
                              "-2x",
                              "-2h ",
                              "25:00",
-                             "3:00",
+                             "30:00",
                              "03:60",
                              "03",
                              "03:0",
@@ -103,7 +112,7 @@ TEST_F(Times, WhatMeansNothingIsNone) {
                              "yesterday ",
                              "yesterday03:00",
                              "yesterday 3",
-                             "mon 14:00",
+                             "mo 14:00",
                              "2026",
                              "2026-11",
                              "2026-13-01",
