@@ -72,7 +72,9 @@ private:
 };
 
 void record(const std::string &file, Home &home, Number days) {
-    history::Recorder recorder(file, {});
+    history::RecorderOptions options;
+    options.is_durable = false;  // there is no power to lose
+    history::Recorder recorder(file, options);
     std::vector<double> costs;
     for (Number cycle = 0; cycle < days * kCyclesADay; ++cycle) {
         const Number time = kStart + cycle * kCycle;

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <ctime>
 #include <iterator>
 #include <memory>
 #include <mutex>
@@ -54,13 +55,13 @@ public:
 
     void commit_if_due() {
         const std::lock_guard<std::mutex> lock(mutex_);
-        attempt([&] { recorder_.commit_if_due(uptime()); });
+        attempt([&] { note_commit(recorder_.commit_if_due(uptime())); });
     }
 
     // False when something is lost.
     bool commit() {
         const std::lock_guard<std::mutex> lock(mutex_);
-        attempt([&] { recorder_.commit(); });
+        attempt([&] { note_commit(recorder_.commit()); });
         return said_.empty();
     }
 
@@ -69,7 +70,6 @@ private:
     void attempt(Deed deed) {
         try {
             deed();
-            is_well_now();
         } catch (const std::exception &failure) {
             if (said_.empty()) {
                 say(std::string(failure.what()) + "; trying again with what comes next");
@@ -78,8 +78,9 @@ private:
         }
     }
 
-    void is_well_now() {
-        if (!said_.empty()) {
+    // Only what is on the disk shows that all is well again.
+    void note_commit(bool is_done) {
+        if (is_done && !said_.empty()) {
             say("recording again");
             said_.clear();
         }

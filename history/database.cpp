@@ -109,6 +109,23 @@ Number Database::number(const std::string &sql) const {
     return statement.step() ? statement.number(0) : 0;
 }
 
+namespace {
+
+constexpr auto kLongest = std::chrono::seconds(10);
+
+int is_too_late(void *end) {
+    return std::chrono::steady_clock::now() > *static_cast<const std::chrono::steady_clock::time_point *>(end) ? 1 : 0;
+}
+
+}  // namespace
+
+// Whoever opens a database to read asks one question of it.
+void Database::limit_time() {
+    constexpr int kSteps = 100000;
+    end_ = std::make_unique<std::chrono::steady_clock::time_point>(std::chrono::steady_clock::now() + kLongest);
+    sqlite3_progress_handler(handle_.get(), kSteps, is_too_late, end_.get());
+}
+
 Number Database::last_id() const { return sqlite3_last_insert_rowid(handle_.get()); }
 
 void Statement::Close::operator()(sqlite3_stmt *statement) const { sqlite3_finalize(statement); }

@@ -1,6 +1,7 @@
 // SQLite as this project uses it: values in, values out, and every failure an exception with a reason.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -88,6 +89,9 @@ public:
     Number number(const std::string &sql) const;
     Number last_id() const;
 
+    // No question may take longer than some seconds from now on; those that would fail.
+    void limit_time();
+
     // What SQLite says is wrong, as an exception.
     [[noreturn]] void fail() const;
 
@@ -99,6 +103,7 @@ private:
         void operator()(sqlite3 *handle) const;
     };
     std::string path_;
+    std::unique_ptr<std::chrono::steady_clock::time_point> end_;  // of the question that is asked
     std::unique_ptr<sqlite3, Close> handle_;
 };
 

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "history/moment.h"
+#include "reader/json.h"
 #include "reader/json_form.h"
 #include "reader/words.h"
 
@@ -17,20 +18,22 @@ using reader::Station;
 
 namespace {
 
-constexpr std::size_t kLongestText = 255;  // what a DHCP lease can hold; longer ones are cut
+constexpr std::size_t kLongestText = 255;     // what a DHCP lease can hold; longer ones are cut
+constexpr std::size_t kMostStations = 70000;  // that are followed at a time: more than a model has
+constexpr std::size_t kMostLinks = 100000;    // that are remembered by number
 constexpr std::size_t kLeastAtOnce = 32;
 constexpr std::size_t kMoments = 100;  // of the 180 of an hour, within which the hour before is packed
 
 // Cut between two characters.
 std::optional<std::string> short_text(const std::optional<std::string> &text) {
     if (!text || text->size() <= kLongestText) {
-        return text;
+        return text ? std::optional(reader::valid_utf8(*text)) : std::nullopt;
     }
     std::size_t end = kLongestText;
     while (end > 0 && (static_cast<unsigned char>((*text)[end]) & 0xc0U) == 0x80U) {
         --end;
     }
-    return text->substr(0, end);
+    return reader::valid_utf8(text->substr(0, end));
 }
 
 std::string medium_of(const Station &station) {
@@ -82,9 +85,23 @@ void keep_known(Station &now, const Station &before) {
     }
 }
 
-// What a moment does not tell has not changed.
-Snapshot with_what_was_known(const Snapshot &moment, const Snapshot &before) {
-    Snapshot now = reader::with_local_stations(moment, before);
+// As long as it is kept, and no longer: what is compared is what stands in the tables.
+Snapshot with_short_texts(Snapshot moment) {
+    for (Device &device : moment.devices) {
+        device.name = short_text(device.name);
+        device.address = short_text(device.address);
+        device.firmware = short_text(device.firmware);
+    }
+    for (Station &station : moment.stations) {
+        station.name = short_text(station.name);
+        station.address = short_text(station.address);
+    }
+    return moment;
+}
+
+// What a moment does not tell has not changed; of the local device's stations as long as somebody looked.
+Snapshot with_what_was_known(const Snapshot &moment, const Snapshot &before, bool goes_on) {
+    Snapshot now = goes_on ? reader::with_local_stations(moment, before) : moment;
     for (Device &device : now.devices) {
         const Device *was = before.find_device(device.al_mac);
         if (was != nullptr) {
@@ -129,7 +146,6 @@ std::string static_json(Device device) {
     device.rate.reset();
     device.name.reset();
     device.address.reset();
-    device.firmware = short_text(device.firmware);
     for (reader::Neighbour &neighbour : device.neighbours) {
         neighbour.signal.reset();
         neighbour.rate.reset();
@@ -148,6 +164,12 @@ std::optional<int> last_signal(const std::vector<LinkedSample> &samples, Number 
     const auto found = std::find_if(samples.rbegin(), samples.rend(),
                                     [](const LinkedSample &linked) { return linked.sample.signal.has_value(); });
     return found != samples.rend() && found->sample.time >= since ? found->sample.signal : std::nullopt;
+}
+
+// Another interface of the same device, or a band that was not known before.
+bool is_told_more(const Place &before, const Place &now) {
+    const bool is_other = !now.interface.empty() && now.interface != before.interface;
+    return is_other || (before.medium.empty() && !now.medium.empty());
 }
 
 // What a device hears of its stations, by AL MAC.
@@ -284,7 +306,10 @@ void Home::take(const Snapshot &snapshot, double uptime) {
     cause_.clear();
     last_ = time;
     ++moment_;
-    Snapshot now = before_ ? with_what_was_known(snapshot, *before_) : snapshot;
+    Snapshot now = with_short_texts(snapshot);
+    if (before_) {
+        now = with_what_was_known(now, *before_, goes_on_);
+    }
     note_missing(snapshot);
     note_events(now);
     for (const Device &device : now.devices) {
@@ -310,7 +335,7 @@ void Home::note_time(Number time, double uptime) {
         counts_.reset();
         goes_on_ = false;
         ++era_;
-        store_.open_gap(source_, time, era_, "clock", time, "the clock was set back by " + in_words(-passed));
+        store_.open_gap(source_, time, era_, "clock", last_, "the clock was set back by " + in_words(-passed));
         return;
     }
     if (passed > patience_) {
@@ -356,7 +381,7 @@ void Home::note_device(const Device &device, const Snapshot &now) {
     live.seen = moment_;
     const Device *before = before_ ? before_->find_device(device.al_mac) : nullptr;
     if (!live.is_described || before == nullptr || !is_alike(*before, device)) {
-        describe(live, {short_text(device.name), short_text(device.address), static_json(device)});
+        describe(live, {device.name, device.address, static_json(device)});
     }
     connect(live, false, place_of(device), goes_on_ ? Came::kJoin : Came::kStart, device.signal);
     sample(live, device.signal, device.rate);
@@ -370,6 +395,9 @@ void Home::note_stations(const Snapshot &now, bool knows_local) {
     const std::optional<Mac> local = found != now.devices.end() ? std::optional(found->al_mac) : std::nullopt;
     const bool knew_local = before_ && before_->knows_local_stations;
     for (const Station &station : now.stations) {
+        if (stations_.size() >= kMostStations && stations_.count(station.mac) == 0) {
+            continue;  // a crowd that nobody has; what is followed already is followed on
+        }
         const bool at_local = station.device == local;
         note_station(station, goes_on_ && (knew_local || !at_local) ? Came::kJoin : Came::kStart,
                      knows_local || !at_local, now);
@@ -379,7 +407,7 @@ void Home::note_stations(const Snapshot &now, bool knows_local) {
 void Home::note_station(const Station &station, Came came, bool is_fresh, const Snapshot &now) {
     Live &live = find(true, station.mac);
     live.seen = moment_;
-    describe(live, {short_text(station.name), short_text(station.address), ""});
+    describe(live, {station.name, station.address, ""});
     if (is_fresh || !live.session) {
         connect(live, true, place_of(station), came, station.signal);
     }
@@ -452,7 +480,7 @@ void Home::connect(Live &live, bool is_station, const Place &place, Came came, c
         if (is_station) {
             store_.count_roam(live.node, last_, is_back);
         }
-    } else if (!place.interface.empty() && place.interface != before.place.interface) {
+    } else if (is_told_more(before.place, place)) {
         end(live, last_, Went::kMoved);
         open(live, place, Came::kMoved, before.came_from, signal);
     }
@@ -497,6 +525,9 @@ Number Home::link_of(const Place &place) {
     const auto found = links_.find(place);
     if (found != links_.end()) {
         return found->second;
+    }
+    if (links_.size() >= kMostLinks) {
+        links_.clear();
     }
     const auto device = place.device ? std::optional(find(false, *place.device).node) : std::nullopt;
     return links_[place] = store_.link(source_, device, place);
@@ -554,6 +585,9 @@ void Home::end_spell(Live &live) {
 // --- hours ---
 
 void Home::put_hour_aside() {
+    while (!due_.empty()) {
+        pack_some();  // what is left of the hour before: there were few moments in this one
+    }
     for (Everybody *everybody : {&devices_, &stations_}) {
         for (auto &[mac, live] : *everybody) {
             if (!live.hour.empty()) {

@@ -19,31 +19,45 @@ constexpr Number kFresh = kSlot;  // a sample that is older says nothing of the 
 
 constexpr Number kStillTrue = 2 * kMinute;  // after the last moment of all
 
-struct Reach {
-    Number era;
-    Number time;  // the same, or the last moment of all
-};
-
-// The era that a time lies in, if one does: the last that had begun.
-std::optional<Reach> reach_of(const Database &database, Number source, Number time) {
-    Statement home(database, "SELECT first, last, era FROM source WHERE id = ?");
-    if (!home.bind(source).step() || time > home.number(1) + kStillTrue) {
-        return std::nullopt;
-    }
-    const bool has_begun = time >= home.number(0);
-    const Number last = home.number(1);
-    Statement eras(database, "SELECT max(era) FROM gap WHERE source = ? AND part = 'clock' AND since <= ?");
-    const auto era = eras.bind(source).bind(time).step() ? eras.optional_number(0) : std::nullopt;
-    if (!era && !has_begun) {
-        return std::nullopt;
-    }
-    return Reach{era.value_or(0), std::min(time, last)};
-}
-
 bool is_in_gap(const Database &database, Number source, Number era, Number time) {
     Statement gap(database,
                   "SELECT 1 FROM gap WHERE source = ? AND part = 'model' AND era = ? AND since < ? AND until > ?");
     return gap.bind(source).bind(era).bind(time).bind(time).step();
+}
+
+// A stretch that a clock went through without being set back.
+struct Era {
+    Number era, first, last;
+};
+
+// The newest first.
+std::vector<Era> eras_of(const Database &database, Number source) {
+    Statement home(database, "SELECT first, last FROM source WHERE id = ?");
+    Statement set_back(database,
+                       "SELECT era, since, until FROM gap WHERE source = ? AND part = 'clock' ORDER BY era DESC");
+    if (!home.bind(source).step()) {
+        return {};
+    }
+    std::vector<Era> eras;
+    Number last = home.number(1);
+    set_back.bind(source);
+    while (set_back.step()) {
+        eras.push_back({set_back.number(0), set_back.number(1), last});
+        last = set_back.number(2);
+    }
+    eras.push_back({0, home.number(0), last});
+    eras.front().last += kStillTrue;
+    return eras;
+}
+
+// The newest era that knows of a time.
+std::optional<Number> era_at(const Database &database, Number source, Number time) {
+    for (const Era &era : eras_of(database, source)) {
+        if (time >= era.first && time <= era.last && !is_in_gap(database, source, era.era, time)) {
+            return era.era;
+        }
+    }
+    return std::nullopt;
 }
 
 // Of somebody at one time.
@@ -238,11 +252,11 @@ private:
 }  // namespace
 
 std::optional<Snapshot> snapshot_at(const Database &database, Number source, Number time) {
-    const auto reach = reach_of(database, source, time);
-    if (!reach || is_in_gap(database, source, reach->era, time)) {
+    const auto era = era_at(database, source, time);
+    if (!era) {
         return std::nullopt;
     }
-    return Builder(database, source, reach->era, reach->time).build();
+    return Builder(database, source, *era, time).build();
 }
 
 std::vector<LinkedSample> tail_samples(const Database &database, Number source, Number node, Number from,

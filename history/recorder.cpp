@@ -34,7 +34,7 @@ private:
 Recorder::Recorder(const std::string &path, const RecorderOptions &options)
     : options_(options),
       lock_(std::make_unique<Lock>(path)),
-      database_(open_for_writing(path)),
+      database_(open_for_writing(path, options.is_durable)),
       store_(database_),
       upkeep_(database_, options.keep) {
     if (options_.most_bytes != 0) {
@@ -72,8 +72,25 @@ void Recorder::attempt(Deed deed) {
         is_open_ = false;
         homes_.clear();
         cause_of_start_ = failure.what();
+        make_room();
         throw;
     }
+}
+
+// What is old goes also while nothing new can come, or there would never be room again.
+void Recorder::make_room() {
+    try {
+        begin();
+        upkeep_.step(time_, uptime_, Upkeep::Haste::kUrgent);
+        database_.run("COMMIT");
+    } catch (const Failure &) {
+        try {
+            database_.run("ROLLBACK");
+        } catch (const Failure &) {
+            // SQLite has done so by itself.
+        }
+    }
+    is_open_ = false;
 }
 
 std::string Recorder::name_of(const std::string &source, const reader::Snapshot &snapshot) {
@@ -89,6 +106,8 @@ Home &Recorder::home_of(const std::string &name, const reader::Snapshot &snapsho
 }
 
 void Recorder::take(const std::string &source, const reader::Snapshot &snapshot, double uptime) {
+    time_ = seconds_of(snapshot.time);
+    uptime_ = uptime;
     attempt([&] {
         begin();
         Home &home = home_of(name_of(source, snapshot), snapshot);
@@ -108,16 +127,17 @@ void Recorder::look_after(Number time, double uptime) {
     });
 }
 
-void Recorder::commit_if_due(double uptime) {
-    if (!committed_ || uptime - *committed_ >= options_.commit_every) {
-        committed_ = uptime;
-        commit();
+bool Recorder::commit_if_due(double uptime) {
+    if (committed_ && uptime - *committed_ < options_.commit_every) {
+        return false;
     }
+    committed_ = uptime;
+    return commit();
 }
 
-void Recorder::commit() {
+bool Recorder::commit() {
     if (!is_open_) {
-        return;
+        return false;
     }
     attempt([&] {
         for (auto &[name, home] : homes_) {
@@ -126,6 +146,7 @@ void Recorder::commit() {
         database_.run("COMMIT");
         is_open_ = false;
     });
+    return true;
 }
 
 std::optional<Number> Recorder::last_of(const std::string &home) const {

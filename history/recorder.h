@@ -16,6 +16,7 @@ struct RecorderOptions {
     Number patience = 120;     // seconds without a moment after which there is a gap
     double commit_every = 60;  // seconds: what a loss of power may cost, and how often flash is written
     Number most_bytes = 0;     // of the file; 0: as many as the disk has
+    bool is_durable = true;    // a commit survives a loss of power
 };
 
 class Recorder {
@@ -33,9 +34,10 @@ public:
     // Why a source has no moment just now.
     void miss(const std::string &source, const std::string &cause) { causes_[source] = cause; }
 
-    // Commits when the last commit is long enough ago, or the first moment has come. Throws Failure, as above.
-    void commit_if_due(double uptime);
-    void commit();
+    // Commits when the last commit is long enough ago, or the first moment has come. Throws Failure, as above. True
+    // when there was something, which is now on the disk.
+    bool commit_if_due(double uptime);
+    bool commit();
 
     // A little less of what is old; with every moment, or never.
     void look_after(Number time, double uptime);
@@ -49,6 +51,7 @@ public:
 private:
     class Lock;
     void begin();
+    void make_room();
     Home &home_of(const std::string &name, const reader::Snapshot &snapshot);
     template <class Deed>
     void attempt(Deed deed);
@@ -63,6 +66,8 @@ private:
     std::string cause_of_start_ = "not recorded";
     bool is_open_ = false;  // a transaction
     std::optional<double> committed_;
+    Number time_ = 0;  // of the last moment
+    double uptime_ = 0;
 };
 
 }  // namespace history

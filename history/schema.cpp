@@ -14,7 +14,7 @@ CREATE TABLE source(
     last INTEGER NOT NULL,
     era INTEGER NOT NULL);
 CREATE TABLE node(
-    id INTEGER PRIMARY KEY,
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
     source INTEGER NOT NULL REFERENCES source,
     is_station INTEGER NOT NULL,
     mac TEXT NOT NULL,
@@ -36,6 +36,7 @@ CREATE TABLE link(
     medium TEXT,
     interface TEXT,
     interface_name TEXT);
+CREATE INDEX link_place ON link(source, device, medium, interface, interface_name);
 CREATE TABLE session(
     node INTEGER NOT NULL,
     since INTEGER NOT NULL,
@@ -124,6 +125,9 @@ CREATE TABLE spell(
     other INTEGER,
     other_signal INTEGER,
     PRIMARY KEY(node, since, era)) WITHOUT ROWID;
+CREATE TABLE keeper(
+    id INTEGER PRIMARY KEY,
+    now INTEGER NOT NULL);
 )sql";
 
 constexpr const char *kSteps[] = {kFirst, kSecond};
@@ -136,10 +140,24 @@ void expect_ours(const Database &database) {
         throw Failure(Failure::Kind::kUnreadable, database.path() + ": is a database of another program");
     }
     const Number version = database.number("PRAGMA user_version");
+    if (version < 1) {
+        throw Failure(Failure::Kind::kUnreadable, database.path() + ": is damaged: it has no version");
+    }
     if (version > kVersion) {
         throw Failure(Failure::Kind::kNewer, database.path() + ": was written by a later version of qo1905 (tables " +
                                                  std::to_string(version) + ", this one knows " +
                                                  std::to_string(kVersion) + "); nothing in it was changed");
+    }
+}
+
+// What has been tampered with could have anything under these names, such as a view that never ends.
+void expect_tables(const Database &database) {
+    const Number tables = database.number(
+        "SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name IN ('source', 'node', 'description', 'link', "
+        "'session', 'event', 'gap', 'tail', 'chunk', 'roll5', 'roll60', 'counts', 'tally', 'spell', 'keeper')");
+    constexpr Number kTables = 15;
+    if (tables != kTables || database.number("SELECT count(*) FROM sqlite_master WHERE type = 'trigger'") != 0) {
+        throw Failure(Failure::Kind::kUnreadable, database.path() + ": is damaged: its tables are not what they were");
     }
 }
 
@@ -160,17 +178,19 @@ void upgrade(Database &database) {
 
 }  // namespace
 
-Database open_for_writing(const std::string &path) {
+Database open_for_writing(const std::string &path, bool is_durable) {
     Database database(path, Database::Use::kWrite);
     if (is_empty(database)) {
         database.run("PRAGMA auto_vacuum = INCREMENTAL");
     } else {
         expect_ours(database);
     }
-    database.run("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL");
+    // Durable: a commit is on the disk when it is said to be done.
+    database.run(std::string("PRAGMA journal_mode = WAL; PRAGMA synchronous = ") + (is_durable ? "FULL" : "NORMAL"));
     if (database.number("PRAGMA user_version") < kVersion) {
         upgrade(database);
     }
+    expect_tables(database);
     return database;
 }
 
@@ -181,6 +201,8 @@ Database open_for_reading(const std::string &path) {
         throw Failure(Failure::Kind::kUnreadable,
                       path + ": was written by an earlier version of qo1905; its `record` brings it up to date");
     }
+    expect_tables(database);
+    database.limit_time();
     return database;
 }
 

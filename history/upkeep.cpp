@@ -8,9 +8,13 @@ namespace history {
 namespace {
 
 // Of each kind of work a little at a time.
-constexpr int kNodesAtOnce = 4;
+constexpr Number kNodesAtOnce = 4;
+constexpr Number kNodeShare = 1000;
+constexpr Number kLeastSamples = 2 * kHour;  // those of the running hour are not packed yet
+constexpr Number kPlausible = 1577836800;    // 2020: before that no clock was right that this program has seen
 constexpr int kDaysAtOnce = 4;
 constexpr Number kChunksAtOnce = 16;
+constexpr Number kChunksInHaste = 512;  // as many pages as that frees, the rolled up ones have room in
 constexpr Number kMomentsAnHour = 100;  // at least, so that an hour's chunks are rolled up within an hour
 constexpr Number kHaste = 10;
 
@@ -25,7 +29,7 @@ std::string drop_oldest(const std::string &table, const std::string &time) {
 Upkeep::Upkeep(Database &database, const Keep &keep)
     : database_(database),
       keep_(keep),
-      now_(database.number("SELECT max(last) FROM source")),
+      now_(database.number("SELECT coalesce((SELECT max(now) FROM keeper), 0)")),
       nodes_(database.number("SELECT count(*) FROM node")),
       next_node_(database, "SELECT id FROM node WHERE id > ? ORDER BY id LIMIT 1"),
       next_home_(database, "SELECT id FROM source WHERE id > ? ORDER BY id LIMIT 1"),
@@ -36,6 +40,8 @@ Upkeep::Upkeep(Database &database, const Keep &keep)
       hour_(database, "SELECT data FROM roll5 WHERE hour = ? AND node = ? AND era = ?"),
       drop_hour_(database, "DELETE FROM roll5 WHERE hour = ? AND node = ? AND era = ?"),
       put_day_(database, "INSERT OR REPLACE INTO roll60 VALUES(?, ?, ?, ?)"),
+      day_(database, "SELECT data FROM roll60 WHERE day = ? AND node = ? AND era = ?"),
+      put_now_(database, "INSERT OR REPLACE INTO keeper VALUES(1, ?)"),
       drop_days_(
           database,
           "DELETE FROM roll60 WHERE (day, node, era) IN (SELECT day, node, era FROM roll60 WHERE day < ? ORDER BY "
@@ -53,20 +59,26 @@ Upkeep::Upkeep(Database &database, const Keep &keep)
                  "DELETE FROM node WHERE id = ?1 AND is_station AND NOT EXISTS (SELECT 1 FROM session WHERE node = ?1) "
                  "AND NOT EXISTS (SELECT 1 FROM description WHERE node = ?1 AND since >= ?2) AND NOT EXISTS (SELECT 1 "
                  "FROM event WHERE node = ?1)"),
+      drop_words_(database,
+                  "DELETE FROM description WHERE node = ?1 AND NOT EXISTS (SELECT 1 FROM node WHERE id = ?1)"),
       drop_events_(database, drop_oldest("event", "time")),
-      drop_gaps_(database, drop_oldest("gap", "since") + " AND until < ?2"),
+      // Those of the clock tell the eras apart for ever.
+      drop_gaps_(database, "DELETE FROM gap WHERE source = ?1 AND until < ?2 AND part != 'clock'"),
       drop_counts_(database, drop_oldest("counts", "time")),
       vacuum_(database, "PRAGMA incremental_vacuum(8)") {}
 
-void Upkeep::step(Number time, double uptime) {
+void Upkeep::step(Number time, double uptime, Haste haste) {
     const Number passed = uptime_ == 0 ? 0 : static_cast<Number>(uptime - uptime_);
     uptime_ = uptime;
-    now_ = now_ == 0 ? time : std::min(time, now_ + kHaste * passed);
-    roll_up_chunks();
+    if (time >= kPlausible) {
+        now_ = now_ == 0 ? time : std::max(now_, std::min(time, now_ + kHaste * passed));
+        put_now_.bind(now_).run();
+    }
+    roll_up_chunks(haste == Haste::kUrgent ? kChunksInHaste : std::max(kChunksAtOnce, nodes_ / kMomentsAnHour + 1));
     for (int i = 0; i < kDaysAtOnce; ++i) {
         roll_up_day();
     }
-    for (int i = 0; i < kNodesAtOnce; ++i) {
+    for (Number i = 0; i < kNodesAtOnce + nodes_ / kNodeShare; ++i) {
         keep_next_node();
     }
     keep_next_home();
@@ -74,21 +86,23 @@ void Upkeep::step(Number time, double uptime) {
 }
 
 // What they come to in five minutes each; the oldest first.
-void Upkeep::roll_up_chunks() {
+void Upkeep::roll_up_chunks(Number most) {
     struct Row {
         Number hour, node, era;
         std::string data;
     };
     std::vector<Row> rows;
-    const Number share = nodes_ / kMomentsAnHour + 1;
-    old_chunks_.bind(start_of(kHour, now_ - keep_.samples)).bind(std::max(kChunksAtOnce, share));
+    old_chunks_.bind(start_of(kHour, now_ - std::max(keep_.samples, kLeastSamples))).bind(most);
     while (old_chunks_.step()) {
         rows.push_back({old_chunks_.number(0), old_chunks_.number(1), old_chunks_.number(2), old_chunks_.text(3)});
+    }
+    // First out, then in: there may be no room for both.
+    for (const Row &row : rows) {
+        drop_chunk_.bind(row.hour).bind(row.node).bind(row.era).run();
     }
     for (const Row &row : rows) {
         const std::string parts = pack(history::roll_up(unpack_samples(row.data), kSlot));
         put_hour_.bind(row.hour).bind(row.node).bind(row.era).bind_blob(parts).run();
-        drop_chunk_.bind(row.hour).bind(row.node).bind(row.era).run();
     }
 }
 
@@ -109,6 +123,13 @@ void Upkeep::roll_up_day() {
         hour_.reset();
         drop_hour_.bind(hour).bind(node).bind(era).run();
     }
+    // Some of its hours may have been here before the others.
+    if (day_.bind(day).bind(node).bind(era).step()) {
+        const std::vector<RollUp> before = unpack_roll_ups(day_.text(0));
+        parts.insert(parts.end(), before.begin(), before.end());
+    }
+    day_.reset();
+    std::stable_sort(parts.begin(), parts.end(), [](const RollUp &a, const RollUp &b) { return a.time < b.time; });
     put_day_.bind(day).bind(node).bind(era).bind_blob(pack(history::roll_up(parts, kHour))).run();
 }
 
@@ -124,6 +145,7 @@ void Upkeep::keep_next_node() {
     for (Statement *drop : {&drop_sessions_, &drop_descriptions_, &drop_tallies_, &drop_spells_, &drop_node_}) {
         drop->bind(node_).bind(before).run();
     }
+    drop_words_.bind(node_).run();
 }
 
 void Upkeep::keep_next_home() {

@@ -18,12 +18,17 @@ class Upkeep {
 public:
     Upkeep(Database &database, const Keep &keep);
 
+    enum class Haste {
+        kNone,
+        kUrgent,  // there is no room for what is new
+    };
+
     // A small step. `time`: of the last moment; `uptime`: seconds of a clock that nobody sets. A clock that is set
     // forward by mistake must not drop everything: old age is believed only as fast as time passes, ten times over.
-    void step(Number time, double uptime);
+    void step(Number time, double uptime, Haste haste = Haste::kNone);
 
 private:
-    void roll_up_chunks();
+    void roll_up_chunks(Number most);
     void roll_up_day();
     void keep_next_node();
     void keep_next_home();
@@ -38,8 +43,8 @@ private:
 
     Statement next_node_, next_home_;
     Statement old_chunks_, drop_chunk_, put_hour_;
-    Statement oldest_hour_, hour_, drop_hour_, put_day_, drop_days_;
-    Statement drop_sessions_, drop_descriptions_, drop_tallies_, drop_spells_, drop_node_;
+    Statement oldest_hour_, hour_, drop_hour_, put_day_, day_, put_now_, drop_days_;
+    Statement drop_sessions_, drop_descriptions_, drop_tallies_, drop_spells_, drop_node_, drop_words_;
     Statement drop_events_, drop_gaps_, drop_counts_, vacuum_;
 };
 

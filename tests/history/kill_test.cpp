@@ -50,7 +50,9 @@ std::optional<Number> last_in(const std::string &file) {
 // From where the file ends to the end of the world.
 void record(const std::string &file) {
     World world(scenario());
-    history::Recorder recorder(file, {});
+    history::RecorderOptions options;
+    options.is_durable = false;  // there is no power to lose
+    history::Recorder recorder(file, options);
     const Number last = recorder.last_of("world").value_or(0);
     for (Number cycle = 0; cycle < kCycles; ++cycle) {
         if (time_of(cycle) > last) {

@@ -183,7 +183,7 @@ TEST_F(RecorderTest, AClockThatIsSetBackBeginsAnEraWithoutLosingTheOneBefore) {
     recorder_->take("home", moment(kStart + 1000), 5000);
     recorder_->take("home", moment(kStart + 1020), 5020);
     EXPECT_THAT(sessions(), ElementsAre("start 0 3980 gap", "start 1000 - -"));
-    EXPECT_THAT(gaps(), ElementsAre("clock 1000 1000 the clock was set back by 2980 s"));
+    EXPECT_THAT(gaps(), ElementsAre("clock 1000 3980 the clock was set back by 2980 s"));
     const Past past = this->past();
     const Number home = past.homes().at(0).id;
     const auto phone = past.find(home, kPhone, true).value();
@@ -191,7 +191,37 @@ TEST_F(RecorderTest, AClockThatIsSetBackBeginsAnEraWithoutLosingTheOneBefore) {
     EXPECT_EQ(past.curve(home, phone.node, {kStart, kStart + 4000}, 600).points.size(), 202U);
     EXPECT_TRUE(past.at(home, kStart + 500));
     EXPECT_TRUE(past.at(home, kStart + 1010));
-    EXPECT_FALSE(past.at(home, kStart + 3000)) << "that time has not come yet";
+    EXPECT_TRUE(past.at(home, kStart + 3000)) << "that time has not come yet again: it is the one of before";
+    EXPECT_FALSE(past.at(home, kStart + 3981 + 120));
+}
+
+// As after a loss of power, until the network tells the time.
+TEST_F(RecorderTest, AClockThatBeginsIn1970HidesNothing) {
+    live(kStart, kStart + 1000);
+    recorder_->take("home", moment(100), 2000);
+    recorder_->take("home", moment(120), 2020);
+    recorder_->take("home", moment(kStart + 2000), 2040);
+    const Past past = this->past();
+    const Number home = past.homes().at(0).id;
+    EXPECT_TRUE(past.at(home, kStart + 500));
+    EXPECT_TRUE(past.at(home, 110));
+    EXPECT_TRUE(past.at(home, kStart + 2000));
+    EXPECT_FALSE(past.at(home, kStart + 1500));
+    EXPECT_FALSE(past.at(home, kStart - 500));
+}
+
+TEST_F(RecorderTest, ErasAreToldApartHoweverOldTheyAre) {
+    RecorderOptions options;
+    options.keep = Keep{history::kHour, history::kHour, history::kDay, history::kDay};
+    start(options);
+    live(kStart, kStart + 1000);
+    recorder_->take("home", moment(kStart + 500), 2000);
+    live(kStart + 520, kStart + 4 * history::kDay);
+    const Past past = this->past();
+    const Number home = past.homes().at(0).id;
+    ASSERT_TRUE(past.at(home, kStart + 4 * history::kDay - 100));
+    EXPECT_EQ(past.at(home, kStart + 4 * history::kDay - 100)->stations.size(), 1U);
+    EXPECT_EQ(past.gaps(home, kEver).size(), 1U);
 }
 
 TEST_F(RecorderTest, AClockThatIsSetBackTwiceKeepsAllThree) {
@@ -243,6 +273,27 @@ TEST_F(RecorderTest, WhatAMomentDoesNotTellHasNotChanged) {
     const Past past = this->past();
     EXPECT_THAT(past.happenings(past.homes().at(0).id, kEver, 100), IsEmpty());
     EXPECT_EQ(past.at(past.homes().at(0).id, kStart + 20)->find_device(kAttic)->parent, kGateway);
+}
+
+TEST_F(RecorderTest, WhoIsNotSeenAfterAGapIsNotTakenOverFromBeforeIt) {
+    take(moment(kStart, {phone(kGateway, -50)}));
+    Snapshot blind = moment(kStart + 5000, {});
+    blind.knows_local_stations = false;
+    take(blind);
+    take(moment(kStart + 5020, {}));
+    EXPECT_THAT(sessions(), ElementsAre("start 0 0 gap"));
+}
+
+TEST_F(RecorderTest, ABandThatIsToldLateIsTakenOver) {
+    Snapshot vague = moment(kStart), clear = moment(kStart + 20), other = moment(kStart + 40);
+    vague.stations[0].band.reset();
+    other.stations[0].band = reader::Band::k2_4GHz;
+    take(vague);
+    take(clear);
+    take(other);
+    EXPECT_THAT(sessions(), ElementsAre("start 0 20 moved", "moved 20 40 roam", "roam 40 - -"));
+    const Past past = this->past();
+    EXPECT_EQ(past.roamers(past.homes().at(0).id, kEver).size(), 1U);
 }
 
 TEST_F(RecorderTest, AnotherInterfaceOfTheSameDeviceIsNoRoam) {
@@ -520,6 +571,72 @@ TEST_F(RecorderTest, SamplesBecomeFiveMinutesAndTheseHoursAndWhatIsOlderGoes) {
     EXPECT_EQ(then->find_station(kPhone)->signal, (end - 2 * history::kDay) / history::kHour % 2 == 0 ? -40 : -60);
 }
 
+// A file of before a long pause: everything in it is old at once.
+TEST_F(RecorderTest, NoSampleIsLostWhenADayIsRolledUpInTwoSteps) {
+    RecorderOptions options;
+    options.keep = Keep{6 * history::kHour, history::kHour, 900 * history::kDay, 900 * history::kDay};
+    start(options);
+    live(kStart, kStart + 3 * history::kDay);
+    const Past past = this->past();
+    const Number home = past.homes().at(0).id;
+    const Number day = history::start_of(history::kDay, kStart) + history::kDay;
+    Number samples = 0;
+    const auto curve = past.curve(home, past.find(home, kPhone, true)->node, {day, day + history::kDay}, 30);
+    for (const history::Point &point : curve.points) {
+        samples += point.signal.n;
+    }
+    EXPECT_EQ(samples, 24 * 180);
+    history::Database database(file_, history::Database::Use::kRead);
+    EXPECT_GT(database.number("SELECT count(*) FROM roll60"), 0);
+}
+
+TEST_F(RecorderTest, WhatIsFullRecordsAgainWhenOldThingsHaveGone) {
+    RecorderOptions options;
+    options.keep = Keep{8 * history::kHour, 8 * history::kHour, history::kDay, history::kDay};
+    options.most_bytes = 160 * 1024;
+    options.is_durable = false;
+    start(options);
+    std::size_t failed = 0, late = 0;
+    constexpr Number kDays = 2;
+    for (Number time = kStart; time < kStart + kDays * history::kDay; time += 20) {
+        try {
+            std::vector<reader::Station> stations;
+            for (int i = 0; i < 20; ++i) {
+                char text[32];
+                (void)std::snprintf(text, sizeof(text), "02:57:00:00:01:%02x", static_cast<unsigned>(i));
+                stations.push_back(phone(kAttic, -40 - static_cast<int>((time / 20 * time / 7 * (i + 3)) % 47)));
+                stations.back().mac = mac(text);
+            }
+            take(moment(time, stations));
+            recorder_->commit_if_due(static_cast<double>(time));
+        } catch (const Failure &) {
+            ++failed;
+            late += time > kStart + (kDays - 1) * history::kDay ? 1 : 0;
+            time += 580;  // ten minutes later
+        }
+    }
+    EXPECT_GT(failed, 0U) << "it was never full";
+    EXPECT_LT(late, 100U) << "all of its last day is 144";
+    EXPECT_GE(Past(file_).homes().at(0).last, kStart + kDays * history::kDay - history::kHour)
+        << "it never recorded again";
+}
+
+TEST_F(RecorderTest, AgeIsBelievedAcrossRestarts) {
+    RecorderOptions options;
+    options.keep = Keep{history::kDay, history::kDay, history::kDay, history::kDay};
+    start(options);
+    live(kStart, kStart + 7200);
+    for (int i = 0; i < 20; ++i) {
+        start(options);  // with a clock that is ahead each time
+        recorder_->take("home", moment(kStart + 100 * history::kDay + Number{i} * 20), 20.0 * i);
+        recorder_->look_after(kStart + 100 * history::kDay + Number{i} * 20, 20.0 * i);
+    }
+    recorder_->commit();
+    history::Database database(file_, history::Database::Use::kRead);
+    EXPECT_EQ(database.number("SELECT count(*) FROM chunk WHERE hour < 1760010000 AND node = (SELECT id FROM station)"),
+              3);
+}
+
 TEST_F(RecorderTest, AClockSetFarAheadDropsNothingAtOnce) {
     RecorderOptions options;
     options.keep = Keep{history::kDay, history::kDay, history::kDay, history::kDay};
@@ -551,6 +668,9 @@ TEST_F(RecorderTest, GuestsAreForgottenWithTheirSessions) {
     recorder_->commit();
     history::Database database(file_, history::Database::Use::kRead);
     EXPECT_EQ(database.number("SELECT count(*) FROM station"), 1);
+    EXPECT_EQ(database.number("SELECT count(*) FROM description WHERE node NOT IN (SELECT id FROM node)"), 0);
+    // Numbers of who was forgotten are nobody's again.
+    EXPECT_GT(database.number("SELECT seq FROM sqlite_sequence WHERE name = 'node'"), 50);
 }
 
 // --- strangers ---
@@ -567,6 +687,44 @@ TEST_F(RecorderTest, NamesAreKeptAsTheyAreAndNoLongerThanALeaseHasRoomFor) {
     EXPECT_EQ(past.at(home, kStart + 5)->stations[0].name, "'); DROP TABLE session; --\x1b[2J");
     EXPECT_EQ(past.at(home, kStart + 25)->stations[0].name, std::string(253, 'x') + "\u00e4");
     EXPECT_EQ(past.find(home, "'); drop table session; --\x1b[2j").size(), 1U);
+}
+
+TEST_F(RecorderTest, TextsOfEventsAreCutAndTheSameAfterARestart) {
+    const auto called = [](Number time, const std::string &name) {
+        Snapshot moment = ::moment(time);
+        moment.stations[0].name = name;
+        moment.devices[0].firmware = name + "\xff";
+        return moment;
+    };
+    take(called(kStart, std::string(100000, 'a')));
+    take(called(kStart + 20, std::string(100000, 'b')));
+    recorder_->commit();
+    start({});
+    take(called(kStart + 40, std::string(100000, 'b')));
+    const Past past = this->past();
+    const auto events = past.happenings(past.homes().at(0).id, kEver, 100);
+    ASSERT_EQ(events.size(), 2U) << "a name and a firmware, once";
+    EXPECT_EQ(events[0].new_value, std::string(255, 'b'));
+}
+
+TEST_F(RecorderTest, FilesThatAreNotWhatTheySayAreRefused) {
+    const auto tampered = [&](const char *sql) {
+        const std::string file = folder_ + "/tampered-" + std::to_string(std::hash<std::string>{}(sql)) + ".db";
+        Recorder(file, {}).commit();
+        history::Database(file, history::Database::Use::kWrite).run(sql);
+        return file;
+    };
+    for (const char *sql :
+         {"PRAGMA user_version = -5", "PRAGMA user_version = 0", "DROP TABLE session",
+          "DROP TABLE session; CREATE VIEW session AS WITH RECURSIVE r(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM r) "
+          "SELECT x AS node, x AS since, 0 AS era, NULL AS until, 1 AS link, 0 AS came, 0 AS went, 0 AS first_signal, "
+          "0 AS "
+          "last_signal FROM r",
+          "CREATE TRIGGER t AFTER INSERT ON session BEGIN DELETE FROM chunk; END"}) {
+        const std::string file = tampered(sql);
+        EXPECT_THROW(Past{file}, Failure) << sql;
+        EXPECT_THROW(Recorder(file, {}), Failure) << sql;
+    }
 }
 
 // What somebody has put into a file of ours must not do more than be wrong.

@@ -97,7 +97,9 @@ private:
     }
 
     void record() {
-        history::Recorder recorder(file_, {});
+        history::RecorderOptions options;
+        options.is_durable = false;  // there is no power to lose
+        history::Recorder recorder(file_, options);
         bool starts = true;
         for (Number cycle = 0; cycle < kCycles; ++cycle) {
             const Number time = kStart + cycle * kCycle;

@@ -37,7 +37,9 @@ public:
     explicit Day(const std::string &scenario) : world_(calm(scenario)) {}
 
     void record(const std::string &file) {
-        history::Recorder recorder(file, {});
+        history::RecorderOptions options;
+        options.is_durable = false;  // there is no power to lose
+        history::Recorder recorder(file, options);
         for (Number cycle = 0; cycle < kCycles; ++cycle) {
             const Number time = cycle * kCycle;
             live(time);
