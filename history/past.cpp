@@ -394,45 +394,55 @@ std::vector<WeakSpell> Past::weak_spells(Number node, const Span &span) const {
     return spells;
 }
 
+namespace {
+
+// By station and link; the last time is the row of the greatest beginning: SQLite gives the other columns of that.
+std::string sticky_rows() {
+    return std::string("SELECT") + kSomebody +
+           ", s.times, s.seconds, s.longest, s.since, s.n, s.sum, s.other_signal, s.other, s.link," + kSpot +
+           "FROM (SELECT node, link, count(*) AS times, sum(until - since) AS seconds, max(until - since) AS longest, "
+           "since, sum(n) AS n, sum(sum) AS sum, other, other_signal, max(since) FROM spell WHERE node IN (SELECT id "
+           "FROM "
+           "node WHERE source = ?1 AND is_station) AND since < ?3 AND until > ?2 AND other IS NOT NULL AND until - "
+           "since "
+           ">= ?4 GROUP BY node, link ORDER BY seconds DESC LIMIT ?5) s JOIN node n ON n.id = s.node" +
+           kSpotTables + "ORDER BY s.seconds DESC, n.mac";
+}
+
+// Where a station itself was heard best, but at the device of a link.
+std::string heard_best() {
+    return std::string("SELECT") + kSomebody +
+           ", max(coalesce(s.last_signal, s.first_signal), s.first_signal) AS heard FROM session s JOIN link l ON l.id "
+           "= "
+           "s.link JOIN node n ON n.id = l.device WHERE s.node = ?1 AND n.id != (SELECT device FROM link WHERE id = "
+           "?2) "
+           "AND s.first_signal IS NOT NULL ORDER BY heard DESC LIMIT 1";
+}
+
+}  // namespace
+
 std::vector<Sticky> Past::sticky(Number home, const Span &span, Number at_least, std::size_t most) const {
     const Reading reading(database_);
-    // The last time is the row of the greatest beginning: SQLite gives the other columns of that.
-    Statement rows(
-        database_,
-        std::string("SELECT") + kSomebody +
-            ", s.times, s.seconds, s.longest, s.since, s.n, s.sum, s.other_signal, s.other, s.link," + kSpot +
-            "FROM (SELECT node, link, count(*) AS times, sum(until - since) AS seconds, max(until - since) AS "
-            "longest, since, sum(n) AS n, sum(sum) AS sum, other, other_signal, max(since) FROM spell "
-            "WHERE node IN (SELECT id FROM node WHERE source = ?1 AND is_station) AND since < ?3 AND until > ?2 "
-            "AND other IS NOT NULL AND until - since >= ?4 GROUP BY node, link ORDER BY seconds DESC LIMIT ?5) "
-            "s JOIN node n ON n.id = s.node" +
-            kSpotTables + "ORDER BY s.seconds DESC, n.mac");
-    rows.bind(home).bind(span.from).bind(span.until).bind(at_least).bind(static_cast<Number>(most));
+    Statement rows(database_, sticky_rows());
     Statement other(database_, std::string("SELECT") + kSomebody + "FROM node n WHERE n.id = ?");
-    // Where the station itself was heard best, but there.
-    Statement best(database_, std::string("SELECT") + kSomebody +
-                                  ", max(s.last_signal, s.first_signal) AS heard FROM session s JOIN link l ON l.id = "
-                                  "s.link JOIN node n ON n.id = l.device WHERE s.node = ?1 AND n.id != (SELECT device "
-                                  "FROM link WHERE id = ?2) AND heard IS NOT NULL ORDER BY heard DESC LIMIT 1");
+    Statement best(database_, heard_best());
+    rows.bind(home).bind(span.from).bind(span.until).bind(at_least).bind(static_cast<Number>(most));
     std::vector<Sticky> all;
     while (rows.step()) {
-        constexpr int kTimes = kAfterSomebody, kSeconds = kTimes + 1, kLongest = kTimes + 2, kSince = kTimes + 3;
-        constexpr int kN = kTimes + 4, kSum = kTimes + 5, kSignal = kTimes + 6, kOther = kTimes + 7, kLink = kTimes + 8;
-        constexpr int kAt = kTimes + 9;
+        enum { kTimes = kAfterSomebody, kSeconds, kLongest, kSince, kN, kSum, kSignal, kOther, kLink, kAt };
         const auto station = somebody_of(rows);
         const auto better = all_of(other.bind(rows.number(kOther)));
         if (!station || better.empty()) {
             continue;
         }
         const Range signals{rows.number(kN), 0, rows.number(kSum), 0};
-        best.bind(station->node).bind(rows.number(kLink));
-        const bool is_heard = best.step();
-        const auto heard_best = is_heard ? somebody_of(best) : std::nullopt;
-        const auto best_signal = is_heard ? best.optional_number(kAfterSomebody) : std::nullopt;
+        const bool is_heard = best.bind(station->node).bind(rows.number(kLink)).step();
+        const auto heard_at = is_heard ? somebody_of(best) : std::nullopt;
+        const auto heard = is_heard ? best.optional_number(kAfterSomebody) : std::nullopt;
         best.reset();
         all.push_back({*station, spot_of(rows, kAt), rows.number(kTimes), rows.number(kSeconds), rows.number(kLongest),
-                       rows.number(kSince), signals.mean(), better[0], static_cast<int>(rows.number(kSignal)),
-                       heard_best, as_int(best_signal)});
+                       rows.number(kSince), signals.mean(), better[0], static_cast<int>(rows.number(kSignal)), heard_at,
+                       as_int(heard)});
     }
     return all;
 }
