@@ -392,13 +392,13 @@ void Home::note_device(const Device &device, const Snapshot &now) {
 void Home::note_stations(const Snapshot &now, bool knows_local) {
     const auto is_local = [](const Device &device) { return device.is_local; };
     const auto found = std::find_if(now.devices.begin(), now.devices.end(), is_local);
-    const std::optional<Mac> local = found != now.devices.end() ? std::optional(found->al_mac) : std::nullopt;
+    const Device *local = found != now.devices.end() ? &*found : nullptr;
     const bool knew_local = before_ && before_->knows_local_stations;
     for (const Station &station : now.stations) {
         if (stations_.size() >= kMostStations && stations_.count(station.mac) == 0) {
             continue;  // a crowd that nobody has; what is followed already is followed on
         }
-        const bool at_local = station.device == local;
+        const bool at_local = local != nullptr && station.device == local->al_mac;
         note_station(station, goes_on_ && (knew_local || !at_local) ? Came::kJoin : Came::kStart,
                      knows_local || !at_local, now);
     }
