@@ -119,11 +119,17 @@ int is_too_late(void *end) {
 
 }  // namespace
 
-// Whoever opens a database to read asks one question of it.
 void Database::limit_time() {
     constexpr int kSteps = 100000;
-    end_ = std::make_unique<std::chrono::steady_clock::time_point>(std::chrono::steady_clock::now() + kLongest);
+    end_ = std::make_unique<std::chrono::steady_clock::time_point>();
+    restart_time();
     sqlite3_progress_handler(handle_.get(), kSteps, is_too_late, end_.get());
+}
+
+void Database::restart_time() const {
+    if (end_) {
+        *end_ = std::chrono::steady_clock::now() + kLongest;
+    }
 }
 
 Number Database::last_id() const { return sqlite3_last_insert_rowid(handle_.get()); }
@@ -131,6 +137,7 @@ Number Database::last_id() const { return sqlite3_last_insert_rowid(handle_.get(
 void Statement::Close::operator()(sqlite3_stmt *statement) const { sqlite3_finalize(statement); }
 
 Statement::Statement(const Database &database, const std::string &sql) : database_(&database) {
+    database.restart_time();
     sqlite3_stmt *statement = nullptr;
     check(sqlite3_prepare_v3(database.handle_.get(), sql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr));
     statement_.reset(statement);

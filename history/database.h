@@ -89,7 +89,7 @@ public:
     Number number(const std::string &sql) const;
     Number last_id() const;
 
-    // No question may take longer than some seconds from now on; those that would fail.
+    // From now on no statement may take longer than some seconds from when it is made; those that would fail.
     void limit_time();
 
     // What SQLite says is wrong, as an exception.
@@ -97,6 +97,7 @@ public:
 
 private:
     void open(const std::string &name, int flags);
+    void restart_time() const;
 
     friend class Statement;
     struct Close {
